@@ -1,0 +1,116 @@
+#include "Dialogs.h"
+
+#include <QColorDialog>
+#include <QFileDialog>
+#include <QInputDialog>
+#include <QLineEdit>
+#include <QQueue>
+#include <QStringList>
+#include <QWidget>
+
+using namespace Qt::StringLiterals;
+
+namespace Dialogs {
+
+namespace {
+
+QQueue<QString>& prepared()
+{
+    static QQueue<QString> answers;
+    return answers;
+}
+
+bool takePrepared(QString& answer)
+{
+    if (prepared().isEmpty()) {
+        return false;
+    }
+    answer = prepared().dequeue();
+    return true;
+}
+
+} // namespace
+
+QString qtFilter(const QString& filter)
+{
+    const QStringList parts = filter.split(u'|');
+    QStringList entries;
+    for (qsizetype i = 0; i + 1 < parts.size(); i += 2) {
+        const QString description = parts.at(i);
+        const QString patterns = QString(parts.at(i + 1)).replace(u';', u' ');
+        entries << (description.contains(u'(') ? description : description + u" ("_s + patterns + u')');
+    }
+    return entries.join(u";;"_s);
+}
+
+QString ShowFileDialog(const QString& filter, const QString& fileName, QWidget* parent)
+{
+    QString answer;
+    if (takePrepared(answer)) {
+        return answer;
+    }
+    return QFileDialog::getOpenFileName(parent, {}, fileName, qtFilter(filter));
+}
+
+QString ShowSaveDialog(const QString& filter, const QString& fileName, QWidget* parent)
+{
+    QString answer;
+    if (takePrepared(answer)) {
+        return answer;
+    }
+    return QFileDialog::getSaveFileName(parent, {}, fileName, qtFilter(filter), nullptr,
+                                        QFileDialog::DontConfirmOverwrite);
+}
+
+QString BrowseForFolder(const QString& title, int flags, QWidget* parent)
+{
+    Q_UNUSED(flags)
+    QString answer;
+    if (takePrepared(answer)) {
+        return answer;
+    }
+    return QFileDialog::getExistingDirectory(parent, title);
+}
+
+QString askText(const QString& title, const QString& label, const QString& preset, QWidget* parent)
+{
+    QString answer;
+    if (takePrepared(answer)) {
+        return answer;
+    }
+    return QInputDialog::getText(parent, title, label, QLineEdit::Normal, preset);
+}
+
+QColor chooseColor(const QColor& initial, QWidget* parent)
+{
+    QString answer;
+    if (takePrepared(answer)) {
+        return answer.isEmpty() ? QColor() : QColor(answer);
+    }
+    return QColorDialog::getColor(initial, parent);
+}
+
+void setNextResult(const QString& result)
+{
+    prepared().enqueue(result);
+}
+
+void clearNextResults()
+{
+    prepared().clear();
+}
+
+} // namespace Dialogs
+
+void SetTopMost(QWidget* window)
+{
+    if (window == nullptr) {
+        return;
+    }
+    const bool visible = window->isVisible();
+    window->setWindowFlag(Qt::WindowStaysOnTopHint, true);
+    if (visible) {
+        window->show();
+    }
+    window->raise();
+}

@@ -1,0 +1,220 @@
+#include "TestSupport.h"
+#include "core/AppPaths.h"
+#include "core/FrmWelcome.h"
+#include "core/Main.h"
+#include "core/SettingsKeys.h"
+#include "explorer/FrmFileList.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QCheckBox>
+#include <QFile>
+#include <QLineEdit>
+#include <QMenuBar>
+#include <QSignalSpy>
+#include <QSplitter>
+#include <QTest>
+#include <QTreeWidget>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+QString setting(const SettingKey& key)
+{
+    return SettingsStore::instance().value(key);
+}
+
+// Runs the start-up road and waits for the main window.
+FrmFileList* startProgram()
+{
+    Main();
+    if (!QTest::qWaitFor([] { return mainWindow() != nullptr && mainWindow()->isVisible(); }, 5000)) {
+        return nullptr;
+    }
+    return mainWindow();
+}
+
+QStringList captionsOf(const QMenu* menu)
+{
+    QStringList captions;
+    for (const QAction* action : menu->actions()) {
+        if (action->isSeparator()) {
+            captions << u"-"_s;
+        } else if (action->isVisible()) {
+            captions << action->text();
+        }
+    }
+    return captions;
+}
+
+} // namespace
+
+class StartupTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase() { TestSupport::isolateUserFolders(); }
+
+    void init() { TestSupport::resetSettings(); }
+
+    void cleanup()
+    {
+        delete mainWindow();
+        delete FrmWelcome::instance();
+        QTest::qWait(20);
+    }
+
+    void firstRun_usesTheTableDefaults_andShowsTheWelcomeOnTop()
+    {
+        FrmFileList* window = startProgram();
+        QVERIFY(window);
+        QCOMPARE(window->pos(), QPoint(52, 67));                                         // 780, 1000 twips
+        QCOMPARE(window->size(), QSize(707, 433));                                       // 10600 by 6500 twips
+        QCOMPARE(window->findChild<QSplitter*>(u"imgSplitter"_s)->sizes().first(), 244); // 3660 twips
+        QCOMPARE(window->txtAddress()->text(), u"My Computer"_s);
+        QCOMPARE(window->tvList()->currentItem()->text(0), u"My Computer"_s);
+        FrmWelcome* welcome = FrmWelcome::instance();
+        QVERIFY(welcome->isVisible());
+        QVERIFY(welcome->windowFlags().testFlag(Qt::WindowStaysOnTopHint));
+        QVERIFY(welcome->ChkDontShow()->isVisible());
+        QVERIFY(!window->helpFile().isEmpty());
+    }
+
+    void mainWindowLoad_reportsItsStepsOnTheSplash()
+    {
+        FrmFileList window;
+        QStringList texts;
+        window.Form_Load([&texts](const QString& text) { texts << text; });
+        QCOMPARE(texts, (QStringList{u"Initializing Drives..."_s, u"Loading Documents..."_s, u"Completed..."_s}));
+        QVERIFY(!window.isVisible()); // shown by the splash once loaded
+        QCOMPARE(window.tvList()->topLevelItem(0)->text(0), u"My Computer"_s);
+    }
+
+    void welcomeTurnedOff_showsOnlyTheMainWindow_andFeaturesStillOpensIt()
+    {
+        SettingsStore::instance().setValue(Keys::Flash, u"1"_s);
+        FrmFileList* window = startProgram();
+        QVERIFY(window);
+        QTest::qWait(50);
+        QVERIFY(!FrmWelcome::instance()->isVisible());
+        window->findChild<QAction*>(u"mnuFeatures"_s)->trigger();
+        FrmWelcome* welcome = FrmWelcome::instance();
+        QVERIFY(welcome->isVisible());
+        QVERIFY(!welcome->ChkDontShow()->isVisible());
+        QVERIFY(welcome->ChkDontShow()->isChecked());
+    }
+
+    void welcomeKeys_saveTheCheckbox()
+    {
+        FrmWelcome* welcome = FrmWelcome::instance();
+        welcome->show();
+        welcome->ChkDontShow()->setChecked(true);
+        QTest::keyClick(welcome, Qt::Key_Escape);
+        QCOMPARE(setting(Keys::Flash), u"1"_s);
+        QTRY_VERIFY(!welcome->isVisible());
+    }
+
+    void storedZeroSplitter_isTreatedAsAbsent_otherPositionsAreApplied()
+    {
+        SaveSetting(u"FileList"_s, u"imgSplLeft"_s, u"0"_s);
+        SaveSetting(u"FileList"_s, u"MainLeft"_s, u"1500"_s);
+        SaveSetting(u"FileList"_s, u"MainWidth"_s, u"12000"_s);
+        SaveSetting(u"FileList"_s, u"MainTop"_s, u"not a number"_s);
+        SettingsStore::instance().setValue(Keys::Flash, u"1"_s);
+        FrmFileList* window = startProgram();
+        QVERIFY(window);
+        QCOMPARE(window->x(), 100);
+        QCOMPARE(window->width(), 800);
+        QCOMPARE(window->findChild<QSplitter*>(u"imgSplitter"_s)->sizes().first(), 244);
+    }
+
+    void unload_savesTheWindow_andLeavesTheOfficeFlagOff()
+    {
+        SettingsStore::instance().setValue(Keys::Flash, u"1"_s);
+        SettingsStore::instance().setValue(Keys::WordRunning, u"Y"_s);
+        FrmFileList* window = startProgram();
+        QVERIFY(window);
+        window->move(90, 120);
+        window->resize(800, 500);
+        window->close();
+        QCOMPARE(setting(Keys::MainLeft), u"1350"_s);
+        QCOMPARE(setting(Keys::MainTop), u"1800"_s);
+        QCOMPARE(setting(Keys::MainWidth), u"12000"_s);
+        QCOMPARE(setting(Keys::MainHeight), u"7500"_s);
+        QCOMPARE(setting(Keys::AddressBarFile), u"My Computer"_s);
+        QCOMPARE(setting(Keys::WordRunning), u"N"_s);
+        QVERIFY(!setting(Keys::ViewMode).isEmpty());
+        QVERIFY(setting(Keys::SplitterLeft).toDouble() > 0);
+    }
+
+    void minimisedUnload_keepsTheRectangleOfTheLastNormalExit()
+    {
+        SettingsStore::instance().setValue(Keys::Flash, u"1"_s);
+        SaveSetting(u"FileList"_s, u"MainLeft"_s, u"2000"_s);
+        FrmFileList* window = startProgram();
+        QVERIFY(window);
+        window->showMinimized();
+        QTRY_VERIFY(window->isMinimized());
+        window->close();
+        QCOMPARE(setting(Keys::MainLeft), u"2000"_s);
+    }
+
+    void menuBar_holdsTheCommandsInTheirOrder()
+    {
+        SettingsStore::instance().setValue(Keys::Flash, u"1"_s);
+        FrmFileList* window = startProgram();
+        QVERIFY(window);
+        QStringList menus;
+        for (const QAction* action : window->menuBar()->actions()) {
+            menus << action->text();
+        }
+        QCOMPARE(menus, (QStringList{u"&File"_s, u"&Quillbay++ Tools"_s, u"&Options"_s, u"&Help"_s}));
+        const auto menu = [&](const char* name) {
+            return window->findChild<QMenu*>(QString::fromLatin1(name));
+        };
+        // No log yet: the recent entries and their separator are hidden.
+        QCOMPARE(captionsOf(menu("MnuFile")),
+                 (QStringList{u"&New Document"_s, u"&Open Document"_s, u"-"_s, u"-"_s, u"E&xit"_s}));
+        QVERIFY(!window->findChild<QAction*>(u"MnuLin2"_s)->isVisible());
+        QCOMPARE(captionsOf(menu("MnuTools")), (QStringList{u"&Mailing List"_s, u"&Search"_s, u"&Logs"_s}));
+        QCOMPARE(captionsOf(menu("MnuOptions")), (QStringList{u"Se&ttings"_s, u"La&yout"_s}));
+        QCOMPARE(captionsOf(menu("MnuLayOut")),
+                 (QStringList{u"&Default Layout"_s, u"&Big Preview Pane"_s, u"-"_s, u"Reset Layout Settings"_s}));
+        QCOMPARE(captionsOf(menu("mnuHelp")), (QStringList{u"Help"_s, u"Features"_s, u"-"_s, u"&About Quillbay+"_s}));
+    }
+
+    void recentDocuments_fillTheFileMenu_andViewLogNeedsTheLog()
+    {
+        TestSupport::MessageRecorder messages;
+        SettingsStore::instance().setValue(Keys::Flash, u"1"_s);
+        QFile::remove(AppPaths::file(u"Log.Dat"_s));
+        FrmFileList* window = startProgram();
+        QVERIFY(window);
+        window->findChild<QAction*>(u"MnuLgDtls"_s)->trigger();
+        QCOMPARE(messages.texts(), QStringList{u"Logfile not found !"_s});
+        QCOMPARE(messages.messages().first().title, u"Quillbay+"_s);
+        delete window;
+
+        QFile log(AppPaths::file(u"Log.Dat"_s));
+        QVERIFY(log.open(QIODevice::WriteOnly));
+        const QString sep(QChar(0x81));
+        for (const QString& path : {u"/docs/a.docx"_s, u"/docs/a-rather-long-folder-name/letter.docx"_s}) {
+            log.write((path + sep + u"x"_s + sep + u"y"_s + sep + u"z"_s + sep + u"3\r\n"_s).toUtf8());
+        }
+        log.close();
+        window = startProgram();
+        QVERIFY(window);
+        QCOMPARE(
+            captionsOf(window->findChild<QMenu*>(u"MnuFile"_s)),
+            (QStringList{u"&New Document"_s, u"&Open Document"_s, u"-"_s, u"&1.  /docs/a-rather-...ame/letter.docx"_s,
+                         u"&2.  /docs/a.docx"_s, u"-"_s, u"E&xit"_s}));
+        QSignalSpy logRequested(window, &FrmFileList::logRequested);
+        window->findChild<QAction*>(u"MnuLgDtls"_s)->trigger();
+        QCOMPARE(logRequested.count(), 1);
+    }
+};
+
+QTEST_MAIN(StartupTest)
+#include "tst_startup.moc"

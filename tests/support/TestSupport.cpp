@@ -1,0 +1,105 @@
+#include "TestSupport.h"
+
+#include "core/SettingsStore.h"
+
+#include <QDir>
+#include <QFile>
+#include <QProcess>
+#include <QStringList>
+
+#include <memory>
+
+using namespace Qt::StringLiterals;
+
+namespace TestSupport {
+
+namespace {
+
+std::unique_ptr<QTemporaryDir>& userFolders()
+{
+    static std::unique_ptr<QTemporaryDir> folder;
+    return folder;
+}
+
+} // namespace
+
+void isolateUserFolders()
+{
+    userFolders() = std::make_unique<QTemporaryDir>();
+    const QString base = userFolders()->path();
+    for (const char* sub : {"config", "data", "cache", "home", "state"}) {
+        QDir(base).mkpath(QString::fromLatin1(sub));
+    }
+    qputenv("XDG_CONFIG_HOME", QFile::encodeName(base + u"/config"_s));
+    qputenv("XDG_DATA_HOME", QFile::encodeName(base + u"/data"_s));
+    qputenv("XDG_CACHE_HOME", QFile::encodeName(base + u"/cache"_s));
+    qputenv("XDG_STATE_HOME", QFile::encodeName(base + u"/state"_s));
+    qputenv("HOME", QFile::encodeName(base + u"/home"_s));
+    resetSettings();
+}
+
+QString homeFolder()
+{
+    return userFolders() ? userFolders()->path() + u"/home"_s : QString();
+}
+
+void resetSettings()
+{
+    SettingsStore& store = SettingsStore::instance();
+    QFile::remove(store.filePath());
+    store.reload();
+}
+
+QString fixturesDir()
+{
+    const QString dir = qEnvironmentVariable("QUILLBAY_FIXTURES");
+    return !dir.isEmpty() && QDir(dir).exists() ? dir : QString();
+}
+
+QString sourceDir()
+{
+    return qEnvironmentVariable("QUILLBAY_SOURCE_DIR");
+}
+
+bool makeDocx(const QString& kind, const QString& path, const QString& extra)
+{
+    QStringList arguments{sourceDir() + u"/tests/support/make_docx.py"_s, kind, path};
+    if (!extra.isEmpty()) {
+        arguments << extra;
+    }
+    QProcess maker;
+    maker.start(QString::fromLatin1(DebianPython), arguments);
+    const bool done =
+        maker.waitForFinished(60000) && maker.exitStatus() == QProcess::NormalExit && maker.exitCode() == 0;
+    if (!done) {
+        qWarning("make_docx.py %s failed: %s", qPrintable(kind), maker.readAllStandardError().constData());
+    }
+    return done;
+}
+
+MessageRecorder::MessageRecorder()
+{
+    MessageBoxes::setPresenter([this](const Message& message) {
+        m_messages << message;
+        if (!m_answers.isEmpty()) {
+            return m_answers.dequeue();
+        }
+        return message.buttons == MessageButtons::YesNo ? MessageAnswer::Yes : MessageAnswer::Ok;
+    });
+}
+
+MessageRecorder::~MessageRecorder()
+{
+    MessageBoxes::resetPresenter();
+}
+
+QStringList MessageRecorder::texts() const
+{
+    QStringList result;
+    for (const Message& message : m_messages) {
+        result << message.text;
+    }
+    return result;
+}
+
+} // namespace TestSupport

@@ -1,0 +1,61 @@
+#pragma once
+
+#include "core/MessageBoxes.h"
+
+#include <QList>
+#include <QQueue>
+#include <QString>
+#include <QTemporaryDir>
+
+namespace TestSupport {
+
+// Debian's Python, which has the uno, aiosmtpd and docx modules.
+inline constexpr const char* DebianPython = "/usr/bin/python3";
+
+// Points the settings store, the application folder and the home folder of this test program
+// at a fresh temporary folder. Call first thing in initTestCase().
+void isolateUserFolders();
+// The private home folder made by isolateUserFolders().
+QString homeFolder();
+// Empties the settings store (call from init()).
+void resetSettings();
+
+// The shared sample files made by other programs, or "" when that folder is absent.
+QString fixturesDir();
+
+// The project's source folder (for scripts the tests start).
+QString sourceDir();
+
+// Makes a Word document with python-docx (tests/support/make_docx.py): kind "letter", "plain"
+// (extra: paragraphs joined by "|"), "pages" (extra: the number of pages) or "template".
+bool makeDocx(const QString& kind, const QString& path, const QString& extra = {});
+
+// Records every message box and answers it: the prepared answers first, then the box's
+// first button (OK or Yes).
+class MessageRecorder
+{
+public:
+    MessageRecorder();
+    ~MessageRecorder();
+    MessageRecorder(const MessageRecorder&) = delete;
+    MessageRecorder& operator=(const MessageRecorder&) = delete;
+
+    void answerNext(MessageAnswer answer) { m_answers.enqueue(answer); }
+    const QList<Message>& messages() const { return m_messages; }
+    QStringList texts() const;
+    QString lastText() const { return m_messages.isEmpty() ? QString() : m_messages.last().text; }
+    void clear() { m_messages.clear(); }
+
+private:
+    QList<Message> m_messages;
+    QQueue<MessageAnswer> m_answers;
+};
+
+} // namespace TestSupport
+
+// Skips the current test with a clear reason when the shared sample files are not there.
+#define QB_REQUIRE_FIXTURES()                                                                                          \
+    do {                                                                                                               \
+        if (TestSupport::fixturesDir().isEmpty())                                                                      \
+            QSKIP("the shared sample files (../shared/fixtures) are not present on this machine");                     \
+    } while (false)

@@ -1,0 +1,110 @@
+#!/usr/bin/python3
+"""A real SMTP server for the tests: aiosmtpd on a free loopback port.
+
+Each message is stored in the folder given by --dir as NNNNN.eml (the bytes that followed
+DATA) and NNNNN.json (envelope sender and recipients, whether the session was encrypted and
+logged in). The port is printed on the first line of standard output; the server runs until
+its standard input closes.
+
+  --starttls CERT KEY   offer STARTTLS with this certificate
+  --implicit-tls CERT KEY  speak TLS from the first byte
+  --auth USER:PASSWORD  accept AUTH LOGIN (and PLAIN) with these credentials
+  --port N              listen on this port instead of a free one
+  --discard             accept messages without storing them (for benchmarks)
+"""
+import argparse
+import json
+import os
+import socket
+import ssl
+import sys
+
+from aiosmtpd.controller import Controller
+from aiosmtpd.smtp import SMTP, AuthResult, LoginPassword
+
+
+class Store:
+    def __init__(self, folder, discard=False):
+        self.folder = folder
+        self.count = 0
+        self.discard = discard
+
+    async def handle_DATA(self, server, session, envelope):
+        self.count += 1
+        if self.discard:
+            return "250 Message accepted for delivery"
+        base = os.path.join(self.folder, "%05d" % self.count)
+        content = envelope.original_content if envelope.original_content is not None else envelope.content
+        with open(base + ".eml", "wb") as out:
+            out.write(content)
+        with open(base + ".json", "w") as out:
+            json.dump({"from": envelope.mail_from, "to": envelope.rcpt_tos,
+                       "tls": session.ssl is not None or server.transport.get_extra_info("ssl_object") is not None,
+                       "authenticated": bool(session.authenticated)}, out)
+        return "250 Message accepted for delivery"
+
+
+class LongLineSMTP(SMTP):
+    # The client sends HTML bodies unwrapped; real servers take long lines, so this one does too.
+    line_length_limit = 1 << 20
+
+
+class SinkController(Controller):
+    def __init__(self, *args, implicit=None, **kwargs):
+        self._implicit = implicit
+        super().__init__(*args, **kwargs)
+
+    def factory(self):
+        return LongLineSMTP(self.handler, **self.SMTP_kwargs)
+
+
+def free_port():
+    with socket.socket() as probe:
+        probe.bind(("127.0.0.1", 0))
+        return probe.getsockname()[1]
+
+
+def main():
+    parser = argparse.ArgumentParser()
+    parser.add_argument("--dir", required=True)
+    parser.add_argument("--starttls", nargs=2, metavar=("CERT", "KEY"))
+    parser.add_argument("--implicit-tls", nargs=2, metavar=("CERT", "KEY"))
+    parser.add_argument("--auth")
+    parser.add_argument("--port", type=int, default=0)
+    parser.add_argument("--discard", action="store_true", help="count messages without storing them")
+    args = parser.parse_args()
+    os.makedirs(args.dir, exist_ok=True)
+
+    kwargs = {"decode_data": False, "data_size_limit": 1 << 28}
+    if args.auth:
+        user, password = args.auth.split(":", 1)
+
+        def authenticator(server, session, envelope, mechanism, auth_data):
+            if isinstance(auth_data, LoginPassword) and auth_data.login == user.encode() \
+                    and auth_data.password == password.encode():
+                return AuthResult(success=True)
+            return AuthResult(success=False, handled=False)
+
+        kwargs["authenticator"] = authenticator
+        kwargs["auth_require_tls"] = bool(args.starttls)
+    controller_kwargs = {}
+    if args.starttls:
+        context = ssl.create_default_context(ssl.Purpose.CLIENT_AUTH)
+        context.load_cert_chain(args.starttls[0], args.starttls[1])
+        kwargs["tls_context"] = context
+    if args.implicit_tls:
+        context = ssl.create_default_context(ssl.Purpose.CLIENT_AUTH)
+        context.load_cert_chain(args.implicit_tls[0], args.implicit_tls[1])
+        controller_kwargs["ssl_context"] = context
+
+    port = args.port or free_port()
+    controller = SinkController(Store(args.dir, args.discard), hostname="127.0.0.1", port=port, server_kwargs=kwargs,
+                                ready_timeout=10, **controller_kwargs)
+    controller.start()
+    print(port, flush=True)
+    sys.stdin.read()
+    controller.stop()
+
+
+if __name__ == "__main__":
+    main()
