@@ -1,0 +1,76 @@
+#pragma once
+
+#include "ContactTable.h"
+
+#include <QByteArray>
+#include <QString>
+#include <QStringList>
+
+#include <array>
+#include <functional>
+#include <optional>
+#include <vector>
+
+// The two text sources, told apart by a kind: fields split at every tab, or at commas with
+// the quoted-field rules of PSplit.
+enum class TextKind
+{
+    Tab,
+    Comma
+};
+
+// The fields of one line as the splitter hands them over. An empty comma line gives no array
+// at all ("Unset"), which the row builder trips over; an unterminated quote gives "Failed".
+struct SplitFields
+{
+    enum class State
+    {
+        Fields,
+        Unset,
+        Failed
+    };
+    State state = State::Fields;
+    QStringList fields;
+};
+
+namespace DelimitedText {
+
+// The character that stands in for a doubled quote while a line is split: the superscript two.
+inline constexpr QChar Placeholder{0x00B2};
+
+// Splits a comma line. Rules, faults included: "" pairs become one placeholder first; a quote
+// before the next comma opens a span closed only by the next quote, and the span loses its
+// first and last character whatever they are; one character after a closing quote is dropped;
+// only the last field turns a doubled quote back into one quote, earlier fields keep two; the
+// last field keeps quotes around it. An unterminated quote fails the line.
+SplitFields PSplit(const QString& line);
+
+// Trims blanks, then drops one double quote at the start and one at the end.
+QString StripQuotes(const QString& field);
+
+// The lines of a text file: a line ends at CR or at CR LF; a lone LF stays inside the line.
+QStringList splitLines(const QString& text);
+
+// The number of CR LF pairs in the file's bytes, at least 1 (it only scales the progress bar).
+int CountFileLines(const QByteArray& bytes);
+
+// The column names of the first line: tab kind splits at every tab, quotes left alone; comma
+// kind deletes every double quote and splits at every comma (so a quoted header cell holding a
+// comma gives two columns, where a data row gives one field).
+QStringList headerColumns(const QString& firstLine, TextKind kind);
+
+// Builds the row of one line from the column each map index reads (-1 for none); nothing when
+// the line adds no row (the e-mail column is mapped but missing, or the line failed to split).
+std::optional<Contact> AddTextRow(const QString& line, TextKind kind, const std::array<int, 16>& columnOfMapIndex);
+
+// The rows of a whole file's lines (after its first when skipFirst), in file order; lines that
+// add no row are passed over. afterLine is told the 1-based number of each line read, so that
+// a caller can advance its progress and let the event loop run.
+std::vector<Contact> importRows(const QStringList& lines, TextKind kind, bool skipFirst,
+                                const std::array<int, 16>& columnOfMapIndex,
+                                const std::function<void(qsizetype lineNumber)>& afterLine = {});
+
+// Reads a whole file in the program's text decoding and returns its lines.
+std::optional<QStringList> readLines(const QString& path, QByteArray* rawBytes = nullptr);
+
+} // namespace DelimitedText

@@ -1,0 +1,107 @@
+#include "TestSupport.h"
+#include "contacts/ContactTable.h"
+
+#include <QAbstractItemModelTester>
+#include <QSignalSpy>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+std::array<QString, 16> row(const QString& email, const QString& first = {})
+{
+    std::array<QString, 16> cells;
+    cells[0] = email;
+    cells[1] = first;
+    return cells;
+}
+
+QStringList emails(const ContactTable& table)
+{
+    QStringList result;
+    for (int position = 1; position <= table.count(); ++position) {
+        result << table.cell(position, 0);
+    }
+    return result;
+}
+
+} // namespace
+
+class ContactTableTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void rows_areAddressedByOneBasedPosition_checkedAndCounted()
+    {
+        ContactTable table;
+        QAbstractItemModelTester tester(&table, QAbstractItemModelTester::FailureReportingMode::QtTest);
+        table.addRow(row(u"a@x.org"_s, u"Ann"_s));
+        table.addRow(row(QString(), u"No address"_s));
+        table.addRow(row(u"a@x.org"_s, u"Ann again"_s));
+        QCOMPARE(table.count(), 3);
+        QCOMPARE(table.cell(1, 1), u"Ann"_s);
+        QCOMPARE(table.cell(2, 0), QString());
+        QCOMPARE(table.cell(3, 1), u"Ann again"_s); // duplicates stay two rows
+        QCOMPARE(table.cell(4, 0), QString());
+        QCOMPARE(table.cell(0, 0), QString());
+        for (int position = 1; position <= 3; ++position) {
+            QVERIFY(table.at(position).checked);
+            QVERIFY(table.at(position).counted);
+        }
+        QCOMPARE(table.data(table.index(0, 0), Qt::CheckStateRole).value<Qt::CheckState>(), Qt::Checked);
+        QCOMPARE(table.headerData(0, Qt::Horizontal, Qt::DisplayRole).toString(), u"Email Address"_s);
+        QCOMPARE(table.headerData(12, Qt::Horizontal, Qt::DisplayRole).toString(), u"WebPage"_s);
+        QCOMPARE(table.headerData(15, Qt::Horizontal, Qt::DisplayRole).toString(), u"CustomField(3)"_s);
+        table.clear();
+        QCOMPARE(table.count(), 0);
+    }
+
+    void userToggle_changesTheCheck_andReportsThePosition()
+    {
+        ContactTable table;
+        table.addRow(row(u"a@x.org"_s));
+        table.addRow(row(u"b@x.org"_s));
+        QSignalSpy toggled(&table, &ContactTable::checkToggled);
+        QVERIFY(table.setData(table.index(1, 0), Qt::Unchecked, Qt::CheckStateRole));
+        QCOMPARE(toggled.count(), 1);
+        QCOMPARE(toggled.first().first().toInt(), 2);
+        QVERIFY(!table.at(2).checked);
+        QVERIFY(table.at(2).counted); // the counting mark is the selection's business
+        QVERIFY(!table.setData(table.index(1, 3), Qt::Checked, Qt::CheckStateRole));
+        QVERIFY(table.flags(table.index(0, 0)).testFlag(Qt::ItemIsUserCheckable));
+        QVERIFY(!table.flags(table.index(0, 1)).testFlag(Qt::ItemIsUserCheckable));
+    }
+
+    void sort_isTextOrderWithoutCase_andStaysForLaterRows()
+    {
+        ContactTable table;
+        QAbstractItemModelTester tester(&table, QAbstractItemModelTester::FailureReportingMode::QtTest);
+        for (const QString& first : {u"bert"_s, u"Alice"_s, u"10"_s, u"9"_s, u"carl"_s}) {
+            table.addRow(row(first + u"@x.org"_s, first));
+        }
+        table.sortByCell(1, Qt::DescendingOrder);
+        QCOMPARE(emails(table),
+                 (QStringList{u"carl@x.org"_s, u"bert@x.org"_s, u"Alice@x.org"_s, u"9@x.org"_s, u"10@x.org"_s}));
+        table.sortByCell(1, Qt::AscendingOrder);
+        QCOMPARE(table.cell(1, 1), u"10"_s); // numbers sort as text
+        table.addRow(row(u"bea@x.org"_s, u"Bea"_s));
+        QCOMPARE(emails(table).indexOf(u"bea@x.org"_s), 3);
+    }
+
+    void customHeadings_canBeRenamed_standardOnesCannot()
+    {
+        ContactTable table;
+        QSignalSpy headers(&table, &QAbstractItemModel::headerDataChanged);
+        table.setCustomHeading(14, u"Member No"_s);
+        QCOMPARE(table.heading(14), u"Member No"_s);
+        QCOMPARE(headers.count(), 1);
+        table.setCustomHeading(3, u"Nope"_s);
+        QCOMPARE(table.heading(3), u"Job Title"_s);
+        QVERIFY(!table.setHeaderData(2, Qt::Horizontal, u"x"_s, Qt::EditRole));
+    }
+};
+
+QTEST_GUILESS_MAIN(ContactTableTest)
+#include "tst_contact_table.moc"
