@@ -1,0 +1,282 @@
+#include "NativeDocument.h"
+
+#include "OoxmlText.h"
+#include "WordFind.h"
+
+#include <QFileInfo>
+#include <QTemporaryDir>
+
+#include <sstream>
+
+using namespace Qt::StringLiterals;
+
+namespace wordlink {
+
+namespace {
+
+enum DocumentError
+{
+    Malformed = 20,
+    ReadOnly,
+    NoBody
+};
+
+const char* const TemplateTypes[][2] = {
+    {"application/vnd.openxmlformats-officedocument.wordprocessingml.template.main+xml",
+     "application/vnd.openxmlformats-officedocument.wordprocessingml.document.main+xml"},
+    {"application/vnd.ms-word.template.macroEnabledTemplate.main+xml",
+     "application/vnd.ms-word.document.macroEnabled.main+xml"},
+};
+
+bool isTemplateName(const QString& path)
+{
+    const QString suffix = QFileInfo(path).suffix().toLower();
+    return suffix == u"dotx"_s || suffix == u"dotm"_s;
+}
+
+// The main part named by the package relationships, else the usual name.
+QString mainPartOf(const OoxmlPackage& package)
+{
+    const Result<QByteArray> relations = package.part(u"_rels/.rels"_s);
+    if (relations.ok()) {
+        pugi::xml_document xml;
+        if (xml.load_buffer(relations->constData(), static_cast<size_t>(relations->size()))) {
+            for (pugi::xml_node relation : xml.child("Relationships").children("Relationship")) {
+                const QString type = QString::fromUtf8(relation.attribute("Type").value());
+                if (type.endsWith(u"/officeDocument"_s)) {
+                    QString target = QString::fromUtf8(relation.attribute("Target").value());
+                    return target.startsWith(u'/') ? target.mid(1) : target;
+                }
+            }
+        }
+    }
+    return u"word/document.xml"_s;
+}
+
+} // namespace
+
+NativeDocument::NativeDocument(OoxmlPackage package, Converter converter)
+    : m_package(std::move(package))
+    , m_convert(std::move(converter))
+{
+}
+
+NativeDocument::~NativeDocument() = default;
+
+Result<std::unique_ptr<Document>> NativeDocument::open(const QString& path, bool readOnly, Converter converter)
+{
+    Result<OoxmlPackage> package = OoxmlPackage::open(path);
+    if (!package.ok()) {
+        return package.error();
+    }
+    std::unique_ptr<NativeDocument> document(new NativeDocument(std::move(package).value(), std::move(converter)));
+    document->m_fullName = QFileInfo(path).absoluteFilePath();
+    document->m_readOnly = readOnly;
+    if (const Status loaded = document->load(); !loaded.ok()) {
+        return loaded.error();
+    }
+    return std::unique_ptr<Document>(std::move(document));
+}
+
+Result<std::unique_ptr<Document>> NativeDocument::fromTemplate(const QString& templatePath, Converter converter)
+{
+    Result<OoxmlPackage> package = OoxmlPackage::open(templatePath);
+    if (!package.ok()) {
+        return package.error();
+    }
+    std::unique_ptr<NativeDocument> document(new NativeDocument(std::move(package).value(), std::move(converter)));
+    document->m_fullName = u"Document1"_s;
+    if (const Status loaded = document->load(); !loaded.ok()) {
+        return loaded.error();
+    }
+    document->setMainContentType(false);
+    document->m_saved = false;
+    return std::unique_ptr<Document>(std::move(document));
+}
+
+Status NativeDocument::load()
+{
+    m_mainPart = mainPartOf(m_package);
+    const Result<QByteArray> xml = m_package.part(m_mainPart);
+    if (!xml.ok()) {
+        return xml.error();
+    }
+    const pugi::xml_parse_result parsed = m_xml.load_buffer(
+        xml->constData(), static_cast<size_t>(xml->size()),
+        pugi::parse_default | pugi::parse_declaration | pugi::parse_ws_pcdata_single, pugi::encoding_utf8);
+    if (!parsed) {
+        return Error{Malformed,
+                     u"the document's text is not well-formed XML: "_s + QString::fromUtf8(parsed.description())};
+    }
+    if (!body()) {
+        return Error{NoBody, u"the document has no body"_s};
+    }
+    return {};
+}
+
+pugi::xml_node NativeDocument::body()
+{
+    return m_xml.child("w:document").child("w:body");
+}
+
+void NativeDocument::setMainContentType(bool templateKind)
+{
+    const Result<QByteArray> types = m_package.part(u"[Content_Types].xml"_s);
+    if (!types.ok()) {
+        return;
+    }
+    QByteArray changed = types.value();
+    for (const auto& [templateType, documentType] : TemplateTypes) {
+        changed.replace(templateKind ? documentType : templateType, templateKind ? templateType : documentType);
+    }
+    if (changed != types.value()) {
+        m_package.setPart(u"[Content_Types].xml"_s, changed);
+    }
+}
+
+Result<QString> NativeDocument::ContentText()
+{
+    if (!m_text) {
+        m_text = std::make_unique<OoxmlText>(body());
+    }
+    return m_text->text();
+}
+
+Result<bool> NativeDocument::Find(const QString& findText, const FindOptions& options)
+{
+    const QRegularExpression expression = WordFind::expression(findText, options);
+    if (!expression.isValid()) {
+        return Error{Malformed, u"the wildcard text is not valid"_s};
+    }
+    const Result<QString> text = ContentText();
+    return expression.match(text.value()).hasMatch();
+}
+
+Result<int> NativeDocument::ReplaceAll(const QString& findText, const QString& replaceWith, const FindOptions& options)
+{
+    const QRegularExpression expression = WordFind::expression(findText, options);
+    if (!expression.isValid()) {
+        return Error{Malformed, u"the wildcard text is not valid"_s};
+    }
+    const QString text = ContentText().value();
+    std::vector<QRegularExpressionMatch> hits;
+    for (QRegularExpressionMatchIterator it = expression.globalMatch(text); it.hasNext();) {
+        QRegularExpressionMatch hit = it.next();
+        if (hit.capturedLength() > 0) {
+            hits.push_back(std::move(hit));
+        }
+    }
+    int replaced = 0;
+    // From the last hit to the first, so the places of the earlier ones stay where they are.
+    for (auto hit = hits.rbegin(); hit != hits.rend(); ++hit) {
+        if (m_text->replace(hit->capturedStart(), hit->capturedEnd(),
+                            WordFind::replacement(replaceWith, *hit, options.matchWildcards))) {
+            ++replaced;
+        }
+    }
+    if (replaced > 0) {
+        m_text.reset();
+        m_xmlChanged = true;
+        m_saved = false;
+    }
+    return replaced;
+}
+
+Status NativeDocument::AppendPageBreakAndText(const QString& text)
+{
+    pugi::xml_node documentBody = body();
+    pugi::xml_node sectionProperties = documentBody.child("w:sectPr");
+    const auto newParagraph = [&] {
+        return sectionProperties ? documentBody.insert_child_before("w:p", sectionProperties)
+                                 : documentBody.append_child("w:p");
+    };
+    newParagraph().append_child("w:r").append_child("w:br").append_attribute("w:type").set_value("page");
+    QString plain = text;
+    plain.remove(u'\a');
+    if (plain.endsWith(u'\r')) {
+        plain.chop(1);
+    }
+    const QStringList lines = plain.split(u'\r');
+    for (const QString& line : lines) {
+        pugi::xml_node run = newParagraph().append_child("w:r");
+        QString pending;
+        const auto flush = [&] {
+            if (!pending.isEmpty()) {
+                pugi::xml_node t = run.append_child("w:t");
+                t.append_attribute("xml:space").set_value("preserve");
+                t.text().set(pending.toUtf8().constData());
+                pending.clear();
+            }
+        };
+        for (const QChar c : line) {
+            if (c == u'\t') {
+                flush();
+                run.append_child("w:tab");
+            } else if (c == u'\v' || c == u'\f') {
+                flush();
+                pugi::xml_node brk = run.append_child("w:br");
+                if (c == u'\f') {
+                    brk.append_attribute("w:type").set_value("page");
+                }
+            } else if (c.unicode() >= 0x20) {
+                pending += c;
+            }
+        }
+        flush();
+    }
+    m_text.reset();
+    m_xmlChanged = true;
+    m_saved = false;
+    return {};
+}
+
+Status NativeDocument::store(const QString& path)
+{
+    if (m_xmlChanged) {
+        std::ostringstream out;
+        m_xml.save(out, "", pugi::format_raw, pugi::encoding_utf8);
+        const std::string xml = out.str();
+        m_package.setPart(m_mainPart, QByteArray(xml.data(), static_cast<qsizetype>(xml.size())));
+        m_xmlChanged = false;
+    }
+    return m_package.saveTo(path);
+}
+
+Status NativeDocument::Save()
+{
+    if (m_readOnly) {
+        return Error{ReadOnly, u"the document was opened read-only"_s};
+    }
+    if (!QFileInfo(m_fullName).isAbsolute()) {
+        return Error{ReadOnly, u"a new document needs a name: save it as"_s};
+    }
+    const Status stored = SaveAs(m_fullName);
+    return stored;
+}
+
+Status NativeDocument::SaveAs(const QString& path)
+{
+    const QString absolute = QFileInfo(path).absoluteFilePath();
+    Status stored;
+    if (isNativeFormat(absolute)) {
+        setMainContentType(isTemplateName(absolute));
+        stored = store(absolute);
+    } else {
+        // Another format: the office suite converts a saved copy.
+        QTemporaryDir scratch;
+        const QString copy = scratch.filePath(QFileInfo(absolute).completeBaseName() + u".docx"_s);
+        setMainContentType(false);
+        stored = store(copy);
+        if (stored.ok()) {
+            stored = m_convert ? m_convert(copy, absolute) : Status(Error{ReadOnly, u"no converter"_s});
+        }
+    }
+    if (stored.ok()) {
+        m_fullName = absolute;
+        m_readOnly = false;
+        m_saved = true;
+    }
+    return stored;
+}
+
+} // namespace wordlink

@@ -1,0 +1,41 @@
+#pragma once
+
+#include "core/Result.h"
+
+#include <QJsonObject>
+#include <QObject>
+#include <QProcess>
+
+namespace wordlink {
+
+// The client of the office bridge: a Python helper that drives its own hidden LibreOffice with a
+// private profile, spoken to in JSON lines. It is started on first use and kept warm for the
+// rest of the program; when it is missing or has crashed, the call fails with an error value
+// and the next call starts it again. While a call waits, the event loop keeps running.
+class OfficeBridge : public QObject
+{
+    Q_OBJECT
+
+public:
+    static OfficeBridge& instance();
+
+    // One operation; the answer's fields, or the error it gave.
+    Result<QJsonObject> call(const QJsonObject& request, int timeoutMs = 120000);
+
+    // Ends the helper and its office suite.
+    void shutdown();
+
+private:
+    OfficeBridge();
+    ~OfficeBridge() override;
+    Status ensureStarted();
+    Result<QJsonObject> awaitAnswer(int timeoutMs);
+    QString scriptPath() const;
+    void stopProcess();
+
+    QProcess m_process;
+    QByteArray m_pending;
+    bool m_busy = false;
+};
+
+} // namespace wordlink

@@ -1,0 +1,50 @@
+#pragma once
+
+#include "core/Result.h"
+
+#include <QByteArray>
+#include <QMap>
+#include <QString>
+
+#include <memory>
+
+struct zip;
+
+namespace wordlink {
+
+// A Word 2007-family file: a zip package of XML parts. The whole file is held in memory; parts
+// are read on demand, with a ceiling on their size so that a zip bomb or a huge entry fails the
+// document instead of the program. Saving writes the original package with only the changed
+// parts replaced: every other entry keeps its bytes.
+class OoxmlPackage
+{
+public:
+    static constexpr qint64 MaxFileSize = qint64(512) << 20;
+    static constexpr qint64 MaxPartSize = qint64(256) << 20;
+
+    static Result<OoxmlPackage> open(const QString& path);
+
+    OoxmlPackage(OoxmlPackage&&) noexcept;
+    OoxmlPackage& operator=(OoxmlPackage&&) noexcept;
+    ~OoxmlPackage();
+
+    bool hasPart(const QString& name) const;
+    Result<QByteArray> part(const QString& name) const;
+    void setPart(const QString& name, const QByteArray& content);
+
+    Status saveTo(const QString& path) const;
+
+private:
+    OoxmlPackage();
+
+    struct ZipCloser
+    {
+        void operator()(zip* archive) const;
+    };
+
+    QByteArray m_bytes;
+    std::unique_ptr<zip, ZipCloser> m_archive;
+    QMap<QString, QByteArray> m_changed;
+};
+
+} // namespace wordlink

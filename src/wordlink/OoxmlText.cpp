@@ -1,0 +1,164 @@
+#include "OoxmlText.h"
+
+#include <cstring>
+
+using namespace Qt::StringLiterals;
+
+namespace wordlink {
+
+namespace {
+
+bool named(pugi::xml_node node, const char* name)
+{
+    return std::strcmp(node.name(), name) == 0;
+}
+
+} // namespace
+
+OoxmlText::OoxmlText(pugi::xml_node body)
+{
+    walk(body);
+}
+
+void OoxmlText::walk(pugi::xml_node node)
+{
+    for (pugi::xml_node child = node.first_child(); child; child = child.next_sibling()) {
+        if (child.type() != pugi::node_element) {
+            continue;
+        }
+        const char* name = child.name();
+        if (named(child, "w:p")) {
+            walk(child);
+            endParagraph(child);
+        } else if (named(child, "w:r")) {
+            walkRun(child);
+        } else if (named(child, "w:tbl")) {
+            walkTable(child);
+        } else if (named(child, "w:fldSimple") || named(child, "w:hyperlink") || named(child, "w:ins") ||
+                   named(child, "w:smartTag") || named(child, "w:customXml") || named(child, "w:sdt") ||
+                   named(child, "w:sdtContent") || named(child, "w:moveTo") || named(child, "w:dir") ||
+                   named(child, "w:bdo")) {
+            walk(child);
+        } else if (std::strncmp(name, "w:", 2) != 0 && !named(child, "mc:AlternateContent")) {
+            walk(child);
+        }
+        // Properties, deleted text, section properties, text boxes: not part of the main text.
+    }
+}
+
+void OoxmlText::walkRun(pugi::xml_node run)
+{
+    for (pugi::xml_node child = run.first_child(); child; child = child.next_sibling()) {
+        if (named(child, "w:fldChar")) {
+            const char* type = child.attribute("w:fldCharType").value();
+            if (std::strcmp(type, "begin") == 0) {
+                ++m_fieldDepth;
+                ++m_fieldCodeDepth;
+            } else if (std::strcmp(type, "separate") == 0) {
+                m_fieldCodeDepth = qMax(0, m_fieldCodeDepth - 1);
+            } else if (std::strcmp(type, "end") == 0 && m_fieldDepth > 0) {
+                if (m_fieldCodeDepth >= m_fieldDepth) {
+                    --m_fieldCodeDepth;
+                }
+                --m_fieldDepth;
+            }
+            continue;
+        }
+        if (m_fieldCodeDepth > 0) {
+            continue; // the code of a field is not shown, its result is
+        }
+        if (named(child, "w:t")) {
+            const QString text = QString::fromUtf8(child.text().get());
+            m_spans.push_back({child, m_text.size(), text.size()});
+            m_text += text;
+        } else if (named(child, "w:tab") || named(child, "w:ptab")) {
+            m_text += u'\t';
+        } else if (named(child, "w:br")) {
+            const char* type = child.attribute("w:type").value();
+            m_text += std::strcmp(type, "page") == 0     ? QChar(u'\f')
+                      : std::strcmp(type, "column") == 0 ? QChar(u'\x0e')
+                                                         : QChar(u'\v');
+        } else if (named(child, "w:cr")) {
+            m_text += u'\v';
+        } else if (named(child, "w:noBreakHyphen")) {
+            m_text += QChar(u'\x1e');
+        } else if (named(child, "w:softHyphen")) {
+            m_text += QChar(u'\x1f');
+        } else if (named(child, "w:footnoteReference") || named(child, "w:endnoteReference")) {
+            m_text += QChar(u'\x02');
+        } else if (named(child, "w:drawing") || named(child, "w:pict") || named(child, "w:object")) {
+            m_text += QChar(u'\x01');
+        } else if (named(child, "w:sym")) {
+            m_text += QChar(u'(');
+        }
+    }
+}
+
+void OoxmlText::walkTable(pugi::xml_node table)
+{
+    for (pugi::xml_node row = table.child("w:tr"); row; row = row.next_sibling("w:tr")) {
+        for (pugi::xml_node cell = row.child("w:tc"); cell; cell = cell.next_sibling("w:tc")) {
+            pugi::xml_node last;
+            for (pugi::xml_node paragraph = cell.child("w:p"); paragraph; paragraph = paragraph.next_sibling("w:p")) {
+                last = paragraph;
+            }
+            const pugi::xml_node outer = m_lastCellParagraph;
+            m_lastCellParagraph = last;
+            walk(cell);
+            m_lastCellParagraph = outer;
+        }
+        m_text += u"\r\a"_s; // the end of the row
+    }
+}
+
+void OoxmlText::endParagraph(pugi::xml_node paragraph)
+{
+    // The last paragraph of a table cell ends with the cell mark.
+    m_text += paragraph == m_lastCellParagraph ? u"\r\a"_s : u"\r"_s;
+}
+
+void OoxmlText::setText(pugi::xml_node element, const QString& text)
+{
+    element.text().set(text.toUtf8().constData());
+    if (!text.isEmpty() && (text.front().isSpace() || text.back().isSpace())) {
+        pugi::xml_attribute space = element.attribute("xml:space");
+        if (!space) {
+            space = element.append_attribute("xml:space");
+        }
+        space.set_value("preserve");
+    }
+}
+
+bool OoxmlText::replace(qsizetype start, qsizetype end, const QString& replacement)
+{
+    // The spans the range touches, which must cover it without a gap.
+    auto first = std::lower_bound(m_spans.begin(), m_spans.end(), start,
+                                  [](const Span& span, qsizetype at) { return span.start + span.length <= at; });
+    if (first == m_spans.end() || first->start > start) {
+        return false;
+    }
+    auto last = first;
+    qsizetype covered = first->start + first->length;
+    while (covered < end) {
+        ++last;
+        if (last == m_spans.end() || last->start != covered) {
+            return false;
+        }
+        covered = last->start + last->length;
+    }
+    const QString firstText = QString::fromUtf8(first->element.text().get());
+    const qsizetype head = start - first->start;
+    if (first == last) {
+        setText(first->element, firstText.left(head) + replacement + firstText.mid(end - first->start));
+        return true;
+    }
+    setText(first->element, firstText.left(head) + replacement);
+    for (auto middle = first + 1; middle != last; ++middle) {
+        setText(middle->element, QString());
+    }
+    const QString lastText = QString::fromUtf8(last->element.text().get());
+    setText(last->element, lastText.mid(end - last->start));
+    return true;
+}
+
+} // namespace wordlink

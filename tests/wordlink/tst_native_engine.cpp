@@ -1,0 +1,240 @@
+#include "TestSupport.h"
+#include "wordlink/DocumentEngine.h"
+#include "wordlink/OoxmlPackage.h"
+
+#include <QFile>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+using namespace wordlink;
+
+namespace {
+
+std::unique_ptr<Document> openDocument(DocumentApplication& application, const QString& path, bool readOnly = true)
+{
+    Result<std::unique_ptr<Document>> opened = application.Open(path, readOnly);
+    if (!opened.ok()) {
+        qWarning("%s", qPrintable(opened.error().message));
+        return nullptr;
+    }
+    return std::move(opened).value();
+}
+
+QByteArray partOf(const QString& path, const QString& name)
+{
+    Result<OoxmlPackage> package = OoxmlPackage::open(path);
+    if (!package.ok()) {
+        return {};
+    }
+    const Result<QByteArray> part = package->part(name);
+    return part.ok() ? part.value() : QByteArray();
+}
+
+// A zip written by Python: entries given as name -> size of zeros, or name -> text.
+bool writeZip(const QString& path, const QString& entriesAsPython)
+{
+    QProcess python;
+    python.start(QString::fromLatin1(TestSupport::DebianPython),
+                 {u"-c"_s,
+                  u"import zipfile,sys\n"
+                  u"with zipfile.ZipFile(sys.argv[1],'w',zipfile.ZIP_DEFLATED,compresslevel=9) as z:\n"
+                  u"    for name, data in (%1):\n"
+                  u"        z.writestr(name, data)\n"_s.arg(entriesAsPython),
+                  path});
+    return python.waitForFinished(60000) && python.exitCode() == 0;
+}
+
+const FindOptions Plain;
+
+} // namespace
+
+class NativeEngineTest : public QObject
+{
+    Q_OBJECT
+
+private:
+    QTemporaryDir m_dir;
+    QString m_letter;
+    std::unique_ptr<DocumentApplication> m_application = NewApplication();
+
+private slots:
+    void initTestCase()
+    {
+        TestSupport::isolateUserFolders();
+        m_letter = m_dir.filePath(u"letter.docx"_s);
+        QVERIFY(TestSupport::makeDocx(u"letter"_s, m_letter));
+    }
+
+    void contentText_isTheMainStoryAsWordGivesIt()
+    {
+        auto document = openDocument(*m_application, m_letter);
+        QVERIFY(document);
+        const QString text = document->ContentText().value();
+        QVERIFY(text.startsWith(u"Dear [[FirstName]],\r"_s));
+        QVERIFY(text.contains(u"[[CompanyName]]\tis at [[Business-City]]"_s));
+        QVERIFY(text.contains(u"Name\r\a[[LastName]]\r\a\r\aMail\r\a[[Email1Address]]\r\a\r\a"_s));
+        QVERIFY(text.contains(u"Date: 1 March 2026\r"_s)); // the field's result, not its code
+        QVERIFY(!text.contains(u"DATE"_s));
+        QVERIFY(text.contains(u"\x01"_s)); // the picture
+        QVERIFY(text.contains(u"Kind regards, the Quillbay club\f\r"_s));
+        QVERIFY(!text.contains(u"Header for"_s));
+        QCOMPARE(document->FullName(), m_letter);
+        QVERIFY(document->Saved());
+    }
+
+    void find_followsWordsOptions()
+    {
+        auto document = openDocument(*m_application, m_letter);
+        QVERIFY(document);
+        const auto find = [&](const QString& text, FindOptions options = {}) {
+            return document->Find(text, options).value();
+        };
+        QVERIFY(find(u"[[firstname]]"_s)); // letter case is ignored when match case is left out
+        QVERIFY(!find(u"[[firstname]]"_s, {true, false, false}));
+        QVERIFY(find(u"[[FirstName]]"_s, {true, false, false}));
+        QVERIFY(find(u"club"_s, {false, true, false}));
+        QVERIFY(!find(u"clu"_s, {false, true, false}));
+        QVERIFY(find(u"Quill"_s));
+        QVERIFY(!find(u"Header"_s)); // only in the header
+        QVERIFY(find(u"[[WebPage]] or [[webpage]]"_s));
+        // Wildcards: case counts, and the syntax of Word.
+        QVERIFY(find(u"\\[\\[Business-?ity\\]\\]"_s, {false, false, true}));
+        QVERIFY(!find(u"\\[\\[business-?ity\\]\\]"_s, {false, false, true}));
+        QVERIFY(find(u"<Qu*y>"_s, {false, false, true}));
+        QVERIFY(find(u"[A-Z][a-z]{3} regards"_s, {false, false, true}));
+        QVERIFY(find(u"[!a-z]ind"_s, {false, false, true}));
+        QVERIFY(find(u"Ma@il"_s, {false, false, true}));
+        QVERIFY(!find(u"Max@il"_s, {false, false, true}));
+        QVERIFY(find(u"Kind r?gards"_s, {false, false, true}));
+        QVERIFY(find(u"^tis at"_s));
+        QVERIFY(!document->Find(u"[unclosed"_s, {false, false, true}).ok());
+    }
+
+    void replaceAll_crossesRuns_keepsTheFirstRunsFormat_andTouchesNothingElse()
+    {
+        auto document = openDocument(*m_application, m_letter, false);
+        QVERIFY(document);
+        QCOMPARE(document->ReplaceAll(u"[[FirstName]]"_s, u"Zoë"_s, Plain).value(), 2);
+        QCOMPARE(document->ReplaceAll(u"[[CompanyName]]"_s, u"Acme & Sons <Ltd>"_s, Plain).value(), 1);
+        QCOMPARE(document->ReplaceAll(u"[[WebPage]]"_s, u"www.example.org"_s, {true, false, false}).value(), 1);
+        QCOMPARE(document->ReplaceAll(u"[[LastName]]"_s, u"Lee"_s, Plain).value(), 1);
+        QCOMPARE(document->ReplaceAll(u"[[Job-Title]]"_s, u"x"_s, Plain).value(), 0);
+        QVERIFY(!document->Saved());
+        const QString merged = m_dir.filePath(u"merged.docx"_s);
+        QVERIFY(document->SaveAs(merged).ok());
+        QCOMPARE(document->FullName(), merged);
+
+        auto again = openDocument(*m_application, merged);
+        const QString text = again->ContentText().value();
+        QVERIFY(text.startsWith(u"Dear Zoë,\r"_s));
+        QVERIFY(text.contains(u"Acme & Sons <Ltd>\tis at"_s));
+        QVERIFY(text.contains(u"see www.example.org or [[webpage]]."_s));
+        QVERIFY(text.contains(u"Name\r\aLee\r\a"_s));
+        QVERIFY(text.contains(u"Second page for Zoë."_s));
+
+        const QByteArray xml = partOf(merged, u"word/document.xml"_s);
+        // The hit began in a run without bold: the whole name stands there, the other runs are empty.
+        QVERIFY(xml.contains("<w:r><w:rPr><w:b w:val=\"0\"/></w:rPr><w:t>Zoë</w:t></w:r>"));
+        QVERIFY(xml.contains("<w:r><w:rPr><w:b/></w:rPr><w:t></w:t></w:r>") ||
+                xml.contains("<w:r><w:rPr><w:b/></w:rPr><w:t/></w:r>"));
+        QVERIFY(xml.contains("Acme &amp; Sons &lt;Ltd&gt;"));
+        // Everything but the main text keeps its bytes: the header still holds its token.
+        for (const QString& part :
+             {u"word/header1.xml"_s, u"word/styles.xml"_s, u"[Content_Types].xml"_s, u"word/media/image1.png"_s}) {
+            QCOMPARE(partOf(merged, part), partOf(m_letter, part));
+        }
+        QVERIFY(partOf(merged, u"word/header1.xml"_s).contains("[[FirstName]]"));
+        // The template itself is untouched.
+        QVERIFY(openDocument(*m_application, m_letter)->ContentText().value().startsWith(u"Dear [[FirstName]]"_s));
+    }
+
+    void wildcardReplacements_useTheGroupsOfTheHit()
+    {
+        const QString copy = m_dir.filePath(u"copy.docx"_s);
+        QVERIFY(QFile::copy(m_letter, copy));
+        auto document = openDocument(*m_application, copy, false);
+        QCOMPARE(document->ReplaceAll(u"(Kind) (regards)"_s, u"\\2 \\1"_s, {false, false, true}).value(), 1);
+        QVERIFY(document->ContentText().value().contains(u"regards Kind, the"_s));
+        QCOMPARE(document->ReplaceAll(u"quillbay"_s, u"[^&]"_s, Plain).value(), 1);
+        QVERIFY(document->ContentText().value().contains(u"the [Quillbay] club"_s));
+        QVERIFY(document->Save().ok());
+        QVERIFY(openDocument(*m_application, copy)->ContentText().value().contains(u"regards Kind, the [Quillbay]"_s));
+        // A document opened read-only is not saved in place.
+        auto readOnly = openDocument(*m_application, copy, true);
+        QVERIFY(readOnly->ReplaceAll(u"Kind"_s, u"Warm"_s, Plain).ok());
+        QVERIFY(!readOnly->Save().ok());
+    }
+
+    void templates_giveDocuments_andPagesCanBeAppended()
+    {
+        const QString dotx = m_dir.filePath(u"letter.dotx"_s);
+        QVERIFY(TestSupport::makeDocx(u"template"_s, dotx));
+        Result<std::unique_ptr<Document>> added = m_application->Add(dotx);
+        QVERIFY(added.ok());
+        std::unique_ptr<Document> document = std::move(added).value();
+        QCOMPARE(document->FullName(), u"Document1"_s);
+        QVERIFY(!document->Save().ok()); // a new document needs a name first
+        QVERIFY(document->AppendPageBreakAndText(u"Second letter\r\tindented\rlast line\r\a"_s).ok());
+        const QString out = m_dir.filePath(u"combined.docx"_s);
+        QVERIFY(document->SaveAs(out).ok());
+        QVERIFY(partOf(out, u"[Content_Types].xml"_s).contains("wordprocessingml.document.main+xml"));
+        QVERIFY(!partOf(out, u"[Content_Types].xml"_s).contains("template.main+xml"));
+        const QString text = openDocument(*m_application, out)->ContentText().value();
+        QVERIFY(text.endsWith(u"\f\rSecond letter\r\tindented\rlast line\r"_s));
+    }
+
+    void badPackages_failCleanly()
+    {
+        const QString notZip = m_dir.filePath(u"not-a-zip.docx"_s);
+        QFile file(notZip);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write("this is plain text, not a package");
+        file.close();
+        QVERIFY(!m_application->Open(notZip, true).ok());
+        QVERIFY(!m_application->Open(m_dir.filePath(u"missing.docx"_s), true).ok());
+
+        const QString noBody = m_dir.filePath(u"no-document.docx"_s);
+        QVERIFY(writeZip(noBody, u"[('[Content_Types].xml', '<Types/>')]"_s));
+        QVERIFY(!m_application->Open(noBody, true).ok());
+
+        const QString malformed = m_dir.filePath(u"malformed.docx"_s);
+        QVERIFY(writeZip(malformed, u"[('word/document.xml', '<w:document><w:body><w:p>')]"_s));
+        const auto broken = m_application->Open(malformed, true);
+        QVERIFY(!broken.ok());
+        QVERIFY(broken.error().message.contains(u"XML"_s));
+
+        // 300 MB of zeros packed into a few hundred kilobytes: refused at the ceiling.
+        const QString bomb = m_dir.filePath(u"bomb.docx"_s);
+        QVERIFY(writeZip(bomb, u"[('word/document.xml', bytes(300*1024*1024))]"_s));
+        QVERIFY(QFileInfo(bomb).size() < 2 * 1024 * 1024);
+        const auto exploded = m_application->Open(bomb, true);
+        QVERIFY(!exploded.ok());
+        QVERIFY(exploded.error().message.contains(u"too large"_s));
+    }
+
+    void aDeclaredTwoGigabyteEntry_isRefusedBeforeReading()
+    {
+        const QString path = m_dir.filePath(u"huge.docx"_s);
+        QVERIFY(writeZip(path, u"[('word/document.xml', '<w:document/>')]"_s));
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::ReadWrite));
+        QByteArray bytes = file.readAll();
+        // Claim 2.5 GB in the central directory's uncompressed size of the entry.
+        const qsizetype central = bytes.indexOf("PK\x01\x02");
+        QVERIFY(central > 0);
+        const quint32 claimed = 2500u * 1024u * 1024u;
+        for (int i = 0; i < 4; ++i) {
+            bytes[central + 24 + i] = static_cast<char>((claimed >> (8 * i)) & 0xFF);
+        }
+        file.seek(0);
+        file.write(bytes);
+        file.close();
+        const auto opened = m_application->Open(path, true);
+        QVERIFY(!opened.ok());
+    }
+};
+
+QTEST_GUILESS_MAIN(NativeEngineTest)
+#include "tst_native_engine.moc"

@@ -1,0 +1,60 @@
+#include "TestSupport.h"
+#include "wordlink/OfficeBridge.h"
+#include "wordlink/PdfExport.h"
+#include "wordlink/ui/FirstPageRenderer.h"
+
+#include <QElapsedTimer>
+#include <QFile>
+#include <QTemporaryDir>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+
+class PdfPreviewTest : public QObject
+{
+    Q_OBJECT
+
+private:
+    QTemporaryDir m_dir;
+
+private slots:
+    void initTestCase() { TestSupport::isolateUserFolders(); }
+    void cleanupTestCase() { wordlink::OfficeBridge::instance().shutdown(); }
+
+    void theFirstPage_isRendered_onWhite_andTheExportIsKeptUntilTheDocumentChanges()
+    {
+        const QString letter = m_dir.filePath(u"two pages.docx"_s);
+        QVERIFY(TestSupport::makeDocx(u"pages"_s, letter, u"2"_s));
+        const Result<QString> pdf = wordlink::exportPdf(letter);
+        QVERIFY2(pdf.ok(), qPrintable(pdf.error().message));
+        const QImage page = wordlink::renderFirstPage(pdf.value(), 72);
+        QVERIFY(!page.isNull());
+        QVERIFY(page.height() > page.width()); // a portrait page
+        QCOMPARE(page.pixelColor(2, 2), QColor(Qt::white));
+        int dark = 0;
+        for (int y = 0; y < page.height(); y += 4) {
+            for (int x = 0; x < page.width(); x += 4) {
+                dark += qGray(page.pixel(x, y)) < 128 ? 1 : 0;
+            }
+        }
+        QVERIFY2(dark > 50, "the page shows text");
+
+        // The same document again comes from the cache at once.
+        QElapsedTimer timer;
+        timer.start();
+        QCOMPARE(wordlink::exportPdf(letter).value(), pdf.value());
+        QVERIFY(timer.elapsed() < 100);
+        // A changed document is exported afresh.
+        QTest::qWait(1100);
+        QVERIFY(TestSupport::makeDocx(u"plain"_s, letter, u"changed"_s));
+        const Result<QString> again = wordlink::exportPdf(letter);
+        QVERIFY(again.ok());
+        QVERIFY(again.value() != pdf.value());
+
+        QVERIFY(wordlink::renderFirstPage(m_dir.filePath(u"none.pdf"_s)).isNull());
+        QVERIFY(!wordlink::exportPdf(m_dir.filePath(u"none.docx"_s)).ok());
+    }
+};
+
+QTEST_MAIN(PdfPreviewTest)
+#include "tst_pdf_preview.moc"

@@ -1,0 +1,271 @@
+#!/usr/bin/python3
+"""The office bridge of Quillbay+: a hidden LibreOffice with a private profile, driven through
+UNO, offering the document operations of the program as JSON lines on standard input and
+output. Each request is one JSON object with an "op"; each answer one JSON object with "ok"
+and, on failure, "error". Only the main text of a document is read or changed, as in Word:
+headers, footers, notes and text frames are left alone (a table's cells belong to the text).
+"""
+import json
+import os
+import shutil
+import signal
+import subprocess
+import sys
+import tempfile
+import time
+import uuid
+
+import uno
+from com.sun.star.beans import PropertyValue
+from com.sun.star.connection import NoConnectException
+
+FILTERS = {
+    ".doc": "MS Word 97",
+    ".dot": "MS Word 97 Vorlage",
+    ".docx": "MS Word 2007 XML",
+    ".docm": "MS Word 2007 XML VBA",
+    ".dotx": "MS Word 2007 XML Template",
+    ".rtf": "Rich Text Format",
+    ".odt": "writer8",
+    ".txt": "Text (encoded)",
+    ".pdf": "writer_pdf_Export",
+}
+
+
+def props(**values):
+    result = []
+    for name, value in values.items():
+        item = PropertyValue()
+        item.Name = name
+        item.Value = value
+        result.append(item)
+    return tuple(result)
+
+
+def url(path):
+    return uno.systemPathToFileUrl(os.path.abspath(path))
+
+
+class Bridge:
+    def __init__(self):
+        self.profile = tempfile.mkdtemp(prefix="quillbay-office-")
+        self.pipe = "quillbay" + uuid.uuid4().hex
+        office = shutil.which("soffice") or "/usr/bin/soffice"
+        self.process = subprocess.Popen(
+            [office, "--headless", "--invisible", "--nologo", "--norestore", "--nodefault", "--nolockcheck",
+             "-env:UserInstallation=" + uno.systemPathToFileUrl(self.profile),
+             "--accept=pipe,name=%s;urp;" % self.pipe],
+            stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
+            start_new_session=True)
+        # The office suite and its launcher form a process group of their own, ended with the
+        # helper when the helper is told to stop.
+        for number in (signal.SIGTERM, signal.SIGHUP):
+            signal.signal(number, self.end_office)
+        local = uno.getComponentContext()
+        resolver = local.ServiceManager.createInstanceWithContext("com.sun.star.bridge.UnoUrlResolver", local)
+        deadline = time.time() + 90
+        while True:
+            try:
+                context = resolver.resolve("uno:pipe,name=%s;urp;StarOffice.ComponentContext" % self.pipe)
+                break
+            except NoConnectException:
+                if time.time() > deadline or self.process.poll() is not None:
+                    raise RuntimeError("the office suite did not start")
+                time.sleep(0.1)
+        self.desktop = context.ServiceManager.createInstanceWithContext("com.sun.star.frame.Desktop", context)
+        self.documents = {}
+
+    def end_office(self, *_):
+        try:
+            os.killpg(self.process.pid, signal.SIGKILL)
+        except OSError:
+            pass
+        shutil.rmtree(self.profile, ignore_errors=True)
+        os._exit(1)
+
+    def close(self):
+        for document in list(self.documents.values()):
+            try:
+                document.close(True)
+            except Exception:
+                pass
+        try:
+            self.desktop.terminate()
+        except Exception:
+            pass
+        try:
+            self.process.wait(timeout=15)
+        except Exception:
+            self.process.kill()
+        shutil.rmtree(self.profile, ignore_errors=True)
+
+    def load(self, path, **options):
+        document = self.desktop.loadComponentFromURL(url(path), "_blank", 0, props(Hidden=True, **options))
+        if document is None or not document.supportsService("com.sun.star.text.TextDocument"):
+            if document is not None:
+                document.close(True)
+            raise RuntimeError("not a text document: " + path)
+        key = uuid.uuid4().hex
+        self.documents[key] = document
+        return key
+
+    def document(self, request):
+        return self.documents[request["doc"]]
+
+    @staticmethod
+    def body_tables(document):
+        names = set()
+        elements = document.getText().createEnumeration()
+        while elements.hasMoreElements():
+            element = elements.nextElement()
+            if element.supportsService("com.sun.star.text.TextTable"):
+                names.add(element.getName())
+        return names
+
+    @staticmethod
+    def in_main_text(hit, tables):
+        text = hit.getText()
+        if text.getImplementationName() == "SwXBodyText":
+            return True
+        # A cell of a table of the body counts; header tables, frames and notes do not.
+        if text.getImplementationName() == "SwXCell":
+            try:
+                return hit.TextTable.getName() in tables
+            except Exception:
+                return False
+        return False
+
+    @staticmethod
+    def word_text(text):
+        """The text as Word's Content.Text gives it."""
+        out = []
+        paragraphs = text.createEnumeration()
+        while paragraphs.hasMoreElements():
+            element = paragraphs.nextElement()
+            if element.supportsService("com.sun.star.text.TextTable"):
+                rows = {}
+                for name in element.getCellNames():
+                    row = int("".join(ch for ch in name if ch.isdigit()) or 0)
+                    rows.setdefault(row, []).append(name)
+                for row in sorted(rows):
+                    for name in rows[row]:
+                        cell = element.getCellByName(name).getString().replace("\n", "\r")
+                        out.append(cell + "\r\a")
+                    out.append("\r\a")
+            else:
+                out.append(element.getString().replace("\n", "\v") + "\r")
+        return "".join(out)
+
+    def hits(self, document, request):
+        descriptor = document.createSearchDescriptor()
+        descriptor.SearchString = request["regex"]
+        descriptor.SearchRegularExpression = True
+        descriptor.SearchCaseSensitive = bool(request.get("caseSensitive", False))
+        found = document.findAll(descriptor)
+        tables = self.body_tables(document)
+        result = []
+        for index in range(found.getCount()):
+            hit = found.getByIndex(index)
+            if self.in_main_text(hit, tables):
+                result.append(hit)
+        return result
+
+    def handle(self, request):
+        op = request["op"]
+        if op == "ping":
+            return {}
+        if op == "open":
+            return {"doc": self.load(request["path"], ReadOnly=bool(request.get("readOnly", False)))}
+        if op == "add":
+            return {"doc": self.load(request["template"], AsTemplate=True)}
+        if op == "text":
+            return {"text": self.word_text(self.document(request).getText())}
+        if op == "find":
+            return {"found": len(self.hits(self.document(request), request)) > 0}
+        if op == "hits":
+            document = self.document(request)
+            self.pending = (request["doc"], self.hits(document, request))
+            return {"hits": [hit.getString() for hit in self.pending[1]]}
+        if op == "replaceHits":
+            key, hits = self.pending
+            if key != request["doc"]:
+                raise RuntimeError("no hits of this document are pending")
+            replacements = request["replacements"]
+            for hit, replacement in reversed(list(zip(hits, replacements))):
+                hit.setString(replacement)
+            self.pending = (None, [])
+            return {"count": min(len(hits), len(replacements))}
+        if op == "append":
+            document = self.document(request)
+            text = document.getText()
+            cursor = text.createTextCursor()
+            cursor.gotoEnd(False)
+            from com.sun.star.text.ControlCharacter import PARAGRAPH_BREAK
+            from com.sun.star.style.BreakType import PAGE_BEFORE
+            text.insertControlCharacter(cursor, PARAGRAPH_BREAK, False)
+            cursor.BreakType = PAGE_BEFORE
+            lines = request["text"].replace("\a", "").rstrip("\r").split("\r")
+            for number, line in enumerate(lines):
+                if number:
+                    text.insertControlCharacter(cursor, PARAGRAPH_BREAK, False)
+                text.insertString(cursor, line.replace("\v", "\n"), False)
+            return {}
+        if op == "save":
+            self.document(request).store()
+            return {}
+        if op == "saveAs":
+            path = request["path"]
+            extension = os.path.splitext(path)[1].lower()
+            document = self.document(request)
+            if extension == ".pdf":
+                document.storeToURL(url(path), props(FilterName=FILTERS[".pdf"]))
+            else:
+                document.storeAsURL(url(path), props(FilterName=FILTERS.get(extension, "MS Word 2007 XML"),
+                                                     Overwrite=True))
+            return {}
+        if op == "close":
+            document = self.documents.pop(request["doc"], None)
+            if document is not None:
+                document.close(True)
+            return {}
+        if op == "convert":
+            key = self.load(request["from"], ReadOnly=True)
+            try:
+                target = request["to"]
+                extension = os.path.splitext(target)[1].lower()
+                self.documents[key].storeToURL(url(target), props(FilterName=FILTERS.get(extension, "writer8"),
+                                                                  Overwrite=True))
+            finally:
+                self.documents.pop(key).close(True)
+            return {}
+        raise RuntimeError("unknown operation " + op)
+
+
+def main():
+    try:
+        bridge = Bridge()
+    except Exception as error:
+        sys.stdout.write(json.dumps({"ok": False, "error": str(error)}) + "\n")
+        sys.stdout.flush()
+        return 1
+    sys.stdout.write(json.dumps({"ok": True, "ready": True}) + "\n")
+    sys.stdout.flush()
+    for line in sys.stdin:
+        if not line.strip():
+            continue
+        try:
+            request = json.loads(line)
+            if request.get("op") == "quit":
+                break
+            answer = bridge.handle(request)
+            answer["ok"] = True
+        except Exception as error:
+            answer = {"ok": False, "error": "%s: %s" % (type(error).__name__, error)}
+        sys.stdout.write(json.dumps(answer) + "\n")
+        sys.stdout.flush()
+    bridge.close()
+    return 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
