@@ -1,0 +1,57 @@
+#pragma once
+
+#include "core/Result.h"
+
+#include <QString>
+
+class ContactTable;
+class RunView;
+class TokenEngine;
+
+namespace wordlink {
+class DocumentApplication;
+}
+
+// The postal run: one Word document per checked contact in a folder, or one combined document,
+// each made from the letter template with every field replaced in fixed order (no blank-field
+// texts here). Its progress shows on the run page; Cancel is seen at every tenth contact, when
+// pending events are let through.
+class PostalMergeRun
+{
+public:
+    struct Input
+    {
+        const ContactTable* table = nullptr;
+        const TokenEngine* tokens = nullptr;
+        QString templatePath; // txtTemplate(1), untrimmed
+        QString documentName; // txtDocs, untrimmed: the combined document
+        int selectedCount = 0;
+    };
+
+    explicit PostalMergeRun(RunView& view);
+
+    // Folder empty: the combined document; else one document per contact in the folder.
+    void run(const Input& input, const QString& folder);
+    void CmdCancelSend_Click() { m_cancelFlag = true; }
+    bool cancelFlag() const { return m_cancelFlag; }
+
+    QString OutputName() const { return m_outputName; }
+    int done() const { return m_done; }
+
+    // "Quillbay+N" with the extension of the template's format: .docx for the Word 2007 family,
+    // .doc for a .doc or .dot template, the template's own otherwise.
+    static QString numberedName(int number, const QString& templatePath);
+    // The scratch document of the combined form, in the format of the letters.
+    static QString scratchName(const QString& templatePath);
+
+private:
+    void InitRunProgress(int selectedCount);
+    Status mergeContact(wordlink::DocumentApplication& application, const Input& input, int row, const QString& folder,
+                        bool& outputStarted);
+
+    RunView& m_view;
+    bool m_cancelFlag = false;
+    double m_step = 0;
+    int m_done = 0;
+    QString m_outputName;
+};

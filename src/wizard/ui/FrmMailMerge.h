@@ -1,0 +1,195 @@
+#pragma once
+
+#include "contacts/ContactSelection.h"
+#include "contacts/ContactTable.h"
+#include "contacts/DelimitedText.h"
+#include "contacts/FieldMap.h"
+#include "core/Result.h"
+#include "wizard/TokenEngine.h"
+
+#include <QWidget>
+
+class ComposePage;
+class PostalMergeRun;
+class SmtpSendRun;
+class WizardRunView;
+class ContactsPage;
+class FieldMapPage;
+class FinishPage;
+class ProgressPanel;
+class QLabel;
+class QMenu;
+class QPushButton;
+class QStackedWidget;
+class SendPage;
+class SourcePage;
+class TemplatePage;
+
+// "Quillbay+ : Merge Mails": the wizard that leads from a contact source to finished mails or
+// letters. Seven pages share one bar of Back, Next and Close; exactly one page is current and
+// every decision of Next, Back and Close reads it, in the order the handlers below test.
+// A mail merge runs through pages 0, (6), 1, 2, 5, 3, 4 and a postal merge through 0, (6), 1, 2, 4.
+class FrmMailMerge : public QWidget
+{
+    Q_OBJECT
+
+public:
+    enum Page
+    {
+        DataSource = 0,
+        Contacts = 1,
+        Template = 2,
+        SendWay = 3,
+        Finish = 4,
+        Compose = 5,
+        FieldMapping = 6
+    };
+
+    // The one instance, made (and its Form_Load run) on first use after each unload.
+    static FrmMailMerge* instance();
+
+    int currentPage() const { return m_currentPage; }
+    ContactTable& contactTable() { return m_table; }
+    ContactSelection& selection() { return m_selection; }
+    TokenEngine& tokens() { return m_tokens; }
+    const FieldMap& fieldMap() const { return m_map; }
+    int sourceIndex() const;
+    bool mapImported() const { return m_mapImported; }
+    QString openedSource() const { return m_openedSource; }
+
+    SourcePage* sourcePage() const { return m_source; }
+    FieldMapPage* fieldMapPage() const { return m_fieldMapPage; }
+    ContactsPage* contactsPage() const { return m_contacts; }
+    TemplatePage* templatePage() const { return m_template; }
+    SendPage* sendPage() const { return m_send; }
+    FinishPage* finishPage() const { return m_finish; }
+    ComposePage* composePage() const { return m_compose; }
+    ProgressPanel* progress() const { return m_progress; }
+    QPushButton* CmdBack() const { return m_cmdBack; }
+    QPushButton* CmdNext() const { return m_cmdNext; }
+    QPushButton* cmdCancel() const { return m_cmdCancel; }
+    QLabel* lblTotContacts() const { return m_lblTotContacts; }
+
+    void CmdNext_Click();
+    void CmdBack_Click();
+    void cmdCancel_Click();
+    void ShowPage(int page);
+    void UpdateSelectedCount();
+    void FillRecipientLists();
+
+    // Change marks: "Change" (or "change" from typing in a template box) when a later step must
+    // be redone.
+    static QString Tag(const QObject* control);
+    static void setTag(QObject* control, const QString& tag);
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
+    void showEvent(QShowEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+private:
+    explicit FrmMailMerge(QWidget* parent = nullptr);
+    QWidget* buildButtonBar();
+    void connectSourcePage();
+    void connectFieldMapPage();
+    void connectContactsPage();
+    void connectTemplatePage();
+    void connectSendAndFinishPages();
+
+    void Form_Load();
+    void Form_Activate();
+    void Form_Unload();
+    void LoadWizardMemory();
+    void SaveWizardMemory();
+
+    // Data source page.
+    void FillSourceList();
+    void ShowSourcePanel(int index);
+    void LstDataSrc_Click(int index);
+    void ImportSource(int index);
+    void CmdBrowseWab_Click();
+    void OpenTextSource(TextKind kind);
+    void ImportTextFile(TextKind kind);
+
+    // Field map page.
+    void PrepareMapPage(const MapSection& where, const QString& path, const QString& chosenSheetOrTable);
+    void showFieldMap();
+    void mapChanged();
+    void ApplyCustomHeadings();
+
+    // Contact page.
+    void LsvSelection_ItemCheck(int position);
+    void lblSel_Click();
+    void LsvSelection_ColumnClick(int column);
+    void applyColumnPositions(const QList<int>& positions);
+    QList<int> columnPositions() const;
+
+    // Template page.
+    void ChkMailMerge_Click();
+    void ChkPostalMerge_Click();
+    void ChkAttachment_Click();
+    void EnableAttachmentControls();
+    void DisableAttachmentControls();
+    void EnablePostalControls();
+    void DisablePostalControls();
+    void CmdBrowseTemplate_Click(int index);
+    void CmdEdit_Click(int index);
+    void CmdNewTemplate_Click(int index);
+    void txtTemplate_Change(int index);
+    void OptDocs_Click(int option);
+    void cmdBrowseDoc_Click();
+    void BrowseOutputTarget(int option);
+    void lblLink_Click();
+    void EditInWord(const QString& path);
+    void LeaveTemplatePage();
+
+    // Composer page and the way of sending.
+    void InitComposer();
+    void DisableComposerToolbar();
+    void PrepareFieldMenu();
+    void ScanMailTokens();
+    void showSelectedSource();
+    // The source kind and the blank-field texts the string passes use.
+    void syncTokenSettings();
+    Result<QString> attachmentPreview(int row);
+
+    // The runs that the document engine, the composer and the mail delivery provide.
+    void ScanDocTokens();
+    void PostalMergeRun(const QString& folder);
+    void lblOpenDoc_Click();
+    void RunSmtpSend();
+    void RunOutboxSend();
+    void CmdCancelSend_Click();
+
+    ContactTable m_table;
+    ContactSelection m_selection;
+    TokenEngine m_tokens;
+    FieldMap m_map;
+    int m_currentPage = -1;
+    QString m_openedSource;
+    bool m_mapImported = false;
+    bool m_firstShown = true;
+    bool m_cancelFlag = false;
+    // The run in hand, while one goes; the window does not close under it.
+    SmtpSendRun* m_smtpRun = nullptr;
+    ::PostalMergeRun* m_postalRun = nullptr;
+    QString m_wabFile;
+    QString m_tabFile;
+    QString m_commaFile;
+    int m_shownSourceIndex = 0;
+    qsizetype m_importedLines = 0;
+
+    QStackedWidget* m_pages;
+    SourcePage* m_source;
+    FieldMapPage* m_fieldMapPage;
+    ContactsPage* m_contacts;
+    TemplatePage* m_template;
+    SendPage* m_send;
+    FinishPage* m_finish;
+    ComposePage* m_compose;
+    ProgressPanel* m_progress;
+    QPushButton* m_cmdBack;
+    QPushButton* m_cmdNext;
+    QPushButton* m_cmdCancel;
+    QLabel* m_lblTotContacts;
+};

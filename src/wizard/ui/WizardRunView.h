@@ -1,0 +1,33 @@
+#pragma once
+
+#include "wizard/RunView.h"
+
+class FrmMailMerge;
+
+// The wizard's run page as the send runs drive it: the labels and bar of the progress page and
+// the wizard's buttons.
+class WizardRunView : public RunView
+{
+public:
+    explicit WizardRunView(FrmMailMerge& wizard);
+
+    void setHeader(const QString& text) override;
+    void setFolderText(const QString& text) override;
+    void setStatus(const QString& text) override;
+    void setProcess(const QString& text) override;
+    QString process() const override;
+    void setProcessVisible(bool visible) override;
+    void setBarWidth(double twips) override;
+    double barWidth() const override;
+    void setCancelEnabled(bool enabled) override;
+    void setBackEnabled(bool enabled) override;
+    void setNext(const QString& caption, bool enabled) override;
+    void showRunPage(const QString& tabCaption) override;
+    void setWaitCursor(bool waiting) override;
+    void showSmtpSettings() override;
+    void pumpEvents() override;
+
+private:
+    FrmMailMerge& m_wizard;
+    bool m_waiting = false;
+};

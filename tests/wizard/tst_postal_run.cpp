@@ -1,0 +1,214 @@
+#include "TestSupport.h"
+#include "contacts/ContactTable.h"
+#include "core/AppPaths.h"
+#include "wizard/PostalMergeRun.h"
+#include "wizard/RunView.h"
+#include "wizard/TokenEngine.h"
+#include "wordlink/BridgeDocument.h"
+#include "wordlink/DocumentEngine.h"
+#include "wordlink/OfficeBridge.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <functional>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+class RecordingView : public RunView
+{
+public:
+    void setHeader(const QString& text) override { header = text; }
+    void setFolderText(const QString& text) override { folder = text; }
+    void setStatus(const QString& text) override { statuses << text; }
+    void setProcess(const QString& text) override
+    {
+        processes << text;
+        if (onProcess) {
+            onProcess(text);
+        }
+    }
+    QString process() const override { return processes.isEmpty() ? QString() : processes.last(); }
+    void setProcessVisible(bool) override {}
+    void setBarWidth(double twips) override { bar = twips; }
+    double barWidth() const override { return bar; }
+    void setCancelEnabled(bool enabled) override { cancelEnabled = enabled; }
+    void setBackEnabled(bool enabled) override { backEnabled = enabled; }
+    void setNext(const QString& caption, bool enabled) override
+    {
+        nextCaption = caption;
+        nextEnabled = enabled;
+    }
+    void showRunPage(const QString&) override { ++pagesShown; }
+    void setWaitCursor(bool) override {}
+    void showSmtpSettings() override {}
+    void pumpEvents() override
+    {
+        ++yields;
+        QCoreApplication::processEvents();
+    }
+
+    QString header;
+    QString folder;
+    QStringList statuses;
+    QStringList processes;
+    double bar = -1;
+    bool cancelEnabled = false;
+    bool backEnabled = false;
+    QString nextCaption;
+    bool nextEnabled = false;
+    int pagesShown = 0;
+    int yields = 0;
+    std::function<void(const QString&)> onProcess;
+};
+
+QString textOf(const QString& path)
+{
+    auto application = wordlink::NewApplication();
+    auto opened = application->Open(path, true);
+    return opened.ok() ? opened.value()->ContentText().value() : QString();
+}
+
+} // namespace
+
+class PostalRunTest : public QObject
+{
+    Q_OBJECT
+
+private:
+    QTemporaryDir m_dir;
+    QString m_template;
+    ContactTable m_table;
+    std::unique_ptr<TokenEngine> m_tokens;
+
+    PostalMergeRun::Input input(const QString& templatePath, const QString& documentName = {})
+    {
+        int checked = 0;
+        for (int row = 1; row <= m_table.count(); ++row) {
+            checked += m_table.at(row).checked ? 1 : 0;
+        }
+        return {&m_table, m_tokens.get(), templatePath, documentName, checked};
+    }
+
+private slots:
+    void initTestCase()
+    {
+        TestSupport::isolateUserFolders();
+        m_template = m_dir.filePath(u"letter.docx"_s);
+        QVERIFY(TestSupport::makeDocx(u"letter"_s, m_template));
+        m_tokens = std::make_unique<TokenEngine>(m_table);
+        m_tokens->setSourceIndex(4);
+    }
+
+    void cleanupTestCase() { wordlink::OfficeBridge::instance().shutdown(); }
+
+    void init()
+    {
+        m_table.clear();
+        for (int i = 1; i <= 10; ++i) {
+            std::array<QString, 16> cells;
+            cells[0] = u"c%1@example.com"_s.arg(i);
+            cells[1] = i == 5 ? QString() : u"Name%1"_s.arg(i);
+            m_table.addRow(cells);
+            m_table.setChecked(i, i == 2 || i == 5 || i == 9);
+        }
+    }
+
+    void folderForm_numbersTheCheckedContacts_inTheTemplatesFormat()
+    {
+        const QString folder = m_dir.filePath(u"letters"_s);
+        QDir().mkpath(folder);
+        RecordingView view;
+        PostalMergeRun run(view);
+        run.run(input(m_template), folder);
+        QCOMPARE(QDir(folder).entryList(QDir::Files, QDir::Name),
+                 (QStringList{u"Quillbay+1.docx"_s, u"Quillbay+2.docx"_s, u"Quillbay+3.docx"_s}));
+        QVERIFY(textOf(folder + u"/Quillbay+1.docx"_s).startsWith(u"Dear Name2,"_s));
+        QVERIFY(textOf(folder + u"/Quillbay+2.docx"_s).startsWith(u"Dear ,"_s)); // no "Sir" in a letter
+        QVERIFY(textOf(folder + u"/Quillbay+3.docx"_s).contains(u"c9@example.com"_s));
+        QCOMPARE(view.folder, QString());
+        QCOMPARE(view.statuses.at(1), u"Quillbay+1.docx"_s);
+        QVERIFY(view.processes.contains(u"Processing  2  of  3"_s));
+        QCOMPARE(view.process(), u"Files are Saved Successfully"_s);
+        QCOMPARE(view.statuses.last(), QString());
+        QCOMPARE(view.bar, 7500.0);
+        QVERIFY(view.nextEnabled);
+        QCOMPARE(view.nextCaption, u"Finish"_s);
+        QVERIFY(view.backEnabled);
+        QVERIFY(!view.cancelEnabled);
+        QCOMPARE(PostalMergeRun::numberedName(7, u"/x/letter.doc"_s), u"Quillbay+7.doc"_s);
+        QCOMPARE(PostalMergeRun::numberedName(1, u"/x/letter.dotx"_s), u"Quillbay+1.docx"_s);
+    }
+
+    void combinedForm_keepsTheFirstLetter_andAppendsTheOthersAsText()
+    {
+        const QString combined = m_dir.filePath(u"All letters.docx"_s);
+        RecordingView view;
+        PostalMergeRun run(view);
+        run.run(input(m_template, u" "_s + combined + u" "_s), QString());
+        QCOMPARE(run.OutputName(), u"All letters.docx"_s);
+        QCOMPARE(view.process(), u"All letters.docx is Successfully Stored"_s);
+        const QString text = textOf(combined);
+        QVERIFY(text.startsWith(u"Dear Name2,"_s));
+        QCOMPARE(text.count(u"Dear "_s), 3);
+        QVERIFY(text.contains(u"\f\rDear ,"_s));
+        QVERIFY(QFile::exists(AppPaths::file(u"Temp.docx"_s)));
+        QVERIFY(textOf(m_template).startsWith(u"Dear [[FirstName]]"_s)); // the template is untouched
+    }
+
+    void cancel_isSeenOnlyAtTheTenthContact()
+    {
+        for (int i = 1; i <= 10; ++i) {
+            m_table.setChecked(i, true);
+        }
+        for (int i = 11; i <= 14; ++i) {
+            std::array<QString, 16> cells;
+            cells[0] = u"c%1@example.com"_s.arg(i);
+            m_table.addRow(cells);
+        }
+        const QString folder = m_dir.filePath(u"cancelled"_s);
+        QDir().mkpath(folder);
+        RecordingView view;
+        PostalMergeRun run(view);
+        // The user presses Cancel at the second contact: the click waits in the event queue.
+        view.onProcess = [&run](const QString& text) {
+            if (text.startsWith(u"Processing  2 "_s)) {
+                QMetaObject::invokeMethod(
+                    QCoreApplication::instance(), [&run] { run.CmdCancelSend_Click(); }, Qt::QueuedConnection);
+            }
+        };
+        run.run(input(m_template), folder);
+        QCOMPARE(QDir(folder).entryList(QDir::Files).size(), 10);
+        QCOMPARE(view.process(), u"Process Cancelled!"_s);
+        QCOMPARE(view.yields, 1);
+    }
+
+    void aDocTemplate_givesDocLetters_andAFailureEndsTheRunSilently()
+    {
+        const QString docTemplate = m_dir.filePath(u"letter.doc"_s);
+        const Status converted = wordlink::BridgeDocument::convert(m_template, docTemplate);
+        QVERIFY2(converted.ok(), qPrintable(converted.error().message));
+        const QString folder = m_dir.filePath(u"doc-letters"_s);
+        QDir().mkpath(folder);
+        RecordingView view;
+        PostalMergeRun run(view);
+        run.run(input(docTemplate), folder);
+        QCOMPARE(QDir(folder).entryList(QDir::Files, QDir::Name),
+                 (QStringList{u"Quillbay+1.doc"_s, u"Quillbay+2.doc"_s, u"Quillbay+3.doc"_s}));
+        QVERIFY(textOf(folder + u"/Quillbay+1.doc"_s).startsWith(u"Dear Name2,"_s));
+
+        RecordingView failing;
+        PostalMergeRun broken(failing);
+        broken.run(input(m_dir.filePath(u"gone.docx"_s)), folder);
+        QCOMPARE(failing.process(), u"Processing  1  of  3"_s); // the labels stay as they were
+        QVERIFY(failing.nextEnabled);
+        QVERIFY(failing.backEnabled);
+    }
+};
+
+QTEST_GUILESS_MAIN(PostalRunTest)
+#include "tst_postal_run.moc"

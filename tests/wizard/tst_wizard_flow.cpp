@@ -1,0 +1,396 @@
+#include "TestSupport.h"
+#include "composer/ComposePage.h"
+#include "core/Dialogs.h"
+#include "core/SettingsKeys.h"
+#include "wizard/ui/FrmMailMerge.h"
+#include "wizard/ui/ProgressPanel.h"
+#include "wizard/ui/WizardPages.h"
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QFile>
+#include <QHeaderView>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QMenu>
+#include <QPointer>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QStyle>
+#include <QStyleOptionViewItem>
+#include <QTabWidget>
+#include <QTableView>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QTextEdit>
+#include <QToolButton>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+void writeFile(const QString& path, const QByteArray& bytes)
+{
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write(bytes);
+}
+
+} // namespace
+
+class WizardFlowTest : public QObject
+{
+    Q_OBJECT
+
+private:
+    QTemporaryDir m_dir;
+    QString m_commaFile;
+    FrmMailMerge* m_wizard = nullptr;
+
+    FrmMailMerge* openWizard()
+    {
+        m_wizard = FrmMailMerge::instance();
+        m_wizard->show();
+        return m_wizard;
+    }
+
+    // Chooses the comma source and its file through the browse button.
+    void chooseCommaFile(const QString& path)
+    {
+        m_wizard->sourcePage()->LstDataSrc->setCurrentRow(5);
+        Dialogs::setNextResult(path);
+        m_wizard->sourcePage()->CmdBrowseWab->click();
+    }
+
+    void goToContacts()
+    {
+        chooseCommaFile(m_commaFile);
+        m_wizard->CmdNext_Click();
+        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::FieldMapping));
+        m_wizard->CmdNext_Click();
+        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::Contacts));
+    }
+
+private slots:
+    void initTestCase()
+    {
+        TestSupport::isolateUserFolders();
+        m_commaFile = m_dir.filePath(u"members.csv"_s);
+        writeFile(m_commaFile, "Name,Email,Company,Member\r\n"
+                               "Ann,ann@example.com,Acme,M-1\r\n"
+                               "Bj\xC3\xB6rn,bjorn@example.com,\"Nord, AB\",M-2\r\n"
+                               "Cy,cy@example.com,Ceta,M-3\r\n"
+                               "Dee,\"dee@example.com,Delta\r\n"
+                               "Eve,eve@example.com,,M-5\r\n");
+    }
+
+    void init()
+    {
+        TestSupport::resetSettings();
+        Dialogs::clearNextResults();
+    }
+
+    void cleanup()
+    {
+        delete m_wizard;
+        m_wizard = nullptr;
+    }
+
+    void commaFile_toMap_toContacts_toTemplate()
+    {
+        TestSupport::MessageRecorder messages;
+        openWizard();
+        QCOMPARE(m_wizard->windowTitle(), u"Quillbay+ : Merge Mails"_s);
+        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::DataSource));
+        QVERIFY(!m_wizard->CmdBack()->isEnabled());
+        chooseCommaFile(m_commaFile);
+        QCOMPARE(m_wizard->sourcePage()->txtWabfile->text(), m_commaFile);
+
+        m_wizard->CmdNext_Click();
+        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::FieldMapping));
+        FieldMapPage* map = m_wizard->fieldMapPage();
+        QCOMPARE(map->CboField[0]->currentText(), u"Name"_s);
+        QCOMPARE(map->CboField[12]->currentText(), u"Email"_s);
+        QCOMPARE(map->CboField[3]->currentText(), u"Company"_s);
+        QCOMPARE(map->CboField[1]->currentText(), QString());
+        QCOMPARE(map->txtCustom[0]->text(), u"Custom Field 1"_s);
+        QCOMPARE(map->TxtBlank[0]->text(), u"Sir"_s);
+        map->ChkSkip->click();
+
+        // The user maps the member column onto the first custom field and renames it.
+        map->CboField[13]->setCurrentIndex(3);
+        emit map->CboField[13]->activated(3);
+        map->txtCustom[0]->setText(u"Member No"_s);
+        emit map->txtCustom[0]->textEdited(u"Member No"_s);
+        QCOMPARE(m_wizard->fieldMap().listIndex[13], 3);
+
+        m_wizard->CmdNext_Click();
+        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::Contacts));
+        ContactTable& table = m_wizard->contactTable();
+        // The unterminated quote of Dee's line adds no row; the import goes on behind it.
+        QCOMPARE(table.count(), 4);
+        QCOMPARE(table.cell(2, 1), u"Björn"_s);
+        QCOMPARE(table.cell(2, 4), u"Nord, AB"_s);
+        QCOMPARE(table.cell(4, 0), u"eve@example.com"_s);
+        QCOMPARE(table.cell(1, 13), u"M-1"_s);
+        QCOMPARE(table.heading(13), u"Member No"_s);
+        QCOMPARE(m_wizard->contactsPage()->lblTopContacts->text(), u"Total Contacts : 4"_s);
+        QCOMPARE(m_wizard->selection().SelectedCount(), 4);
+        QVERIFY(m_wizard->mapImported());
+        QCOMPARE(GetSetting(u"CommaValues"_s, u"13CD"_s), u"Member"_s);
+        QCOMPARE(GetSetting(u"CommaValues"_s, u"TxtComaFile"_s), m_commaFile);
+
+        // Untick two rows as the user does: the model flips the box and reports it.
+        table.setData(table.index(0, 0), Qt::Unchecked, Qt::CheckStateRole);
+        table.setData(table.index(2, 0), Qt::Unchecked, Qt::CheckStateRole);
+        QCOMPARE(m_wizard->selection().SelectedCount(), 2);
+
+        m_wizard->CmdNext_Click();
+        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::Template));
+        QCOMPARE(m_wizard->CmdNext()->text(), u"Next>>"_s);
+        QVERIFY(m_wizard->lblTotContacts()->isVisible());
+        QCOMPARE(m_wizard->lblTotContacts()->text(), u"Selected Contacts : 2"_s);
+        QVERIFY(m_wizard->CmdBack()->isEnabled());
+        QVERIFY(messages.messages().isEmpty());
+
+        // Mail without attachment: the composer, whose recipient lists hold the checked rows.
+        m_wizard->CmdNext_Click();
+        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::Compose));
+        QCOMPARE(m_wizard->composePage()->CboPTo->count(), 2);
+        QCOMPARE(m_wizard->composePage()->CboPTo->itemText(0), u"bjorn@example.com"_s);
+        QCOMPARE(m_wizard->composePage()->CboPIndex->itemText(1), u"4"_s);
+        QVERIFY(!m_wizard->composePage()->G1_Tab->isTabEnabled(3));
+        QVERIFY(m_wizard->composePage()->MnuMergeFlds()->findChild<QAction*>(u"MnuCus1"_s)->isVisible());
+        QCOMPARE(m_wizard->composePage()->MnuMergeFlds()->findChild<QAction*>(u"MnuCus1"_s)->text(), u"Member No"_s);
+
+        // A subject of blanks passes the check.
+        m_wizard->CmdNext_Click();
+        QCOMPARE(messages.lastText(), u"Please Specify a Subject"_s);
+        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::Compose));
+        m_wizard->composePage()->txtSubject->setText(u"   "_s);
+        m_wizard->composePage()->dhtCompose->setHtml(u"<p>Dear [[FirstName]] ([[Member No]])</p>"_s);
+        m_wizard->CmdNext_Click();
+        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::SendWay));
+        QCOMPARE(m_wizard->CmdNext()->text(), u"Start"_s);
+        QVERIFY(m_wizard->tokens().mailTokens().contains(u"[[Member No]]"_s));
+        QCOMPARE(m_wizard->sendPage()->txtselected[1]->text(), u"2 Contacts"_s);
+        QCOMPARE(m_wizard->sendPage()->Label5[0]->text(), u"Selected File :"_s);
+
+        // And back again, page by page, to the source.
+        m_wizard->CmdBack_Click();
+        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::Compose));
+        QCOMPARE(m_wizard->CmdNext()->text(), u"Next>>"_s);
+        m_wizard->CmdBack_Click();
+        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::Template));
+        m_wizard->CmdBack_Click();
+        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::Contacts));
+        m_wizard->CmdBack_Click();
+        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::FieldMapping));
+        m_wizard->CmdBack_Click();
+        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::DataSource));
+        QVERIFY(!m_wizard->CmdBack()->isEnabled());
+        QVERIFY(!m_wizard->lblTotContacts()->isVisible());
+
+        // The same file again: its columns are on the map page already, and the rows stand.
+        m_wizard->CmdNext_Click();
+        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::FieldMapping));
+        m_wizard->CmdNext_Click();
+        QCOMPARE(m_wizard->contactTable().count(), 4);
+        QVERIFY(!m_wizard->contactTable().at(1).checked);
+        // The checks stay, while the count is set to the row count again on the way.
+        QCOMPARE(m_wizard->selection().SelectedCount(), 4);
+    }
+
+    void sourceAndMapPages_reportUserMistakes()
+    {
+        TestSupport::MessageRecorder messages;
+        openWizard();
+        m_wizard->sourcePage()->LstDataSrc->setCurrentRow(4);
+        m_wizard->CmdNext_Click();
+        QCOMPARE(messages.lastText(), u"Choose a Valid file!"_s);
+        m_wizard->sourcePage()->txtWabfile->setText(m_dir.filePath(u"missing.txt"_s));
+        m_wizard->CmdNext_Click();
+        QCOMPARE(messages.lastText(), u"File Doesn't Exists"_s);
+        Dialogs::setNextResult(m_dir.filePath(u"members.csv"_s)); // a tab source takes .txt only
+        m_wizard->sourcePage()->CmdBrowseWab->click();
+        QCOMPARE(messages.lastText(), u"Not a Legal Source"_s);
+        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::DataSource));
+
+        // A typed path is not checked for its ending; "Clear Map" then refuses the import.
+        const QString tabFile = m_dir.filePath(u"list.tsv"_s);
+        writeFile(tabFile, "First\tEMAIL\r\nAnn\tann@x.org\r\n");
+        m_wizard->sourcePage()->txtWabfile->setText(tabFile);
+        m_wizard->CmdNext_Click();
+        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::FieldMapping));
+        m_wizard->fieldMapPage()->CboField[13]->setCurrentIndex(0);
+        emit m_wizard->fieldMapPage()->CboField[13]->activated(0);
+        m_wizard->fieldMapPage()->CmdClear->click();
+        m_wizard->CmdNext_Click();
+        QCOMPARE(messages.lastText(), u"Please Map any Field"_s);
+        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::FieldMapping));
+        m_wizard->fieldMapPage()->CmdDefault->click();
+        QCOMPARE(m_wizard->fieldMapPage()->CboField[12]->currentText(), u"EMAIL"_s);
+
+        // "Skip First Row" unchecked makes the header line a contact too.
+        m_wizard->CmdNext_Click();
+        QCOMPARE(m_wizard->contactTable().count(), 2);
+        QCOMPARE(m_wizard->contactTable().cell(1, 0), u"EMAIL"_s);
+        m_wizard->CmdBack_Click();
+        m_wizard->fieldMapPage()->ChkSkip->click();
+        QVERIFY(!m_wizard->mapImported());
+        m_wizard->CmdNext_Click();
+        QCOMPARE(m_wizard->contactTable().count(), 1);
+
+        // Nothing checked: Next stays, with its message.
+        m_wizard->contactsPage()->lblSel->linkActivated(u"#"_s);
+        m_wizard->CmdNext_Click();
+        QCOMPARE(messages.lastText(), u"Select Any Contact"_s);
+        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::Contacts));
+    }
+
+    void tickingOneBoxOfAHighlightedSet_appliesToTheWholeSet()
+    {
+        openWizard();
+        goToContacts();
+        QTableView* list = m_wizard->contactsPage()->LsvSelection;
+        const int before = m_wizard->selection().SelectedCount();
+        list->selectionModel()->select(
+            QItemSelection(m_wizard->contactTable().index(1, 0), m_wizard->contactTable().index(3, 15)),
+            QItemSelectionModel::Select);
+        // Click the check box of a highlighted row, as the user does.
+        const QModelIndex box = m_wizard->contactTable().index(2, 0);
+        QStyleOptionViewItem option;
+        option.initFrom(list);
+        option.rect = list->visualRect(box);
+        option.features |= QStyleOptionViewItem::HasCheckIndicator;
+        const QRect indicator = list->style()->subElementRect(QStyle::SE_ItemViewItemCheckIndicator, &option, list);
+        QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, indicator.center());
+        for (const int position : {2, 3, 4}) {
+            QVERIFY(!m_wizard->contactTable().at(position).checked);
+        }
+        QVERIFY(m_wizard->contactTable().at(1).checked);
+        QCOMPARE(m_wizard->selection().SelectedCount(), before - 3);
+        QVERIFY(!list->selectionModel()->hasSelection());
+
+        // A click beside the box only highlights the row.
+        QTest::mouseClick(list->viewport(), Qt::LeftButton, {},
+                          list->visualRect(m_wizard->contactTable().index(0, 2)).center());
+        QVERIFY(m_wizard->contactTable().at(1).checked);
+        QCOMPARE(list->selectionModel()->selectedRows().size(), 1);
+    }
+
+    void close_asksOnEveryPageButTheFirst()
+    {
+        TestSupport::MessageRecorder messages;
+        openWizard();
+        QPointer<FrmMailMerge> wizard = m_wizard;
+        goToContacts();
+        messages.answerNext(MessageAnswer::No);
+        wizard->cmdCancel_Click();
+        QCOMPARE(messages.lastText(), u"Are you sure to Exit from this wizard?"_s);
+        QCOMPARE(messages.messages().last().buttons, MessageButtons::YesNo);
+        QCOMPARE(messages.messages().last().icon, MessageIcon::Question);
+        QVERIFY(wizard->isVisible());
+        messages.answerNext(MessageAnswer::Yes);
+        wizard->cmdCancel_Click();
+        QTRY_VERIFY(wizard.isNull());
+        m_wizard = nullptr;
+
+        messages.clear();
+        openWizard();
+        wizard = m_wizard;
+        wizard->cmdCancel_Click();
+        QVERIFY(messages.messages().isEmpty());
+        QTRY_VERIFY(wizard.isNull());
+        m_wizard = nullptr;
+    }
+
+    void postalMerge_leavesTheTemplatePageThroughItsChecks()
+    {
+        TestSupport::MessageRecorder messages;
+        openWizard();
+        goToContacts();
+        m_wizard->CmdNext_Click();
+        TemplatePage* page = m_wizard->templatePage();
+        QVERIFY(!page->txtTemplate[1]->isEnabled());
+        page->ChkPostalMerge->click();
+        QVERIFY(page->ChkPostalMerge->isChecked());
+        QVERIFY(!page->ChkMailMerge->isChecked());
+        QVERIFY(page->txtTemplate[1]->isEnabled());
+        QVERIFY(!page->ChkAttachment->isEnabled());
+        QCOMPARE(m_wizard->CmdNext()->text(), u"Start"_s);
+
+        m_wizard->CmdNext_Click();
+        QCOMPARE(messages.lastText(), u"Select a Valid Template File"_s);
+        const QString letter = m_dir.filePath(u"letter.docx"_s);
+        writeFile(letter, "not really a document, but it exists");
+        page->txtTemplate[1]->setText(letter);
+        QVERIFY(page->CmdEdit[1]->isEnabled());
+        m_wizard->CmdNext_Click();
+        QCOMPARE(messages.lastText(), u"Please select any option!"_s);
+
+        page->OptDocs[0]->click();
+        QCOMPARE(page->lblDocs->text(), u"Save the word document as"_s);
+        Dialogs::setNextResult(m_dir.filePath(u"combined.txt"_s));
+        m_wizard->CmdNext_Click();
+        QCOMPARE(messages.texts().mid(messages.texts().size() - 2),
+                 (QStringList{u"Choose the document name to be saved"_s, u"Not a Legal Source"_s}));
+        page->txtDocs->setText(letter);
+        m_wizard->CmdNext_Click();
+        QCOMPARE(messages.lastText(), u"Document Name Invalid"_s);
+        QCOMPARE(page->txtDocs->text(), QString());
+
+        // The folder choice keeps its own text.
+        Dialogs::setNextResult(m_dir.filePath(u"combined.docx"_s));
+        page->cmdBrowseDoc->click();
+        page->OptDocs[1]->click();
+        QCOMPARE(page->txtDocs->text(), QString());
+        Dialogs::setNextResult(m_dir.path());
+        page->cmdBrowseDoc->click();
+        page->OptDocs[0]->click();
+        QCOMPARE(page->txtDocs->text(), m_dir.filePath(u"combined.docx"_s));
+        page->OptDocs[1]->click();
+        QCOMPARE(page->txtDocs->text(), m_dir.path());
+        QCOMPARE(page->lblDocs->text(), u"Save Documents in the folder"_s);
+
+        // Clearing one merge box checks the other.
+        page->ChkPostalMerge->click();
+        QVERIFY(page->ChkMailMerge->isChecked());
+        QCOMPARE(m_wizard->CmdNext()->text(), u"Next>>"_s);
+    }
+
+    void memory_restoresSourcesBlanksColumnsAndTheWayOfSending()
+    {
+        SaveSetting(u"SMTP"_s, u"SendMail"_s, u"outbox"_s);
+        SaveSetting(u"BlankFields"_s, u"FirstName"_s, QString());
+        SaveSetting(u"ContactsList"_s, u"2"_s, u"5"_s);
+        SaveSetting(u"ContactsList"_s, u"5"_s, u"2"_s);
+        openWizard();
+        QVERIFY(m_wizard->sendPage()->OptOutbox->isChecked());
+        QVERIFY(!m_wizard->sendPage()->OptSMTP->isChecked());
+        QCOMPARE(m_wizard->fieldMapPage()->TxtBlank[0]->text(), QString());
+        QCOMPARE(m_wizard->contactsPage()->LsvSelection->horizontalHeader()->visualIndex(1), 4);
+        QCOMPARE(m_wizard->contactsPage()->LsvSelection->horizontalHeader()->visualIndex(4), 1);
+
+        chooseCommaFile(m_commaFile);
+        m_wizard->fieldMapPage()->TxtBlank[1]->setText(u"Friend"_s);
+        m_wizard->sendPage()->OptSMTP->setChecked(true);
+        m_wizard->close();
+        m_wizard = nullptr;
+        QCOMPARE(GetSetting(u"CommaValues"_s, u"TxtComaFile"_s), m_commaFile);
+        QCOMPARE(GetSetting(u"BlankFields"_s, u"LastName"_s), u"Friend"_s);
+        QCOMPARE(GetSetting(u"SMTP"_s, u"SendMail"_s), u"SMTP"_s);
+        QCOMPARE(GetSetting(u"ContactsList"_s, u"2"_s), u"5"_s);
+        QCOMPARE(GetSetting(u"MSAccess"_s, u"MDBFileName"_s, u"untouched"_s), u"untouched"_s);
+
+        // A stored position the list cannot take ends the reading: the way of sending stays unset.
+        SaveSetting(u"ContactsList"_s, u"3"_s, u"x"_s);
+        openWizard();
+        QVERIFY(!m_wizard->sendPage()->OptSMTP->isChecked());
+        QVERIFY(!m_wizard->sendPage()->OptOutbox->isChecked());
+    }
+};
+
+QTEST_MAIN(WizardFlowTest)
+#include "tst_wizard_flow.moc"

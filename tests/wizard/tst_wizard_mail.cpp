@@ -1,0 +1,190 @@
+#include "SmtpSink.h"
+#include "TestSupport.h"
+#include "composer/ComposePage.h"
+#include "core/Dialogs.h"
+#include "delivery/SmtpAccount.h"
+#include "delivery/SmtpConversation.h"
+#include "wizard/ui/FrmMailMerge.h"
+#include "wizard/ui/WizardPages.h"
+
+#include <QCheckBox>
+#include <QFile>
+#include <QJsonArray>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QPointer>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QSslCertificate>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QTextEdit>
+#include <QToolButton>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+QByteArray partData(const QByteArray& message, const QByteArray& headerLine)
+{
+    const qsizetype start = message.indexOf(headerLine);
+    if (start < 0) {
+        return {};
+    }
+    const qsizetype body = message.indexOf("\r\n\r\n", start) + 4;
+    const qsizetype end = message.indexOf("\r\n--NextMimePart", body);
+    return QByteArray::fromBase64(message.mid(body, end - body).replace("\r\n", ""));
+}
+
+} // namespace
+
+// A three-contact merge from a comma file, through the wizard window, to a real SMTP server.
+class WizardMailTest : public QObject
+{
+    Q_OBJECT
+
+private:
+    QTemporaryDir m_dir;
+    QPointer<FrmMailMerge> m_wizard;
+
+    void writeFile(const QString& name, const QByteArray& bytes)
+    {
+        QFile file(m_dir.filePath(name));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write(bytes);
+    }
+
+    // From the source page to the composer with the comma file.
+    void composeFor(const QString& html)
+    {
+        m_wizard = FrmMailMerge::instance();
+        m_wizard->show();
+        m_wizard->sourcePage()->LstDataSrc->setCurrentRow(5);
+        Dialogs::setNextResult(m_dir.filePath(u"list.csv"_s));
+        m_wizard->sourcePage()->CmdBrowseWab->click();
+        m_wizard->CmdNext_Click();
+        m_wizard->fieldMapPage()->ChkSkip->setChecked(true);
+        m_wizard->CmdNext_Click();
+        m_wizard->CmdNext_Click();
+        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::Template));
+        m_wizard->CmdNext_Click();
+        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::Compose));
+        m_wizard->composePage()->txtSubject->setText(u"Your [[CompanyName]] invitation"_s);
+        m_wizard->composePage()->setDocumentHTML(html);
+        m_wizard->CmdNext_Click();
+        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::SendWay));
+    }
+
+private slots:
+    void initTestCase()
+    {
+        TestSupport::isolateUserFolders();
+        writeFile(u"list.csv"_s, "First Name,Email,Company\r\n"
+                                 "Ann,ann@example.com,Acme\r\n"
+                                 ",nobody@example.com,Nord\r\n"
+                                 "Cy,cy@example.com,Ceta\r\n");
+        writeFile(u"logo.gif"_s, QByteArray("GIF89a\x01\x00\x01\x00\x80\x00\x00", 13) + QByteArray(500, '\x07'));
+    }
+
+    void init() { TestSupport::resetSettings(); }
+
+    void cleanup()
+    {
+        if (m_wizard) {
+            m_wizard->close();
+        }
+        QTest::qWait(10);
+    }
+
+    void threeContacts_receiveTheirOwnMail_withTheImageInline()
+    {
+        SmtpSink sink;
+        QVERIFY2(sink.isRunning(), qPrintable(sink.errorText()));
+        // The wizard reads the account from the store when it opens.
+        SmtpAccount account;
+        account.server = u"127.0.0.1"_s;
+        account.port = sink.port();
+        account.interval = 5;
+        account.fromName = u"Events"_s;
+        account.fromEmail = u"events@example.org"_s;
+        account.save();
+
+        composeFor(u"<p>Dear [[FirstName]] of [[CompanyName]],</p><p><img src=\"file://"_s +
+                   m_dir.filePath(u"logo.gif"_s) + u"\"></p>"_s);
+        m_wizard->sendPage()->OptSMTP->setChecked(true);
+        m_wizard->CmdNext_Click();
+        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::Finish));
+        QCOMPARE(m_wizard->finishPage()->lblSendProcess->text(), u"All mails are successfully Sent."_s);
+        QVERIFY(m_wizard->CmdNext()->isEnabled());
+        QCOMPARE(m_wizard->CmdNext()->text(), u"Finish"_s);
+        QVERIFY(m_wizard->CmdBack()->isEnabled());
+
+        const QList<SmtpSink::StoredMessage> stored = sink.messages(3);
+        QCOMPARE(stored.size(), 3);
+        const QStringList addresses = {u"ann@example.com"_s, u"nobody@example.com"_s, u"cy@example.com"_s};
+        const QStringList companies = {u"Acme"_s, u"Nord"_s, u"Ceta"_s};
+        const QStringList greetings = {u"Ann"_s, u"Sir"_s, u"Cy"_s}; // the blank first name takes its replacer
+        const QByteArray image = QByteArray("GIF89a\x01\x00\x01\x00\x80\x00\x00", 13) + QByteArray(500, '\x07');
+        for (int i = 0; i < 3; ++i) {
+            const QByteArray& content = stored.at(i).content;
+            QCOMPARE(stored.at(i).envelope.value(u"to"_s).toArray().first().toString(), addresses.at(i));
+            QVERIFY(content.contains("Subject: Your " + companies.at(i).toUtf8() + " invitation\r\n"));
+            QVERIFY(content.contains("Dear " + greetings.at(i).toUtf8() + " of " + companies.at(i).toUtf8()));
+            QVERIFY(content.contains("src=cid:logo.gif"));
+            QCOMPARE(partData(content, "Content-ID: <logo.gif>"), image);
+        }
+
+        // The finished run can be left with Finish.
+        m_wizard->CmdNext_Click();
+        QTRY_VERIFY(m_wizard.isNull());
+    }
+
+    void theWizardLogsInOverTls_whenTheServerOffersIt()
+    {
+        SmtpSink sink(SmtpSink::Options{true, false, u"events:pa55"_s});
+        QVERIFY2(sink.isRunning(), qPrintable(sink.errorText()));
+        SmtpConversation::addTrustedCertificates(QSslCertificate::fromPath(sink.authorityCertificate()));
+        SmtpAccount account;
+        account.server = u"localhost"_s;
+        account.port = sink.port();
+        account.interval = 5;
+        account.chkAth = 1;
+        account.user = u"events"_s;
+        account.pwd = u"pa55"_s;
+        account.fromEmail = u"events@example.org"_s;
+        account.save();
+        composeFor(u"<p>Hello [[FirstName]]</p>"_s);
+        m_wizard->sendPage()->OptSMTP->setChecked(true);
+        m_wizard->CmdNext_Click();
+        QCOMPARE(m_wizard->finishPage()->lblSendProcess->text(), u"All mails are successfully Sent."_s);
+        const QList<SmtpSink::StoredMessage> stored = sink.messages(3);
+        QCOMPARE(stored.size(), 3);
+        QVERIFY(stored.at(2).envelope.value(u"tls"_s).toBool());
+        QVERIFY(stored.at(2).envelope.value(u"authenticated"_s).toBool());
+        QVERIFY(stored.at(2).content.contains("Hello Cy"));
+    }
+
+    void aCancelledRun_keepsNextDisabled_andBackLeadsToTheSendingPage()
+    {
+        SmtpAccount account;
+        account.server = u"127.0.0.1"_s;
+        account.port = 9; // nothing answers there: the connection is refused
+        account.fromEmail = u"events@example.org"_s;
+        account.save();
+        TestSupport::MessageRecorder messages;
+        composeFor(u"<p>Hello [[FirstName]]</p>"_s);
+        m_wizard->sendPage()->OptSMTP->setChecked(true);
+        m_wizard->CmdNext_Click();
+        QCOMPARE(m_wizard->finishPage()->lblSendProcess->text(), u"Process Cancelled!"_s);
+        QVERIFY(messages.lastText().startsWith(u"Error in Sending Mails Via Quillbay+ SMTP : "_s));
+        QVERIFY(!m_wizard->CmdNext()->isEnabled());
+        m_wizard->CmdBack_Click();
+        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::SendWay));
+        QCOMPARE(m_wizard->CmdNext()->text(), u"Start"_s);
+        QVERIFY(m_wizard->CmdNext()->isEnabled());
+    }
+};
+
+QTEST_MAIN(WizardMailTest)
+#include "tst_wizard_mail.moc"
