@@ -1,0 +1,172 @@
+#include "MessageLayout.h"
+
+#include "InlineImages.h"
+#include "MimeTypes.h"
+
+#include <QLocale>
+
+using namespace Qt::StringLiterals;
+
+namespace MessageLayout {
+
+namespace {
+
+constexpr char CRLF[] = "\r\n";
+
+bool isAscii(const QString& text)
+{
+    for (const QChar c : text) {
+        if (c.unicode() > 0x7F) {
+            return false;
+        }
+    }
+    return true;
+}
+
+// Every line end of the body becomes CR LF, as mail wants it; CR LF pairs stay as they are.
+QByteArray crlfLines(const QByteArray& text)
+{
+    QByteArray result;
+    result.reserve(text.size() + text.size() / 40);
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        const char c = text.at(i);
+        if (c == '\n' && (i == 0 || text.at(i - 1) != '\r')) {
+            result.append(CRLF);
+        } else if (c == '\r' && (i + 1 >= text.size() || text.at(i + 1) != '\n')) {
+            result.append(CRLF);
+        } else {
+            result.append(c);
+        }
+    }
+    return result;
+}
+
+// The Base64 text split at its line ends, each piece sent with a line end behind it: since the
+// coder's text begins and ends with a line end, that is the text itself and one more line end.
+// An empty text gives no line at all.
+void appendLines(QList<QByteArray>& out, const QByteArray& base64)
+{
+    if (!base64.isEmpty()) {
+        out << base64 + CRLF;
+    }
+}
+
+} // namespace
+
+QByteArray dateText(const QDateTime& date)
+{
+    return QLocale::c().toString(date, u"ddd, dd MMM yyyy hh:mm:ss"_s).toLatin1();
+}
+
+QString headerSafe(const QString& value)
+{
+    QString safe = value;
+    safe.replace(u'\r', u' ');
+    safe.replace(u'\n', u' ');
+    return safe;
+}
+
+QByteArray encodedWords(const QString& value)
+{
+    if (isAscii(value)) {
+        return value.toLatin1();
+    }
+    // Encoded words of at most 75 characters, each holding whole characters.
+    QByteArray result;
+    QByteArray pending;
+    const auto flush = [&] {
+        if (!pending.isEmpty()) {
+            if (!result.isEmpty()) {
+                result.append(' ');
+            }
+            result.append("=?UTF-8?B?" + pending.toBase64() + "?=");
+            pending.clear();
+        }
+    };
+    for (qsizetype i = 0; i < value.size(); ++i) {
+        qsizetype length = value.at(i).isHighSurrogate() && i + 1 < value.size() ? 2 : 1;
+        const QByteArray character = value.mid(i, length).toUtf8();
+        if ((pending.size() + character.size() + 2) / 3 * 4 > 60) {
+            flush();
+        }
+        pending.append(character);
+        i += length - 1;
+    }
+    flush();
+    return result;
+}
+
+QList<QByteArray> chunks(const OutgoingMessage& message, const QDateTime& date)
+{
+    const bool hasImages = !message.inlineImageData.isEmpty();
+    const bool hasAttachment = !message.attachmentName.isEmpty();
+    const bool ascii = isAscii(message.body);
+    const QByteArray charset = ascii ? "us-ascii" : "utf-8";
+
+    QByteArray head;
+    if (!message.replyEmail.isEmpty()) {
+        head += "Reply-To: " + headerSafe(message.replyEmail).toUtf8() + CRLF;
+    }
+    head += "From: " + encodedWords(headerSafe(message.fromName)) + '<' + headerSafe(message.fromEmail).toUtf8() + '>' +
+            CRLF;
+    head += "To: " + headerSafe(message.to).toUtf8() + CRLF;
+    head += "Date: " + dateText(date) + CRLF;
+    head += "Subject: " + encodedWords(headerSafe(message.subject)) + CRLF;
+    if (!hasImages && !hasAttachment) {
+        head += "Content-Type: text/html;\tcharset=" + charset + CRLF;
+    } else {
+        head += "Mime-Version: 1.0\r\n";
+        head += "Content-Type: multipart/mixed; boundary=\"NextMimePart_000\"\r\n";
+        head += "Content-Transfer-Encoding: 7bit\r\n";
+        head += "This is a multi-part message in MIME format.\r\n\r\n";
+        if (hasImages) {
+            head += "--NextMimePart_000\r\n";
+            head += "Content-Type: multipart/related; boundary=\"NextMimePart_001\";"
+                    "type=\"multipart/alternative\"\r\n\r\n";
+        }
+        head += "--NextMimePart_001\r\n";
+        head += "Content-Type: multipart/alternative; boundary=\"NextMimePart_002\"\r\n\r\n";
+        head += "--NextMimePart_002\r\n";
+        head += "Content-Type: text/html;\tcharset=" + charset + CRLF;
+        head += "Content -Transfer - Encoding: quoted -printable\r\n";
+    }
+    QByteArray first = head + CRLF + crlfLines(message.body.toUtf8()) + CRLF;
+    first.replace("\r\n.\r\n", QByteArray("\r\n.\0\r\n", 6));
+
+    QList<QByteArray> out{first};
+    if (hasImages || hasAttachment) {
+        out << QByteArray("\r\n--NextMimePart_002--\r\n");
+    }
+    if (hasImages) {
+        for (qsizetype i = 0; i < message.inlineImageData.size(); ++i) {
+            const QString path = message.inlineImagePaths.value(i);
+            const QByteArray name = InlineImages::fileNameOf(path).toUtf8();
+            out << "\r\n--NextMimePart_001\r\nContent-Type: " + MimeTypes::MimeTypeForFile(QString::fromUtf8(name)) +
+                       "; name=\"" + name + "\"\r\nContent-Transfer-Encoding: base64\r\nContent-ID: <" + name +
+                       ">\r\n\r\n";
+            appendLines(out, message.inlineImageData.at(i));
+            out << QByteArray(CRLF);
+        }
+        out << QByteArray("\r\n--NextMimePart_001--\r\n");
+    }
+    if (hasAttachment) {
+        const QByteArray name = encodedWords(headerSafe(message.attachmentName));
+        out << "\r\n--NextMimePart_000\r\nContent-Type: application/msword; name=\"" + name +
+                   "\"\r\nContent-Transfer-Encoding: base64\r\nContent-Disposition: attachment; filename=\"" + name +
+                   "\"\r\n\r\n";
+        appendLines(out, message.attachmentData);
+        out << QByteArray("\r\n--NextMimePart_000--\r\n");
+    }
+    return out;
+}
+
+QByteArray bytes(const OutgoingMessage& message, const QDateTime& date)
+{
+    QByteArray all;
+    for (const QByteArray& chunk : chunks(message, date)) {
+        all += chunk;
+    }
+    return all;
+}
+
+} // namespace MessageLayout

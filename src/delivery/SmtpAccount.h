@@ -1,0 +1,31 @@
+#pragma once
+
+#include <QString>
+
+// The user's SMTP account: server, port, reply timeout, login and sender. Read once at
+// program start (and again when the merge wizard loads) into the one shared instance; the
+// settings dialog changes it, and a send run reads it at each use.
+struct SmtpAccount
+{
+    QString server;
+    int port = 25;
+    int interval = 0; // seconds a reply is awaited; 0 waits without end
+    int chkAth = 0;   // 1: log in with AUTH LOGIN
+    QString user;
+    QString pwd;
+    QString fromName;
+    QString fromEmail;
+    QString replyEmail;
+    bool noEncryption = false; // STARTTLS and implicit TLS turned off for this server
+
+    // The shared account of the running program.
+    static SmtpAccount& current();
+
+    // Reads the section "SMTP" in the order of its keys; an unreadable number keeps its default.
+    static SmtpAccount load();
+    // Saves every key in the same order.
+    void save() const;
+};
+
+// Fills the shared account from the store.
+void LoadSmtpSettings();

@@ -1,0 +1,45 @@
+#pragma once
+
+#include "wizard/RunView.h"
+
+#include <QCoreApplication>
+#include <QStringList>
+
+// The run page as a send run drives it, recorded for the tests.
+class FakeRunView : public RunView
+{
+public:
+    void setHeader(const QString& text) override { header = text; }
+    void setFolderText(const QString& text) override { folder = text; }
+    void setStatus(const QString& text) override { statuses << text; }
+    void setProcess(const QString& text) override { processes << text; }
+    QString process() const override { return processes.isEmpty() ? QString() : processes.last(); }
+    void setProcessVisible(bool visible) override { processVisible = visible; }
+    void setBarWidth(double twips) override { bar = twips; }
+    double barWidth() const override { return bar; }
+    void setCancelEnabled(bool enabled) override { cancelEnabled = enabled; }
+    void setBackEnabled(bool enabled) override { backEnabled = enabled; }
+    void setNext(const QString& caption, bool enabled) override
+    {
+        nextCaption = caption;
+        nextEnabled = enabled;
+    }
+    void showRunPage(const QString& tabCaption) override { runPage = tabCaption; }
+    void setWaitCursor(bool waiting) override { waitCursor = waiting; }
+    void showSmtpSettings() override { ++settingsShown; }
+    void pumpEvents() override { QCoreApplication::processEvents(); }
+
+    QString header;
+    QString folder;
+    QStringList statuses;
+    QStringList processes;
+    bool processVisible = true;
+    double bar = -1;
+    bool cancelEnabled = false;
+    bool backEnabled = true;
+    QString nextCaption;
+    bool nextEnabled = true;
+    QString runPage;
+    bool waitCursor = false;
+    int settingsShown = 0;
+};

@@ -1,0 +1,324 @@
+#include "FakeRunView.h"
+#include "TestSupport.h"
+#include "contacts/ContactTable.h"
+#include "delivery/SmtpSendRun.h"
+#include "wizard/TokenEngine.h"
+
+#include <QElapsedTimer>
+#include <QTcpServer>
+#include <QTcpSocket>
+#include <QTest>
+#include <QTimer>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+// A server that answers from a script: each received line is matched against the next step's
+// command, and the step's reply pieces are sent (each as a write of its own, with a pause
+// between them). A step with no command is sent at connection (the greeting).
+class ScriptedServer : public QObject
+{
+public:
+    struct Step
+    {
+        QByteArray command; // the beginning of the awaited line; empty for the greeting
+        QList<QByteArray> pieces;
+        bool hangUp = false; // close the connection after the pieces
+    };
+
+    explicit ScriptedServer(QList<Step> script)
+        : m_script(std::move(script))
+    {
+        m_server.listen(QHostAddress::LocalHost);
+        connect(&m_server, &QTcpServer::newConnection, this, [this] {
+            QTcpSocket* socket = m_server.nextPendingConnection();
+            ++connections;
+            m_position = 0;
+            connect(socket, &QTcpSocket::readyRead, this, [this, socket] { received(socket); });
+            if (!m_script.isEmpty() && m_script.first().command.isEmpty()) {
+                play(socket, m_script.at(m_position++));
+            }
+        });
+    }
+
+    quint16 port() const { return m_server.serverPort(); }
+    int connections = 0;
+    QList<QByteArray> lines;
+
+private:
+    void received(QTcpSocket* socket)
+    {
+        m_pending += socket->readAll();
+        qsizetype end = 0;
+        while ((end = m_pending.indexOf("\r\n")) >= 0) {
+            const QByteArray line = m_pending.left(end);
+            m_pending.remove(0, end + 2);
+            lines << line;
+            if (m_inData) {
+                m_inData = line != ".";
+                if (m_inData) {
+                    continue;
+                }
+            }
+            if (m_position < m_script.size() && line.startsWith(m_script.at(m_position).command)) {
+                const Step step = m_script.at(m_position++);
+                m_inData = step.command == "DATA" && !step.hangUp;
+                play(socket, step);
+            }
+        }
+    }
+
+    void play(QTcpSocket* socket, const Step& step)
+    {
+        int delay = 0;
+        for (const QByteArray& piece : step.pieces) {
+            QTimer::singleShot(delay, socket, [socket, piece] {
+                socket->write(piece);
+                socket->flush();
+            });
+            delay += 150;
+        }
+        if (step.hangUp) {
+            QTimer::singleShot(delay, socket, [socket] { socket->disconnectFromHost(); });
+        }
+    }
+
+    QTcpServer m_server;
+    QList<Step> m_script;
+    qsizetype m_position = 0;
+    QByteArray m_pending;
+    bool m_inData = false;
+};
+
+QList<ScriptedServer::Step> happyScript(int messages)
+{
+    QList<ScriptedServer::Step> script{{{}, {"220 scripted ready\r\n"}},
+                                       {"EHLO", {"250-scripted greets you\r\n250-SIZE 1000000\r\n250 HELP\r\n"}}};
+    for (int i = 0; i < messages; ++i) {
+        script << ScriptedServer::Step{"MAIL FROM", {"250 OK\r\n"}} << ScriptedServer::Step{"RCPT TO", {"250 OK\r\n"}}
+               << ScriptedServer::Step{"DATA", {"354 go ahead\r\n"}} << ScriptedServer::Step{".", {"250 queued\r\n"}}
+               << ScriptedServer::Step{"RSET", {"250 OK\r\n"}};
+    }
+    script << ScriptedServer::Step{"QUIT", {"221 bye\r\n"}};
+    return script;
+}
+
+} // namespace
+
+class SmtpConversationTest : public QObject
+{
+    Q_OBJECT
+
+private:
+    ContactTable m_table;
+    std::unique_ptr<TokenEngine> m_tokens;
+    SmtpAccount m_account;
+
+    SendRunInput input(int contacts)
+    {
+        SendRunInput in;
+        for (int i = 1; i <= contacts; ++i) {
+            in.addresses << m_table.cell(i, 0);
+            in.rows << i;
+        }
+        in.subjectBox = u"News for [[FirstName]]"_s;
+        in.html = u"<p>Dear [[FirstName]]</p>"_s;
+        in.tokens = m_tokens.get();
+        return in;
+    }
+
+    void useServer(const ScriptedServer& server, int interval)
+    {
+        m_account.server = u"127.0.0.1"_s;
+        m_account.port = server.port();
+        m_account.interval = interval;
+        m_account.fromEmail = u"news@example.org"_s;
+        m_account.noEncryption = true;
+    }
+
+private slots:
+    void initTestCase()
+    {
+        TestSupport::isolateUserFolders();
+        for (const QString& name : {u"Ann"_s, u"Bob"_s, u"Cy"_s}) {
+            std::array<QString, 16> cells;
+            cells[0] = name.toLower() + u"@example.com"_s;
+            cells[1] = name;
+            m_table.addRow(cells);
+        }
+        m_tokens = std::make_unique<TokenEngine>(m_table);
+        m_tokens->setSourceIndex(5);
+        m_tokens->ScanMailTokens(u"[[FirstName]]"_s);
+    }
+
+    void multiLineReplies_passOnTheirFirstLine_andOneConnectionCarriesTheRun()
+    {
+        ScriptedServer server(happyScript(2));
+        useServer(server, 5);
+        FakeRunView view;
+        SmtpSendRun run(view, m_account);
+        run.RunSmtpSend(input(2));
+        QCOMPARE(run.accepted(), 2);
+        QCOMPARE(server.connections, 1);
+        QVERIFY(server.lines.contains("MAIL FROM: news@example.org"));
+        QVERIFY(server.lines.contains("RCPT TO: bob@example.com"));
+        QCOMPARE(server.lines.last(), QByteArray("QUIT"));
+        QCOMPARE(view.process(), u"All mails are successfully Sent."_s);
+        QCOMPARE(view.header, u"Sending Mails via Quillbay+ SMTP"_s);
+        QCOMPARE(view.runPage, u"Send Mail"_s);
+        QVERIFY(view.processes.contains(u"Sending 2 of 2"_s));
+        QCOMPARE(view.statuses.first(), QString());
+        QCOMPARE(view.statuses.at(1), u"Connecting 127.0.0.1"_s);
+        QVERIFY(view.statuses.contains(u"Connected"_s));
+        QCOMPARE(view.bar, 7500.0);
+        QVERIFY(view.backEnabled);
+        QVERIFY(!view.cancelEnabled);
+        QCOMPARE(view.nextCaption, u"Finish"_s);
+    }
+
+    void aBusyGreeting_failsOnlyAfterTheFullWait()
+    {
+        ScriptedServer server(QList<ScriptedServer::Step>{{{}, {"421 too busy\r\n"}}});
+        useServer(server, 1);
+        FakeRunView view;
+        SmtpSendRun run(view, m_account);
+        QElapsedTimer timer;
+        timer.start();
+        run.RunSmtpSend(input(1));
+        QVERIFY2(timer.elapsed() >= 900, qPrintable(QString::number(timer.elapsed())));
+        QCOMPARE(run.accepted(), 0);
+        // A wrong code is silent: the run reports its end as usual.
+        QVERIFY(!view.processes.contains(u"SMTP service error, unable to get a response!"_s));
+        QCOMPARE(view.process(), u"All mails are successfully Sent."_s);
+    }
+
+    void aSilentServer_givesTheServiceErrorText_andTheEventLoopRunsMeanwhile()
+    {
+        ScriptedServer server(QList<ScriptedServer::Step>{});
+        useServer(server, 1);
+        FakeRunView view;
+        SmtpSendRun run(view, m_account);
+        int ticks = 0;
+        QTimer ticker;
+        connect(&ticker, &QTimer::timeout, this, [&ticks] { ++ticks; });
+        ticker.start(50);
+        run.RunSmtpSend(input(1));
+        QVERIFY(view.processes.contains(u"SMTP service error, unable to get a response!"_s));
+        QVERIFY(ticks >= 10);
+    }
+
+    void withoutTimeout_aSilentServerWaitsUntilCancel()
+    {
+        ScriptedServer server(QList<ScriptedServer::Step>{});
+        useServer(server, 0);
+        FakeRunView view;
+        SmtpSendRun run(view, m_account);
+        QTimer::singleShot(700, this, [&run] { run.CmdCancelSend_Click(); });
+        QElapsedTimer timer;
+        timer.start();
+        run.RunSmtpSend(input(3));
+        QVERIFY(timer.elapsed() >= 600);
+        QCOMPARE(view.process(), u"Process Cancelled!"_s);
+        // Cancel is seen before the time-out text could be written.
+        QVERIFY(!view.processes.contains(u"SMTP service error, unable to get a response!"_s));
+        QCOMPARE(view.bar, 7500.0);
+    }
+
+    void aReplySplitOverTwoReads_countsByTheLaterPiece()
+    {
+        // "250 O" + "K": the first piece already carries the code.
+        ScriptedServer early(QList<ScriptedServer::Step>{{{}, {"220 ready\r\n"}},
+                                                         {"EHLO", {"250 O", "K\r\n"}},
+                                                         {"MAIL FROM", {"250 OK\r\n"}},
+                                                         {"RCPT TO", {"250 OK\r\n"}},
+                                                         {"DATA", {"354 go\r\n"}},
+                                                         {".", {"250 done\r\n"}},
+                                                         {"RSET", {"250 OK\r\n"}},
+                                                         {"QUIT", {"221 bye\r\n"}}});
+        useServer(early, 2);
+        FakeRunView view;
+        SmtpSendRun run(view, m_account);
+        run.RunSmtpSend(input(1));
+        QCOMPARE(run.accepted(), 1);
+
+        // "2" + "50 OK": the later piece replaces the first and does not begin with the code.
+        ScriptedServer late(QList<ScriptedServer::Step>{{{}, {"220 ready\r\n"}}, {"EHLO", {"2", "50 OK\r\n"}}});
+        useServer(late, 1);
+        FakeRunView lateView;
+        SmtpSendRun lateRun(lateView, m_account);
+        lateRun.RunSmtpSend(input(1));
+        QCOMPARE(lateRun.accepted(), 0);
+        QVERIFY(!late.lines.contains("MAIL FROM: news@example.org"));
+    }
+
+    void aWrongPassword_isNotRecognised_andEachContactLogsInAgain()
+    {
+        QList<ScriptedServer::Step> script{{{}, {"220 ready\r\n"}},
+                                           {"EHLO", {"250 OK\r\n"}},
+                                           {"AUTH LOGIN", {"334 VXNlcm5hbWU6\r\n"}},
+                                           {"dXNlcg==", {"334 UGFzc3dvcmQ6\r\n"}},
+                                           {"d3Jvbmc=", {"535 authentication failed\r\n"}}};
+        ScriptedServer server(script);
+        useServer(server, 1);
+        m_account.chkAth = 1;
+        m_account.user = u"user"_s;
+        m_account.pwd = u"wrong"_s;
+        FakeRunView view;
+        SmtpSendRun run(view, m_account);
+        run.RunSmtpSend(input(2));
+        m_account.chkAth = 0;
+        QCOMPARE(run.accepted(), 0);
+        QCOMPARE(server.connections, 2);
+        QVERIFY(view.statuses.contains(u"Authenticating..."_s));
+        QCOMPARE(view.process(), u"All mails are successfully Sent."_s);
+    }
+
+    void aConnectionDroppedDuringData_endsTheRun()
+    {
+        QList<ScriptedServer::Step> script = happyScript(0);
+        script.removeLast();
+        script << ScriptedServer::Step{"MAIL FROM", {"250 OK\r\n"}} << ScriptedServer::Step{"RCPT TO", {"250 OK\r\n"}}
+               << ScriptedServer::Step{"DATA", {"354 go ahead\r\n"}, true};
+        ScriptedServer server(script);
+        useServer(server, 1);
+        FakeRunView view;
+        SmtpSendRun run(view, m_account);
+        run.RunSmtpSend(input(3));
+        QCOMPARE(run.accepted(), 0);
+        QCOMPARE(view.process(), u"Process Cancelled!"_s);
+        QVERIFY(!view.processes.contains(u"Sending 3 of 3"_s));
+    }
+
+    void contactsWithoutAnAt_areSkipped_andAnEmptyListRunsNoTurn()
+    {
+        ScriptedServer server(happyScript(1));
+        useServer(server, 2);
+        FakeRunView view;
+        SmtpSendRun run(view, m_account);
+        SendRunInput in = input(2);
+        in.addresses[0] = u"no address"_s;
+        run.RunSmtpSend(in);
+        QCOMPARE(run.accepted(), 1);
+        QVERIFY(!server.lines.contains("RCPT TO: no address"));
+        QCOMPARE(server.lines.last(), QByteArray("QUIT"));
+
+        FakeRunView empty;
+        SmtpSendRun none(empty, m_account);
+        none.RunSmtpSend(input(0));
+        QCOMPARE(empty.process(), u"All mails are successfully Sent."_s);
+    }
+
+    void anIncompleteAccount_showsTheSettingsFirst()
+    {
+        SmtpAccount incomplete;
+        FakeRunView view;
+        SmtpSendRun run(view, incomplete);
+        TestSupport::MessageRecorder messages;
+        run.RunSmtpSend(input(0));
+        QCOMPARE(view.settingsShown, 1);
+    }
+};
+
+QTEST_GUILESS_MAIN(SmtpConversationTest)
+#include "tst_smtp_conversation.moc"

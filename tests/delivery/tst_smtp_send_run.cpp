@@ -1,0 +1,240 @@
+#include "FakeRunView.h"
+#include "SmtpSink.h"
+#include "TestSupport.h"
+#include "contacts/ContactTable.h"
+#include "delivery/AttachmentSource.h"
+#include "delivery/SmtpSendRun.h"
+#include "wizard/TokenEngine.h"
+
+#include <QFile>
+#include <QJsonArray>
+#include <QRegularExpression>
+#include <QSslCertificate>
+#include <QTemporaryDir>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+// The template itself, for every contact.
+class TemplateAttachment : public AttachmentSource
+{
+public:
+    explicit TemplateAttachment(QString path)
+        : m_path(std::move(path))
+    {
+    }
+    void beginRun() override {}
+    Result<QString> attachmentFor(int row) override
+    {
+        if (row == 2) {
+            return Result<QString>::failure(1, u"this contact's copy could not be made"_s);
+        }
+        return m_path;
+    }
+    void endRun() override {}
+
+private:
+    QString m_path;
+};
+
+// The base64 lines of a MIME part that follows the given header line.
+QByteArray partData(const QByteArray& message, const QByteArray& headerLine)
+{
+    const qsizetype start = message.indexOf(headerLine);
+    if (start < 0) {
+        return {};
+    }
+    const qsizetype body = message.indexOf("\r\n\r\n", start) + 4;
+    const qsizetype end = message.indexOf("\r\n--NextMimePart", body);
+    return QByteArray::fromBase64(message.mid(body, end - body).replace("\r\n", ""));
+}
+
+} // namespace
+
+class SmtpSendRunTest : public QObject
+{
+    Q_OBJECT
+
+private:
+    QTemporaryDir m_dir;
+    ContactTable m_table;
+    std::unique_ptr<TokenEngine> m_tokens;
+    QByteArray m_image;
+
+    SendRunInput input()
+    {
+        SendRunInput in;
+        for (int i = 1; i <= m_table.count(); ++i) {
+            in.addresses << m_table.cell(i, 0);
+            in.rows << i;
+        }
+        in.subjectBox = u"Spring news for [[FirstName]] [[LastName]]"_s;
+        in.html = u"<html><body><p>Dear [[FirstName]],</p><img src=\"file://"_s + m_dir.filePath(u"logo.png"_s) +
+                  u"\"></body></html>"_s;
+        in.tokens = m_tokens.get();
+        m_tokens->ScanMailTokens(in.html);
+        return in;
+    }
+
+    static SmtpAccount accountFor(const SmtpSink& sink)
+    {
+        SmtpAccount account;
+        account.server = u"localhost"_s;
+        account.port = sink.port();
+        account.interval = 5;
+        account.fromName = u"Quillbay News"_s;
+        account.fromEmail = u"news@example.org"_s;
+        return account;
+    }
+
+private slots:
+    void initTestCase()
+    {
+        TestSupport::isolateUserFolders();
+        const QStringList names = {u"Ann|Lee|ann@example.com"_s, u"Björn|Ström|bjorn@example.com"_s,
+                                   u"Cy|Low|cy@example.com"_s};
+        for (const QString& entry : names) {
+            const QStringList parts = entry.split(u'|');
+            std::array<QString, 16> cells;
+            cells[1] = parts[0];
+            cells[2] = parts[1];
+            cells[0] = parts[2];
+            m_table.addRow(cells);
+        }
+        m_tokens = std::make_unique<TokenEngine>(m_table);
+        m_tokens->setSourceIndex(5);
+        m_image = QByteArray("\x89PNG\r\n\x1a\n", 8) + QByteArray(3000, '\x42');
+        QFile logo(m_dir.filePath(u"logo.png"_s));
+        QVERIFY(logo.open(QIODevice::WriteOnly));
+        logo.write(m_image);
+    }
+
+    void threeContacts_reachTheRealServer_withTheirOwnTextsAndTheImage()
+    {
+        SmtpSink sink;
+        QVERIFY2(sink.isRunning(), qPrintable(sink.errorText()));
+        SmtpAccount account = accountFor(sink);
+        FakeRunView view;
+        SmtpSendRun run(view, account);
+        run.RunSmtpSend(input());
+        QCOMPARE(view.process(), u"All mails are successfully Sent."_s);
+        const QList<SmtpSink::StoredMessage> stored = sink.messages(3);
+        QCOMPARE(stored.size(), 3);
+        for (int i = 0; i < 3; ++i) {
+            const QByteArray& content = stored.at(i).content;
+            QCOMPARE(stored.at(i).envelope.value(u"to"_s).toArray().first().toString(), m_table.cell(i + 1, 0));
+            QCOMPARE(stored.at(i).envelope.value(u"from"_s).toString(), u"news@example.org"_s);
+            QVERIFY(content.contains("To: " + m_table.cell(i + 1, 0).toUtf8() + "\r\n"));
+            QVERIFY(content.contains("<p>Dear " + m_table.cell(i + 1, 1).toUtf8() + ",</p>"));
+            QVERIFY(content.contains("src=cid:logo.png"));
+            QCOMPARE(partData(content, "Content-ID: <logo.png>"), m_image);
+        }
+        QVERIFY(stored.at(0).content.contains("Subject: Spring news for Ann Lee\r\n"));
+        QVERIFY(stored.at(1).content.contains("Subject: =?UTF-8?B?" +
+                                              u"Spring news for Björn Ström"_s.toUtf8().toBase64() + "?="));
+        QVERIFY(!stored.at(0).envelope.value(u"tls"_s).toBool());
+    }
+
+    void attachments_goWithEachMail_andAContactWithoutItsCopyGetsNone()
+    {
+        SmtpSink sink;
+        QVERIFY2(sink.isRunning(), qPrintable(sink.errorText()));
+        const QString templatePath = m_dir.filePath(u"Invitation.docx"_s);
+        QFile document(templatePath);
+        QVERIFY(document.open(QIODevice::WriteOnly));
+        document.write(QByteArray("PK\x03\x04 a document", 16));
+        document.close();
+        TemplateAttachment attachment(templatePath);
+        SendRunInput in = input();
+        in.attachment = &attachment;
+        SmtpAccount account = accountFor(sink);
+        FakeRunView view;
+        SmtpSendRun run(view, account);
+        run.RunSmtpSend(in);
+        const QList<SmtpSink::StoredMessage> stored = sink.messages(2);
+        QCOMPARE(stored.size(), 2); // the second contact's copy failed: no mail for that contact
+        QVERIFY(!stored.at(1).content.contains("bjorn@example.com"));
+        QVERIFY(stored.at(0).content.contains("Content-Disposition: attachment; filename=\"Invitation.docx\""));
+        QCOMPARE(partData(stored.at(0).content, "Content-Type: application/msword"),
+                 QByteArray("PK\x03\x04 a document", 16));
+    }
+
+    void anUntrustedCertificate_failsTheConnection_withAClearText()
+    {
+        SmtpSink sink(SmtpSink::Options{true, false, {}});
+        QVERIFY2(sink.isRunning(), qPrintable(sink.errorText()));
+        TestSupport::MessageRecorder messages;
+        SmtpAccount account = accountFor(sink);
+        // Nothing tells the client to trust the authority that signed the server's certificate.
+        FakeRunView view;
+        SmtpSendRun run(view, account);
+        run.RunSmtpSend(input());
+        QVERIFY2(view.process().startsWith(u"Process Cancelled! The certificate of localhost could not be verified"_s),
+                 qPrintable(view.processes.join(u" | "_s) + u" / "_s + messages.texts().join(u" | "_s) + u" / "_s +
+                            view.statuses.join(u" | "_s)));
+        QCOMPARE(messages.messages().size(), 1);
+        QVERIFY(messages.lastText().startsWith(u"Error in Sending Mails Via Quillbay+ SMTP : "_s));
+        QCOMPARE(messages.messages().first().icon, MessageIcon::Critical);
+        QCOMPARE(sink.messages(0, 300).size(), 0);
+    }
+
+    void starttlsAndLogin_areUsedWhenTheServerOffersThem()
+    {
+        SmtpSink sink(SmtpSink::Options{true, false, u"mailer:s3cret"_s});
+        QVERIFY2(sink.isRunning(), qPrintable(sink.errorText()));
+        SmtpConversation::addTrustedCertificates(QSslCertificate::fromPath(sink.authorityCertificate()));
+        SmtpAccount account = accountFor(sink);
+        account.chkAth = 1;
+        account.user = u"mailer"_s;
+        account.pwd = u"s3cret"_s;
+        FakeRunView view;
+        SmtpSendRun run(view, account);
+        run.RunSmtpSend(input());
+        QCOMPARE(view.process(), u"All mails are successfully Sent."_s);
+        const QList<SmtpSink::StoredMessage> stored = sink.messages(3);
+        QCOMPARE(stored.size(), 3);
+        QVERIFY(stored.first().envelope.value(u"tls"_s).toBool());
+        QVERIFY(stored.first().envelope.value(u"authenticated"_s).toBool());
+    }
+
+    void encryptionTurnedOff_staysPlain_andAServerThatNeedsTlsRefusesTheLogin()
+    {
+        SmtpSink sink(SmtpSink::Options{true, false, u"mailer:s3cret"_s});
+        QVERIFY2(sink.isRunning(), qPrintable(sink.errorText()));
+        SmtpAccount account = accountFor(sink);
+        account.noEncryption = true;
+        account.interval = 1;
+        account.chkAth = 1;
+        account.user = u"mailer"_s;
+        account.pwd = u"s3cret"_s;
+        FakeRunView view;
+        SmtpSendRun run(view, account);
+        SendRunInput in = input();
+        in.addresses = in.addresses.mid(0, 1);
+        in.rows = in.rows.mid(0, 1);
+        run.RunSmtpSend(in);
+        QCOMPARE(sink.messages(0, 300).size(), 0);
+        QCOMPARE(run.accepted(), 0);
+    }
+
+    void port465_speaksTlsFromTheFirstByte()
+    {
+        SmtpSink sink(SmtpSink::Options{false, true, {}, 465});
+        if (!sink.isRunning()) {
+            QSKIP("port 465 is not free on this machine");
+        }
+        SmtpConversation::addTrustedCertificates(QSslCertificate::fromPath(sink.authorityCertificate()));
+        SmtpAccount account = accountFor(sink);
+        FakeRunView view;
+        SmtpSendRun run(view, account);
+        run.RunSmtpSend(input());
+        const QList<SmtpSink::StoredMessage> stored = sink.messages(3);
+        QCOMPARE(stored.size(), 3);
+        QVERIFY(stored.first().envelope.value(u"tls"_s).toBool());
+    }
+};
+
+QTEST_GUILESS_MAIN(SmtpSendRunTest)
+#include "tst_smtp_send_run.moc"
