@@ -1,0 +1,475 @@
+#include "FrmSearch.h"
+
+#include "EngineSearcher.h"
+#include "SearchPattern.h"
+#include "SearchRun.h"
+#include "core/Dialogs.h"
+#include "core/ListSeparator.h"
+#include "core/MessageBoxes.h"
+#include "core/SettingsKeys.h"
+#include "core/TextUtil.h"
+#include "core/Twips.h"
+
+#include <QApplication>
+#include <QCheckBox>
+#include <QCloseEvent>
+#include <QComboBox>
+#include <QFile>
+#include <QGridLayout>
+#include <QGroupBox>
+#include <QHeaderView>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMenu>
+#include <QPointer>
+#include <QProcess>
+#include <QPushButton>
+#include <QStatusBar>
+#include <QToolButton>
+#include <QTreeWidget>
+#include <QVBoxLayout>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr int KeyRole = Qt::UserRole;
+
+QPointer<FrmSearch>& instancePointer()
+{
+    static QPointer<FrmSearch> window;
+    return window;
+}
+
+void setEntryEnabled(QWidget* field, bool enabled)
+{
+    field->setEnabled(enabled);
+    field->setBackgroundRole(enabled ? QPalette::Base : QPalette::Button);
+}
+
+} // namespace
+
+FrmSearch* FrmSearch::instance()
+{
+    if (instancePointer().isNull()) {
+        instancePointer() = new FrmSearch;
+    }
+    return instancePointer();
+}
+
+FrmSearch::FrmSearch(QWidget* parent)
+    : QWidget(parent, Qt::Window)
+{
+    setObjectName(u"FrmSearch"_s);
+    setWindowTitle(u"Quillbay+ : Search Documents"_s);
+    setAttribute(Qt::WA_DeleteOnClose);
+    buildControls();
+    Form_Load();
+}
+
+void FrmSearch::buildControls()
+{
+    auto* fraSearch = new QGroupBox(this);
+    fraSearch->setObjectName(u"FraSearch"_s);
+    auto* grid = new QGridLayout(fraSearch);
+    CboCriteria = new QComboBox(fraSearch);
+    CboCriteria->setObjectName(u"CboCriteria"_s);
+    CboCriteria->setEditable(true);
+    CboCriteria->setInsertPolicy(QComboBox::NoInsert);
+    TxtFolder = new QLineEdit(fraSearch);
+    TxtFolder->setObjectName(u"TxtFolder"_s);
+    CmdBrowse = new QToolButton(fraSearch);
+    CmdBrowse->setObjectName(u"CmdBrowse"_s);
+    CmdBrowse->setText(u"Browse..."_s);
+    txtwords = new QLineEdit(fraSearch);
+    txtwords->setObjectName(u"txtwords"_s);
+    ChkIncSubFolder = new QCheckBox(u"Include subfolders"_s, fraSearch);
+    ChkIncSubFolder->setObjectName(u"ChkIncSubFolder"_s);
+    const QString optionCaptions[3] = {u"Find Whole Word Onl&y"_s, u"Matc&h Case"_s, u"&Use wildcards"_s};
+    auto* options = new QHBoxLayout;
+    for (int i = 0; i < 3; ++i) {
+        chkOptions[i] = new QCheckBox(optionCaptions[i], fraSearch);
+        chkOptions[i]->setObjectName(u"chkOptions_%1"_s.arg(i));
+        connect(chkOptions[i], &QCheckBox::clicked, this, [this, i] { chkOptions_Click(i); });
+        options->addWidget(chkOptions[i]);
+    }
+    options->addStretch();
+    chkReplace = new QCheckBox(u"Replace With :"_s, fraSearch);
+    chkReplace->setObjectName(u"chkReplace"_s);
+    txtReplace = new QLineEdit(fraSearch);
+    txtReplace->setObjectName(u"txtReplace"_s);
+    txtReplace->setEnabled(false);
+
+    grid->addWidget(new QLabel(u"Look for File Named : "_s, fraSearch), 0, 0);
+    grid->addWidget(CboCriteria, 0, 1, 1, 2);
+    grid->addWidget(new QLabel(u"In Folder :"_s, fraSearch), 1, 0);
+    grid->addWidget(TxtFolder, 1, 1);
+    grid->addWidget(CmdBrowse, 1, 2);
+    grid->addWidget(ChkIncSubFolder, 2, 1);
+    grid->addWidget(new QLabel(u"Search for the Word(s) :"_s, fraSearch), 3, 0);
+    grid->addWidget(txtwords, 3, 1, 1, 2);
+    grid->addLayout(options, 4, 1, 1, 2);
+    grid->addWidget(chkReplace, 5, 0);
+    grid->addWidget(txtReplace, 5, 1, 1, 2);
+
+    const QString findCaptions[4] = {u"Find &Now"_s, u"&Replace"_s, u"Sto&p"_s, u"New &Search"_s};
+    auto* buttons = new QVBoxLayout;
+    for (int i = 0; i < 4; ++i) {
+        CmdFind[i] = new QPushButton(findCaptions[i], fraSearch);
+        CmdFind[i]->setObjectName(u"CmdFind_%1"_s.arg(i));
+        connect(CmdFind[i], &QPushButton::clicked, this, [this, i] { CmdFind_Click(i); });
+        buttons->addWidget(CmdFind[i]);
+    }
+    buttons->addStretch();
+    grid->addLayout(buttons, 0, 3, 6, 1);
+    grid->setColumnStretch(1, 1);
+
+    lvList = new QTreeWidget(this);
+    lvList->setObjectName(u"lvList"_s);
+    lvList->setRootIsDecorated(false);
+    lvList->setSelectionMode(QAbstractItemView::ExtendedSelection);
+    lvList->setHeaderLabels({u"Name"_s, u"Path"_s, u"Date Modified"_s, u"Size"_s, u"Type"_s});
+    lvList->header()->setSectionsClickable(true);
+    for (const auto& [column, twips] : {std::pair{0, 3000}, {1, 3600}, {2, 2700}, {3, 900}}) {
+        lvList->header()->resizeSection(column, Twips::toPixels(twips));
+    }
+    lvList->setContextMenuPolicy(Qt::CustomContextMenu);
+    txtNoItems = new QLabel(lvList->viewport());
+    txtNoItems->setObjectName(u"txtNoItems"_s);
+    txtNoItems->setAlignment(Qt::AlignCenter);
+    txtNoItems->setVisible(false);
+
+    auto* statusBar = new QStatusBar(this);
+    statusBar->setObjectName(u"SbStatus"_s);
+    statusBar->setSizeGripEnabled(true);
+    SbStatusPanel1 = new QLabel(statusBar);
+    SbStatusPanel1->setObjectName(u"SbStatusPanel1"_s);
+    SbStatusPanel2 = new QLabel(statusBar);
+    SbStatusPanel2->setObjectName(u"SbStatusPanel2"_s);
+    statusBar->addWidget(SbStatusPanel1, 3);
+    statusBar->addWidget(SbStatusPanel2, 2);
+
+    MnuOperations = new QMenu(u"Operations"_s, this);
+    MnuOperations->setObjectName(u"MnuOperations"_s);
+    QAction* open = MnuOperations->addAction(u"Open"_s);
+    open->setObjectName(u"mnuOpenDoc"_s);
+    QAction* refresh = MnuOperations->addAction(u"Referesh"_s);
+    refresh->setObjectName(u"MnuReferesh"_s);
+    MnuOperations->addSeparator()->setObjectName(u"MnuLine"_s);
+    QAction* remove = MnuOperations->addAction(u"Delete"_s);
+    remove->setObjectName(u"MnuDelete"_s);
+    connect(open, &QAction::triggered, this, [this] {
+        if (QTreeWidgetItem* item = lvList->currentItem()) {
+            OpenFoundDocument(item->data(0, KeyRole).toString());
+        }
+    });
+    connect(refresh, &QAction::triggered, lvList->viewport(), qOverload<>(&QWidget::update));
+    connect(remove, &QAction::triggered, this, &FrmSearch::MnuDelete_Click);
+
+    auto* layout = new QVBoxLayout(this);
+    layout->addWidget(fraSearch);
+    layout->addWidget(lvList, 1);
+    layout->addWidget(statusBar);
+
+    connect(chkReplace, &QCheckBox::clicked, this, [this] {
+        txtReplace->setEnabled(chkReplace->isChecked());
+        UpdateFindButtons();
+    });
+    connect(txtwords, &QLineEdit::textChanged, this, &FrmSearch::UpdateFindButtons);
+    connect(CmdBrowse, &QToolButton::clicked, this, &FrmSearch::CmdBrowse_Click);
+    connect(lvList->header(), &QHeaderView::sectionClicked, this, &FrmSearch::lvList_ColumnClick);
+    connect(lvList, &QTreeWidget::itemClicked, this,
+            [](QTreeWidgetItem* item) { item->setToolTip(0, u"Date Modified :"_s + item->text(2)); });
+    connect(lvList, &QTreeWidget::itemDoubleClicked, this,
+            [this](QTreeWidgetItem* item) { OpenFoundDocument(item->data(0, KeyRole).toString()); });
+    connect(lvList, &QTreeWidget::customContextMenuRequested, this, &FrmSearch::lvList_MouseUp);
+    for (QWidget* field : std::initializer_list<QWidget*>{CboCriteria, TxtFolder, txtwords}) {
+        field->installEventFilter(this);
+    }
+    CmdFind[2]->setEnabled(false);
+    setMinimumSize(Twips::toPixels(9000), Twips::toPixels(3220));
+    resize(Twips::toPixels(9600), Twips::toPixels(6225));
+    UpdateFindButtons();
+}
+
+void FrmSearch::Form_Load()
+{
+    const QStringList entries = SettingsStore::instance().value(Keys::SearchCriteria).split(ListSeparatorChar);
+    for (const QString& entry : entries) {
+        if (!entry.isEmpty()) {
+            CboCriteria->addItem(entry);
+        }
+    }
+    CboCriteria->setCurrentIndex(-1);
+    TxtFolder->setText(SettingsStore::instance().value(Keys::SearchFolderName));
+}
+
+void FrmSearch::closeEvent(QCloseEvent* event)
+{
+    if (m_running) {
+        // A run in hand ends first; the window closes when it has.
+        m_stopFlag = true;
+        event->ignore();
+        return;
+    }
+    Form_Unload();
+    event->accept();
+}
+
+void FrmSearch::Form_Unload()
+{
+    const QStringList history = criteriaHistory();
+    if (!history.isEmpty()) {
+        QString packed;
+        for (const QString& entry : history) {
+            packed += entry + ListSeparatorChar;
+        }
+        SettingsStore::instance().setValue(Keys::SearchCriteria, packed);
+    }
+    if (!TxtFolder->text().isEmpty()) {
+        SettingsStore::instance().setValue(Keys::SearchFolderName, TxtFolder->text());
+    }
+    if (instancePointer() == this) {
+        instancePointer().clear();
+    }
+}
+
+QStringList FrmSearch::criteriaHistory() const
+{
+    QStringList entries;
+    for (int i = 0; i < CboCriteria->count(); ++i) {
+        entries << CboCriteria->itemText(i);
+    }
+    return entries;
+}
+
+bool FrmSearch::eventFilter(QObject* watched, QEvent* event)
+{
+    if (event->type() == QEvent::KeyPress) {
+        const auto* key = static_cast<QKeyEvent*>(event);
+        if ((key->key() == Qt::Key_Return || key->key() == Qt::Key_Enter) && !m_running &&
+            !TxtFolder->text().isEmpty()) {
+            RunSearch();
+            return true;
+        }
+    }
+    return QWidget::eventFilter(watched, event);
+}
+
+void FrmSearch::resizeEvent(QResizeEvent* event)
+{
+    QWidget::resizeEvent(event);
+    txtNoItems->setGeometry(lvList->viewport()->rect());
+}
+
+void FrmSearch::UpdateFindButtons()
+{
+    if (chkReplace->isChecked()) {
+        CmdFind[0]->setEnabled(false);
+        CmdFind[1]->setEnabled(!txtwords->text().isEmpty());
+    } else {
+        CmdFind[0]->setEnabled(true);
+        CmdFind[1]->setEnabled(false);
+    }
+}
+
+void FrmSearch::chkOptions_Click(int index)
+{
+    Q_UNUSED(index)
+    const bool wildcards = chkOptions[2]->isChecked();
+    for (int i = 0; i < 2; ++i) {
+        if (wildcards) {
+            chkOptions[i]->setChecked(false);
+        }
+        chkOptions[i]->setEnabled(!wildcards);
+    }
+}
+
+void FrmSearch::LockSearchControls()
+{
+    for (QWidget* field : std::initializer_list<QWidget*>{CboCriteria, TxtFolder, txtwords, txtReplace}) {
+        setEntryEnabled(field, false);
+    }
+    for (QWidget* control :
+         std::initializer_list<QWidget*>{CmdBrowse, ChkIncSubFolder, chkOptions[0], chkOptions[1], chkOptions[2],
+                                         chkReplace, CmdFind[0], CmdFind[1], CmdFind[3]}) {
+        control->setEnabled(false);
+    }
+    CmdFind[2]->setEnabled(true);
+}
+
+void FrmSearch::UnlockSearchControls()
+{
+    for (QWidget* field : std::initializer_list<QWidget*>{CboCriteria, TxtFolder, txtwords, txtReplace}) {
+        setEntryEnabled(field, true);
+    }
+    for (QWidget* control : std::initializer_list<QWidget*>{CmdBrowse, ChkIncSubFolder, chkReplace, chkOptions[2]}) {
+        control->setEnabled(true);
+    }
+    chkOptions[0]->setEnabled(!chkOptions[2]->isChecked());
+    chkOptions[1]->setEnabled(!chkOptions[2]->isChecked());
+    txtReplace->setEnabled(chkReplace->isChecked());
+    UpdateFindButtons();
+    CmdFind[2]->setEnabled(false);
+    CmdFind[3]->setEnabled(true);
+    if (lvList->topLevelItemCount() == 0) {
+        CboCriteria->setFocus();
+    }
+}
+
+void FrmSearch::RememberCriteria()
+{
+    if (SearchPattern::shouldRemember(criteriaHistory(), CboCriteria->currentText())) {
+        CboCriteria->addItem(CboCriteria->currentText());
+    }
+}
+
+void FrmSearch::CmdFind_Click(int index)
+{
+    switch (index) {
+    case 0:
+    case 1:
+        if (!TxtFolder->text().isEmpty()) {
+            RunSearch();
+            m_stopFlag = false;
+        }
+        break;
+    case 2:
+        m_stopFlag = true;
+        break;
+    case 3:
+        lvList->clear();
+        TxtFolder->clear();
+        SbStatusPanel1->clear();
+        break;
+    default:
+        break;
+    }
+}
+
+void FrmSearch::CmdBrowse_Click()
+{
+    const QString folder = Dialogs::BrowseForFolder(u"Select a Folder :"_s, 16, this);
+    if (!folder.isEmpty()) {
+        TxtFolder->setText(folder);
+    }
+}
+
+void FrmSearch::RunSearch()
+{
+    m_running = true;
+    LockSearchControls();
+    lvList->clear();
+    SbStatusPanel2->clear();
+    txtNoItems->setText(u"Searching..."_s);
+    txtNoItems->setVisible(true);
+    m_stopFlag = false;
+    if (!isMaximized() && !isMinimized() && Twips::fromPixels(height()) <= 5000) {
+        resize(width(), Twips::toPixels(6225));
+    }
+
+    QString pattern;
+    if (CboCriteria->currentText().isEmpty()) {
+        CboCriteria->setEditText(u"*.Doc"_s);
+        pattern = u"*.Doc"_s;
+    } else {
+        const SearchPattern::Normalized normalized =
+            SearchPattern::NormalizeCriteria(TextUtil::trimSpaces(CboCriteria->currentText()));
+        pattern = normalized.pattern;
+        if (normalized.remember) {
+            RememberCriteria();
+        }
+    }
+
+    const QString words = TextUtil::trimSpaces(txtwords->text());
+    std::unique_ptr<DocumentSearcher> searcher;
+    if (!pattern.isEmpty()) {
+        std::optional<WordSearch> search;
+        if (!txtwords->text().isEmpty()) {
+            SettingsStore::instance().setValue(Keys::WordRunning, u"Y"_s);
+            searcher = std::make_unique<EngineSearcher>();
+            search = WordSearch{words,
+                                chkOptions[0]->isChecked(),
+                                chkOptions[1]->isChecked(),
+                                chkOptions[2]->isChecked(),
+                                chkReplace->isChecked(),
+                                txtReplace->text()};
+        }
+        SearchRun run({[this](const QString& status) { SbStatusPanel1->setText(status); },
+                       [this](const ResultRow& row) { addRow(row); }, [] { QCoreApplication::processEvents(); },
+                       [this] {
+                           return m_stopFlag;
+                       }},
+                      searcher.get());
+        run.WalkFolder(TxtFolder->text(), pattern, ChkIncSubFolder->isChecked(), search);
+        if (!run.backupFolder().isEmpty()) {
+            SbStatusPanel2->setText(u"Originals kept in "_s + run.backupFolder());
+        }
+    }
+    if (lvList->topLevelItemCount() > 0) {
+        SbStatusPanel1->setText(QString::number(lvList->topLevelItemCount()) + u" items"_s);
+    } else {
+        txtNoItems->setText(u"There are no items to show in this view"_s);
+        SbStatusPanel1->setText(u"0 Items"_s);
+    }
+    if (searcher) {
+        searcher->finish();
+        searcher.reset();
+        SettingsStore::instance().setValue(Keys::WordRunning, u"N"_s);
+    }
+    UnlockSearchControls();
+    m_running = false;
+}
+
+void FrmSearch::addRow(const ResultRow& row)
+{
+    auto* item = new QTreeWidgetItem(lvList, {row.name, row.folder, row.modified, row.size, row.type});
+    item->setData(0, KeyRole, row.path);
+    item->setTextAlignment(3, Qt::AlignRight | Qt::AlignVCenter);
+    if (txtNoItems->isVisible()) {
+        txtNoItems->setVisible(false);
+    }
+}
+
+void FrmSearch::lvList_ColumnClick(int column)
+{
+    m_sortDescending = !m_sortDescending;
+    lvList->header()->setSortIndicatorShown(true);
+    lvList->sortItems(column, m_sortDescending ? Qt::DescendingOrder : Qt::AscendingOrder);
+}
+
+void FrmSearch::lvList_MouseUp(const QPoint& position)
+{
+    if (lvList->topLevelItemCount() == 0) {
+        return;
+    }
+    MnuOperations->findChild<QAction*>(u"mnuOpenDoc"_s)->setEnabled(!lvList->selectedItems().isEmpty());
+    MnuOperations->popup(lvList->viewport()->mapToGlobal(position));
+}
+
+void FrmSearch::OpenFoundDocument(const QString& path)
+{
+    // The document opens in the office suite's visible writer, which stays open for the user.
+    QApplication::setOverrideCursor(Qt::WaitCursor);
+    QProcess::startDetached(u"soffice"_s, {u"--writer"_s, path});
+    QApplication::restoreOverrideCursor();
+}
+
+void FrmSearch::MnuDelete_Click()
+{
+    if (lvList->selectedItems().isEmpty()) {
+        return;
+    }
+    if (!MessageBoxes::askYesNo(u"Are you sure to delete selected file(s) ?"_s, MessageIcon::Critical)) {
+        return;
+    }
+    for (int i = lvList->topLevelItemCount() - 1; i >= 0; --i) {
+        QTreeWidgetItem* item = lvList->topLevelItem(i);
+        // Deleted files go to the desktop's trash, from where the user can restore them.
+        if (item->isSelected() && QFile::moveToTrash(item->data(0, KeyRole).toString())) {
+            delete item;
+        }
+    }
+    lvList->viewport()->update();
+}

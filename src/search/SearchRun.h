@@ -1,0 +1,67 @@
+#pragma once
+
+#include "DocumentSearcher.h"
+
+#include <QDateTime>
+#include <QSet>
+#include <QString>
+
+#include <functional>
+#include <optional>
+
+class QFileInfo;
+
+// One row of the result list.
+struct ResultRow
+{
+    QString path; // the row's key
+    QString name;
+    QString folder;
+    QString modified; // "dd/mm/yyyy hh:mm:ss AM/PM"
+    QString size;     // kilobytes, rounded half to even, then " KB"
+    QString type;     // the file's kind as the desktop names it
+
+    static ResultRow fromFile(const QFileInfo& file);
+};
+
+// The walk of a search: a folder's own files first (those that answer the pattern; with words,
+// those whose text holds them), then its subfolders. The event loop runs once every five
+// folders, and a stop request is seen before a folder's subfolders are entered, so a stopped
+// run still finishes the current folder's files.
+class SearchRun
+{
+public:
+    struct Events
+    {
+        std::function<void(const QString&)> status;  // the folder or document in hand
+        std::function<void(const ResultRow&)> found; // a hit
+        std::function<void()> pump;                  // let the window live
+        std::function<bool()> stopRequested;
+    };
+
+    // `searcher` is used only when words are searched.
+    SearchRun(Events events, DocumentSearcher* searcher);
+
+    void WalkFolder(const QString& folder, const QString& pattern, bool subfolders,
+                    const std::optional<WordSearch>& words);
+
+    // The folder that holds the copies of the documents this run changed, or "" while none was
+    // changed; made on the first change, named by the run's start.
+    QString backupFolder() const { return m_backupUsed ? m_backupFolder : QString(); }
+    int hits() const { return m_hits; }
+
+private:
+    void walk(const QString& folder, const QString& pattern, bool subfolders, const std::optional<WordSearch>& words);
+    void SearchDocument(const QString& path, const WordSearch& words);
+    void AddResultRow(const QFileInfo& file);
+    QString backupCopyOf(const QString& path);
+
+    Events m_events;
+    DocumentSearcher* m_searcher;
+    QString m_root;
+    QString m_backupFolder;
+    bool m_backupUsed = false;
+    int m_folderTick = 0;
+    int m_hits = 0;
+    QSet<QString> m_visited;
+};
