@@ -1,0 +1,158 @@
+// A postal merge of 1,000 contacts into one letter each, from a two-page .docx template with a
+// table, a picture and twelve tokens (some split over several runs): through the program's
+// postal run (the in-process engine); through the office bridge (a sample, scaled); and through
+// a plain python-docx script that replaces the text of the runs. Prints letters per second and
+// the ratios.
+
+#include "contacts/ContactTable.h"
+#include "wizard/PostalMergeRun.h"
+#include "wizard/RunView.h"
+#include "wizard/TokenEngine.h"
+#include "wordlink/BridgeDocument.h"
+#include "wordlink/OfficeBridge.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QProcess>
+#include <QTemporaryDir>
+
+#include <cstdio>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr int Letters = 1000;
+constexpr int BridgeSample = 30;
+
+class QuietView : public RunView
+{
+public:
+    void setHeader(const QString&) override {}
+    void setFolderText(const QString&) override {}
+    void setStatus(const QString&) override {}
+    void setProcess(const QString& text) override { m_process = text; }
+    QString process() const override { return m_process; }
+    void setProcessVisible(bool) override {}
+    void setBarWidth(double twips) override { m_bar = twips; }
+    double barWidth() const override { return m_bar; }
+    void setCancelEnabled(bool) override {}
+    void setBackEnabled(bool) override {}
+    void setNext(const QString&, bool) override {}
+    void showRunPage(const QString&) override {}
+    void setWaitCursor(bool) override {}
+    void showSmtpSettings() override {}
+    void pumpEvents() override { QCoreApplication::processEvents(); }
+
+private:
+    QString m_process;
+    double m_bar = 0;
+};
+
+} // namespace
+
+int main(int argc, char* argv[])
+{
+    QCoreApplication app(argc, argv);
+    const QString source = QStringLiteral(QUILLBAY_SOURCE_DIR);
+    QTemporaryDir dir;
+    qputenv("XDG_DATA_HOME", QFile::encodeName(dir.filePath(u"data"_s)));
+    qputenv("XDG_CONFIG_HOME", QFile::encodeName(dir.filePath(u"config"_s)));
+    const QString templatePath = dir.filePath(u"letter.docx"_s);
+    if (QProcess::execute(u"/usr/bin/python3"_s,
+                          {source + u"/tests/support/make_docx.py"_s, u"pages"_s, templatePath, u"2"_s}) != 0) {
+        std::fprintf(stderr, "the template could not be made\n");
+        return 1;
+    }
+
+    ContactTable table;
+    std::vector<Contact> rows(Letters);
+    QFile contacts(dir.filePath(u"contacts.tsv"_s));
+    if (!contacts.open(QIODevice::WriteOnly)) {
+        return 1;
+    }
+    for (int i = 0; i < Letters; ++i) {
+        Contact& row = rows[static_cast<size_t>(i)];
+        row.cells = {u"member%1@example.com"_s.arg(i),
+                     u"First%1"_s.arg(i),
+                     u"Last%1"_s.arg(i),
+                     u"Treasurer"_s,
+                     u"Company %1"_s.arg(i % 40),
+                     u"%1 High Street"_s.arg(i),
+                     u"Leeds"_s,
+                     u"West Yorkshire"_s,
+                     u"LS%1"_s.arg(i % 30),
+                     u"United Kingdom"_s,
+                     u"+44 113 555 %1"_s.arg(i),
+                     u"+44 113 555 0000"_s,
+                     u"www.example.org"_s,
+                     {},
+                     {},
+                     {}};
+        QStringList fields;
+        for (int cell = 0; cell < 13; ++cell) {
+            fields << row.cells[static_cast<size_t>(cell)];
+        }
+        contacts.write(fields.join(u'\t').toUtf8() + '\n');
+    }
+    contacts.close();
+    table.appendRows(std::move(rows));
+    TokenEngine tokens(table);
+    tokens.setSourceIndex(4);
+
+    const QString ours = dir.filePath(u"ours"_s);
+    QDir().mkpath(ours);
+    QuietView view;
+    PostalMergeRun run(view);
+    QElapsedTimer timer;
+    timer.start();
+    run.run({&table, &tokens, templatePath, QString(), Letters}, ours);
+    const double oursSeconds = static_cast<double>(timer.elapsed()) / 1000.0;
+    const int written = static_cast<int>(QDir(ours).entryList(QDir::Files).size());
+    std::printf("Quillbay+ postal run   : %4d letters in %7.2f s = %8.1f letters/s  (%s)\n", written, oursSeconds,
+                written / oursSeconds, qPrintable(view.process()));
+
+    // The office suite, through the bridge, on a sample of the same letters (it is warmed first).
+    const QString bridgeFolder = dir.filePath(u"bridge"_s);
+    QDir().mkpath(bridgeFolder);
+    wordlink::BridgeDocument::fromTemplate(templatePath).value()->Close();
+    timer.restart();
+    for (int i = 1; i <= BridgeSample; ++i) {
+        auto letter = wordlink::BridgeDocument::fromTemplate(templatePath);
+        if (!letter.ok()) {
+            std::fprintf(stderr, "bridge: %s\n", qPrintable(letter.error().message));
+            return 1;
+        }
+        for (const auto& [token, value] : tokens.allFieldReplacements(i)) {
+            letter.value()->ReplaceAll(token, value, {});
+        }
+        letter.value()->SaveAs(bridgeFolder + u"/Quillbay+%1.docx"_s.arg(i));
+        letter.value()->Close();
+    }
+    const double bridgeSeconds = static_cast<double>(timer.elapsed()) / 1000.0;
+    const double bridgeRate = BridgeSample / bridgeSeconds;
+    std::printf("office bridge          : %4d letters in %7.2f s = %8.1f letters/s  (a sample of %d)\n", BridgeSample,
+                bridgeSeconds, bridgeRate, BridgeSample);
+    wordlink::OfficeBridge::instance().shutdown();
+
+    const QString pythonFolder = dir.filePath(u"python"_s);
+    QDir().mkpath(pythonFolder);
+    QProcess python;
+    python.start(u"/usr/bin/python3"_s,
+                 {source + u"/bench/wordlink/python_docx_merge.py"_s, templatePath, contacts.fileName(), pythonFolder});
+    python.waitForFinished(1800000);
+    const QList<QByteArray> figures = python.readAllStandardOutput().trimmed().split(' ');
+    if (figures.size() != 2) {
+        std::fprintf(stderr, "python-docx: %s\n", python.readAllStandardError().constData());
+        return 1;
+    }
+    const double pythonRate = figures.at(0).toDouble() / figures.at(1).toDouble();
+    std::printf("python-docx script     : %4d letters in %7.2f s = %8.1f letters/s\n", figures.at(0).toInt(),
+                figures.at(1).toDouble(), pythonRate);
+    const double ourRate = written / oursSeconds;
+    std::printf("ratio to the office bridge: %.0f x   ratio to python-docx: %.1f x\n", ourRate / bridgeRate,
+                ourRate / pythonRate);
+    return written == Letters ? 0 : 1;
+}

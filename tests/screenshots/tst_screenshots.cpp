@@ -1,0 +1,209 @@
+#include "TestSupport.h"
+#include "composer/ComposePage.h"
+#include "core/AppPaths.h"
+#include "core/DesktopTheme.h"
+#include "core/Dialogs.h"
+#include "core/FrmSplash.h"
+#include "core/FrmWelcome.h"
+#include "core/Main.h"
+#include "core/SettingsKeys.h"
+#include "delivery/FrmSmtp.h"
+#include "explorer/FrmFileList.h"
+#include "search/FrmSearch.h"
+#include "wizard/ui/FrmMailMerge.h"
+#include "wizard/ui/WizardPages.h"
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QDir>
+#include <QFile>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QPointer>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QTabWidget>
+#include <QTest>
+#include <QTextEdit>
+#include <QToolButton>
+#include <QTreeWidget>
+#include <QWidget>
+
+#include <functional>
+
+using namespace Qt::StringLiterals;
+
+// Opens every window of the program on sample data and saves one picture of each into the
+// folder named by QUILLBAY_SCREENSHOTS (or "screenshots" beside the test). New windows add a
+// row to shots_data().
+class ScreenshotsTest : public QObject
+{
+    Q_OBJECT
+
+private:
+    QString m_folder;
+    QString m_documents;
+
+    void writeSampleDocument(const QString& name)
+    {
+        QFile file(m_documents + u'/' + name);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write(QByteArray(2048 + name.size() * 300, 'x'));
+    }
+
+    static void save(QWidget* window, const QString& path)
+    {
+        window->activateWindow();
+        QTest::qWait(150);
+        QVERIFY2(window->grab().save(path), qPrintable(path));
+    }
+
+private slots:
+    void initTestCase()
+    {
+        TestSupport::isolateUserFolders();
+        useDesktopIconTheme();
+        m_folder = qEnvironmentVariable("QUILLBAY_SCREENSHOTS", QDir::currentPath() + u"/screenshots"_s);
+        QDir().mkpath(m_folder);
+        m_documents = TestSupport::homeFolder() + u"/Documents"_s;
+        QDir().mkpath(m_documents);
+        QDir().mkpath(TestSupport::homeFolder() + u"/Desktop"_s);
+        for (const QString& name : {u"Annual letter.docx"_s, u"Invitation.doc"_s, u"Price list 2026.docx"_s,
+                                    u"Welcome pack.rtf"_s, u"~$temp.docx"_s}) {
+            writeSampleDocument(name);
+        }
+    }
+
+    void shots_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::newRow("main window") << u"frmFileList"_s;
+        QTest::newRow("welcome") << u"frmWelcome"_s;
+        QTest::newRow("about") << u"frmSplash-about"_s;
+        QTest::newRow("wizard pages") << u"frmMailMerge"_s;
+        QTest::newRow("postal run") << u"frmMailMerge-4-finish"_s;
+        QTest::newRow("search") << u"FrmSearch"_s;
+        QTest::newRow("smtp settings") << u"FrmSmtp"_s;
+    }
+
+    // A postal run of the sample list into a folder, and the run page at its end.
+    void postalRun(const QString& path)
+    {
+        const QString letter = m_documents + u"/Invitation letter.docx"_s;
+        QVERIFY(TestSupport::makeDocx(u"letter"_s, letter));
+        FrmMailMerge* wizard = FrmMailMerge::instance();
+        wizard->show();
+        wizard->sourcePage()->LstDataSrc->setCurrentRow(5);
+        Dialogs::setNextResult(m_documents + u"/members.csv"_s);
+        wizard->sourcePage()->CmdBrowseWab->click();
+        wizard->CmdNext_Click();
+        wizard->fieldMapPage()->ChkSkip->setChecked(true);
+        wizard->CmdNext_Click();
+        wizard->CmdNext_Click();
+        wizard->templatePage()->ChkPostalMerge->click();
+        wizard->templatePage()->txtTemplate[1]->setText(letter);
+        wizard->templatePage()->OptDocs[1]->click();
+        wizard->templatePage()->txtDocs->setText(m_documents + u"/Letters"_s);
+        wizard->CmdNext_Click();
+        save(wizard, path);
+        wizard->close();
+    }
+
+    void searchWindow(const QString& path)
+    {
+        FrmSearch* search = FrmSearch::instance();
+        search->show();
+        search->TxtFolder->setText(m_documents);
+        search->ChkIncSubFolder->setChecked(true);
+        search->CboCriteria->setEditText(u"*.*"_s);
+        search->RunSearch();
+        save(search, path);
+        search->close();
+    }
+
+    // The wizard on a sample comma file, one picture a page in the order a mail merge meets them.
+    void wizardPages(const QString& prefix)
+    {
+        const QString list = m_documents + u"/members.csv"_s;
+        QFile file(list);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write("First Name,Last Name,Email,Company,City\r\n"
+                   "Ann,Lee,ann@example.com,Acme,Leeds\r\n"
+                   "Bj\xC3\xB6rn,Str\xC3\xB6m,bjorn@example.com,\"Nord, AB\",Malm\xC3\xB6\r\n"
+                   "Chlo\xC3\xA9,Martin,chloe@example.com,Ceta,Lyon\r\n");
+        file.close();
+        FrmMailMerge* wizard = FrmMailMerge::instance();
+        wizard->show();
+        wizard->sourcePage()->LstDataSrc->setCurrentRow(5);
+        Dialogs::setNextResult(list);
+        wizard->sourcePage()->CmdBrowseWab->click();
+        save(wizard, prefix + u"-0-source.png"_s);
+        wizard->CmdNext_Click();
+        wizard->fieldMapPage()->ChkSkip->setChecked(true);
+        save(wizard, prefix + u"-6-fieldmap.png"_s);
+        wizard->CmdNext_Click();
+        save(wizard, prefix + u"-1-contacts.png"_s);
+        wizard->CmdNext_Click();
+        const QString letter = m_documents + u"/Invitation letter.docx"_s;
+        QVERIFY(TestSupport::makeDocx(u"letter"_s, letter));
+        wizard->templatePage()->ChkAttachment->click();
+        wizard->templatePage()->txtTemplate[0]->setText(letter);
+        save(wizard, prefix + u"-2-template.png"_s);
+        wizard->CmdNext_Click();
+        ComposePage* compose = wizard->composePage();
+        compose->txtSubject->setText(u"News for [[FirstName]]"_s);
+        compose->setDocumentHTML(u"<h2 style='color:#0000c0'>Spring letter</h2><p>Dear [[FirstName]],</p>"
+                                 u"<ul><li>Walk on <b>Saturday</b></li><li>Meeting at [[CompanyName]]</li></ul>"
+                                 u"<p>See <a href='https://example.org'>the club's page</a>.</p>"_s);
+        save(wizard, prefix + u"-5-compose.png"_s);
+        compose->G1_Tab->setCurrentIndex(1);
+        save(wizard, prefix + u"-5-compose-source.png"_s);
+        compose->G1_Tab->setCurrentIndex(2);
+        save(wizard, prefix + u"-5-compose-preview.png"_s);
+        compose->G1_Tab->setCurrentIndex(3);
+        save(wizard, prefix + u"-5-compose-attachment.png"_s);
+        compose->G1_Tab->setCurrentIndex(0);
+        wizard->CmdNext_Click();
+        save(wizard, prefix + u"-3-send.png"_s);
+        wizard->close();
+    }
+
+    void shots()
+    {
+        QFETCH(QString, name);
+        const QString path = m_folder + u'/' + name + u".png"_s;
+        if (name == u"frmFileList"_s) {
+            SettingsStore::instance().setValue(Keys::Flash, u"1"_s);
+            SettingsStore::instance().setValue(Keys::AddressBarFile, m_documents);
+            Main();
+            QVERIFY(QTest::qWaitFor([] { return mainWindow() != nullptr && mainWindow()->isVisible(); }, 5000));
+            save(mainWindow(), path);
+        } else if (name == u"frmWelcome"_s) {
+            FrmWelcome* welcome = FrmWelcome::instance();
+            welcome->show();
+            save(welcome, path);
+            welcome->close();
+        } else if (name == u"frmMailMerge-4-finish"_s) {
+            postalRun(path);
+        } else if (name == u"FrmSearch"_s) {
+            searchWindow(path);
+        } else if (name == u"FrmSmtp"_s) {
+            FrmSmtp* settings = FrmSmtp::instance();
+            settings->show();
+            save(settings, path);
+            delete settings;
+        } else if (name == u"frmMailMerge"_s) {
+            wizardPages(m_folder + u'/' + name);
+            return;
+        } else if (name == u"frmSplash-about"_s) {
+            QPointer<FrmSplash> about = new FrmSplash;
+            about->showAbout();
+            save(about, path);
+            about->close();
+        }
+        QVERIFY(QFile::exists(path));
+    }
+};
+
+QTEST_MAIN(ScreenshotsTest)
+#include "tst_screenshots.moc"
