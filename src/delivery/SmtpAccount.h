@@ -17,6 +17,16 @@ struct SmtpAccount
     QString fromEmail;
     QString replyEmail;
     bool noEncryption = false; // STARTTLS and implicit TLS turned off for this server
+    // How an encrypting connection is made; not stored (the command-line companion's --tls):
+    // TLS from the first byte on port 465 and STARTTLS when the server offers it, STARTTLS
+    // required, or TLS from the first byte on any port.
+    enum class Tls
+    {
+        ByPort,
+        StartTls,
+        Implicit
+    };
+    Tls tls = Tls::ByPort;
 
     // The shared account of the running program.
     static SmtpAccount& current();

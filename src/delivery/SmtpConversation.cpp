@@ -203,9 +203,18 @@ bool SmtpConversation::completeMultilineReply()
 
 bool SmtpConversation::upgradeToTls()
 {
-    if (m_account.noEncryption || m_socket.isEncrypted() || !completeMultilineReply() ||
-        !m_replyText.toUpper().contains("STARTTLS")) {
+    if (m_account.noEncryption || m_socket.isEncrypted()) {
         return true;
+    }
+    if (!completeMultilineReply() || !m_replyText.toUpper().contains("STARTTLS")) {
+        if (m_account.tls != SmtpAccount::Tls::StartTls) {
+            return true;
+        }
+        // STARTTLS was required: the run ends here, as after a socket error.
+        m_failure = u"The server %1 offers no STARTTLS"_s.arg(m_account.server);
+        m_cancelFlag = true;
+        m_socket.abort();
+        return false;
     }
     if (!send("STARTTLS\r\n") || !WaitForReply("220", true)) {
         return false;
@@ -232,7 +241,9 @@ bool SmtpConversation::openConversation(const QString& firstRecipient)
     }
     m_sslErrors.clear();
     m_socket.setPeerVerifyName(m_account.server);
-    if (m_account.port == ImplicitTlsPort && !m_account.noEncryption) {
+    const bool implicitTls = m_account.tls == SmtpAccount::Tls::Implicit ||
+                             (m_account.tls == SmtpAccount::Tls::ByPort && m_account.port == ImplicitTlsPort);
+    if (implicitTls && !m_account.noEncryption) {
         m_socket.connectToHostEncrypted(m_account.server, static_cast<quint16>(m_account.port));
     } else {
         m_socket.connectToHost(m_account.server, static_cast<quint16>(m_account.port));

@@ -1,0 +1,24 @@
+#include "CliOutput.h"
+
+#include <cstdio>
+
+namespace CliOutput {
+
+void out(const QString& text)
+{
+    std::fputs(text.toUtf8().constData(), stdout);
+    std::fflush(stdout);
+}
+
+void err(const QString& text)
+{
+    std::fputs(text.toUtf8().constData(), stderr);
+}
+
+int badArguments(const QString& message)
+{
+    err(QStringLiteral("quillbay-cli: ") + message + QLatin1Char('\n'));
+    return 2;
+}
+
+} // namespace CliOutput

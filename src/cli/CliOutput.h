@@ -1,0 +1,14 @@
+#pragma once
+
+#include <QString>
+
+// The command-line companion's output: results on standard output, errors on standard error.
+namespace CliOutput {
+
+void out(const QString& text);
+void err(const QString& text);
+
+// Prints the one-line error of bad arguments or an unreadable source, and gives exit status 2.
+int badArguments(const QString& message);
+
+} // namespace CliOutput

@@ -1,0 +1,8 @@
+#include "ConsoleRunView.h"
+
+#include <QCoreApplication>
+
+void ConsoleRunView::pumpEvents()
+{
+    QCoreApplication::processEvents();
+}

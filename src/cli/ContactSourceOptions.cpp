@@ -1,0 +1,259 @@
+#include "ContactSourceOptions.h"
+
+#include "contacts/DataSources.h"
+#include "contacts/DelimitedText.h"
+#include "contacts/MergeFieldTable.h"
+#include "core/CommonRoutines.h"
+#include "core/SettingsKeys.h"
+#include "core/TextUtil.h"
+
+#include <QCommandLineParser>
+#include <QFileInfo>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+using Loaded = Result<LoadedContacts>;
+
+const QStringList Kinds = {u"tab"_s, u"comma"_s, u"excel"_s, u"access"_s, u"addressbook"_s};
+// The fields that have a blank-field text, by their token names, in the order of the texts.
+const QStringList BlankFields = {u"FirstName"_s, u"LastName"_s, u"Job-Title"_s, u"CompanyName"_s};
+
+QString kindOfFileName(const QString& path)
+{
+    const QString suffix = QFileInfo(path).suffix().toLower();
+    if (suffix == u"csv"_s) {
+        return u"comma"_s;
+    }
+    if (suffix == u"xls"_s || suffix == u"xlsx"_s) {
+        return u"excel"_s;
+    }
+    if (suffix == u"mdb"_s || suffix == u"accdb"_s) {
+        return u"access"_s;
+    }
+    if (suffix == u"wab"_s || suffix == u"vcf"_s) {
+        return u"addressbook"_s;
+    }
+    return u"tab"_s;
+}
+
+// Splits "NAME=VALUE" at its first "=".
+bool splitPair(const QString& pair, QString& name, QString& value)
+{
+    const qsizetype equals = pair.indexOf(u'=');
+    if (equals <= 0) {
+        return false;
+    }
+    name = pair.left(equals);
+    value = pair.mid(equals + 1);
+    return true;
+}
+
+// --map FIELD=COLUMN: the thirteen standard boxes hold exactly what is given.
+Status applyMaps(FieldMap& map, const QStringList& pairs)
+{
+    FieldMapMemory::ClearMap(map);
+    QString field;
+    QString column;
+    for (const QString& pair : pairs) {
+        if (!splitPair(pair, field, column)) {
+            return Status::failure(2, u"--map wants FIELD=COLUMN, not \"%1\""_s.arg(pair));
+        }
+        const int index = mapIndexOfTokenName(field);
+        if (index < 0) {
+            return Status::failure(2, u"--map: no merge field is called \"%1\" (FirstName, LastName, Job-Title, "
+                                      u"CompanyName, Business-Street, …, WebPage, Email1Address)"_s.arg(field));
+        }
+        const qsizetype position = map.columns.indexOf(column);
+        if (position < 0) {
+            return Status::failure(2, u"--map: the contact list has no column \"%1\""_s.arg(column));
+        }
+        map.choose(index, static_cast<int>(position));
+    }
+    return {};
+}
+
+// --custom NAME=COLUMN: the three custom boxes and their names hold exactly what is given.
+Status applyCustoms(FieldMap& map, const QStringList& pairs)
+{
+    if (pairs.size() > MergeFieldTable::CustomCount) {
+        return Status::failure(2, u"at most three --custom fields"_s);
+    }
+    QString name;
+    QString column;
+    for (int k = 0; k < MergeFieldTable::CustomCount; ++k) {
+        const int field = MergeFieldTable::FirstCustomCell + k;
+        map.clearField(field);
+        map.customNames[static_cast<size_t>(k)].clear();
+        if (k >= pairs.size()) {
+            continue;
+        }
+        if (!splitPair(pairs.at(k), name, column)) {
+            return Status::failure(2, u"--custom wants NAME=COLUMN, not \"%1\""_s.arg(pairs.at(k)));
+        }
+        const qsizetype position = map.columns.indexOf(column);
+        if (position < 0) {
+            return Status::failure(2, u"--custom: the contact list has no column \"%1\""_s.arg(column));
+        }
+        map.customNames[static_cast<size_t>(k)] = name;
+        map.choose(field, static_cast<int>(position));
+    }
+    return {};
+}
+
+// The stored blank-field texts, with --blank FIELD=TEXT on top.
+Result<BlankReplacers> blankReplacers(const QStringList& pairs)
+{
+    BlankReplacers blanks = BlankReplacers::load();
+    QString field;
+    QString text;
+    for (const QString& pair : pairs) {
+        if (!splitPair(pair, field, text) || !BlankFields.contains(field)) {
+            return Result<BlankReplacers>::failure(
+                2, u"--blank wants FirstName, LastName, Job-Title or CompanyName=TEXT, not \"%1\""_s.arg(pair));
+        }
+        blanks.texts[static_cast<size_t>(BlankFields.indexOf(field))] = text;
+    }
+    return blanks;
+}
+
+} // namespace
+
+void ContactSourceOptions::addTo(QCommandLineParser& parser)
+{
+    parser.addOption({u"contacts"_s, u"The contact list."_s, u"FILE"_s});
+    parser.addOption({u"kind"_s,
+                      u"tab, comma, excel, access or addressbook (default: comma for a .csv file, tab for any "
+                      u"other text file). Only tab and comma can be read by this build."_s,
+                      u"KIND"_s});
+    parser.addOption({u"sheet"_s, u"The sheet of a workbook (kind excel)."_s, u"NAME"_s});
+    parser.addOption({u"table"_s, u"The table of a database (kind access)."_s, u"NAME"_s});
+    parser.addOption({u"password"_s, u"The password of a database (kind access)."_s, u"TEXT"_s});
+    parser.addOption({u"skip-first-row"_s, u"The first row names the columns and is no contact."_s});
+    parser.addOption({u"map"_s,
+                      u"Reads the merge field (a token's name without brackets: FirstName, Job-Title, "
+                      u"Email1Address, …) from the column. Given once or more, it replaces the remembered "
+                      u"map or the guess for the thirteen standard fields."_s,
+                      u"FIELD=COLUMN"_s});
+    parser.addOption({u"custom"_s,
+                      u"A custom field, called [[NAME]] in templates, read from the column; up to three."_s,
+                      u"NAME=COLUMN"_s});
+    parser.addOption({u"blank"_s,
+                      u"The text of an empty FirstName, LastName, Job-Title or CompanyName in a mail "
+                      u"(default: the stored blank-field texts)."_s,
+                      u"FIELD=TEXT"_s});
+}
+
+Result<ContactSourceOptions> ContactSourceOptions::from(const QCommandLineParser& parser)
+{
+    using Failure = Result<ContactSourceOptions>;
+    ContactSourceOptions options;
+    const QString given = parser.value(u"contacts"_s);
+    if (given.isEmpty()) {
+        return Failure::failure(2, u"--contacts FILE is required"_s);
+    }
+    options.path = QFileInfo(given).absoluteFilePath();
+    options.kind = parser.isSet(u"kind"_s) ? parser.value(u"kind"_s) : kindOfFileName(given);
+    if (!Kinds.contains(options.kind)) {
+        return Failure::failure(
+            2, u"unknown --kind \"%1\" (tab, comma, excel, access or addressbook)"_s.arg(options.kind));
+    }
+    if (parser.isSet(u"sheet"_s) && options.kind != u"excel"_s) {
+        return Failure::failure(2, u"--sheet belongs to --kind excel"_s);
+    }
+    for (const QString& option : {u"table"_s, u"password"_s}) {
+        if (parser.isSet(option) && options.kind != u"access"_s) {
+            return Failure::failure(2, u"--%1 belongs to --kind access"_s.arg(option));
+        }
+    }
+    options.sheet = parser.value(u"sheet"_s);
+    options.table = parser.value(u"table"_s);
+    options.password = parser.value(u"password"_s);
+    options.skipFirstRow = parser.isSet(u"skip-first-row"_s);
+    options.maps = parser.values(u"map"_s);
+    options.customs = parser.values(u"custom"_s);
+    options.blanks = parser.values(u"blank"_s);
+    return options;
+}
+
+int ContactSourceOptions::sourceIndex() const
+{
+    if (kind == u"addressbook"_s) {
+        return static_cast<int>(SourceKind::AddressBook);
+    }
+    if (kind == u"excel"_s) {
+        return static_cast<int>(SourceKind::Excel);
+    }
+    if (kind == u"access"_s) {
+        return static_cast<int>(SourceKind::Access);
+    }
+    return static_cast<int>(kind == u"tab"_s ? SourceKind::TabText : SourceKind::CommaText);
+}
+
+int mapIndexOfTokenName(const QString& name)
+{
+    const QString token = u"[["_s + name + u"]]"_s;
+    for (const MergeField& field : MergeFieldTable::standardFields()) {
+        if (token == QString::fromUtf16(field.token)) {
+            return field.mapIndex;
+        }
+    }
+    return -1;
+}
+
+Result<LoadedContacts> loadContacts(const ContactSourceOptions& options, ContactTable& table)
+{
+    if (options.kind != u"tab"_s && options.kind != u"comma"_s) {
+        return Loaded::failure(2, u"the contact kind \"%1\" is not available in this build; only tab and comma "
+                                  u"text files can be read"_s.arg(options.kind));
+    }
+    if (!FileExists(options.path)) {
+        return Loaded::failure(2, u"File Doesn't Exists: %1"_s.arg(options.path));
+    }
+    const auto lines = DelimitedText::readLines(options.path);
+    if (!lines) {
+        return Loaded::failure(2, u"cannot read the contact list %1"_s.arg(options.path));
+    }
+    const TextKind kind = options.kind == u"tab"_s ? TextKind::Tab : TextKind::Comma;
+    LoadedContacts loaded;
+    loaded.map.setColumns(lines->isEmpty() ? QStringList() : DelimitedText::headerColumns(lines->first(), kind));
+    if (loaded.map.columns.isEmpty()) {
+        return Loaded::failure(2, u"the first line of %1 names no columns"_s.arg(options.path));
+    }
+    const MapSection where = kind == TextKind::Tab ? MapSection{u"TabValues"_s, u"TxtTabFile"_s}
+                                                   : MapSection{u"CommaValues"_s, u"TxtComaFile"_s};
+    FieldMapMemory::PrepareMapPage(loaded.map, where, options.path, {});
+    if (!options.maps.isEmpty()) {
+        if (const Status mapped = applyMaps(loaded.map, options.maps); !mapped.ok()) {
+            return mapped.error();
+        }
+    }
+    if (!options.customs.isEmpty()) {
+        if (const Status mapped = applyCustoms(loaded.map, options.customs); !mapped.ok()) {
+            return mapped.error();
+        }
+    }
+    if (FieldMapMemory::MapIsEmpty(loaded.map)) {
+        return Loaded::failure(2, u"Please Map any Field: no column of %1 is taken for a merge field; give --map "
+                                  u"FIELD=COLUMN"_s.arg(options.path));
+    }
+    Result<BlankReplacers> blanks = blankReplacers(options.blanks);
+    if (!blanks.ok()) {
+        return blanks.error();
+    }
+    loaded.blanks = blanks.value();
+
+    table.clear();
+    for (int k = 0; k < MergeFieldTable::CustomCount; ++k) {
+        table.setCustomHeading(MergeFieldTable::FirstCustomCell + k,
+                               TextUtil::trimSpaces(loaded.map.customNames[static_cast<size_t>(k)]));
+    }
+    table.appendRows(DelimitedText::importRows(*lines, kind, options.skipFirstRow, loaded.map.listIndex));
+    if (table.count() == 0) {
+        return Loaded::failure(2, u"the contact list %1 holds no contacts"_s.arg(options.path));
+    }
+    SettingsStore::instance().setValue(kind == TextKind::Tab ? Keys::TabFile : Keys::CommaFile, options.path);
+    FieldMapMemory::SaveMap(loaded.map, where.section);
+    return loaded;
+}

@@ -1,0 +1,50 @@
+#pragma once
+
+#include "contacts/BlankReplacers.h"
+#include "contacts/ContactTable.h"
+#include "contacts/FieldMap.h"
+#include "core/Result.h"
+
+#include <QString>
+#include <QStringList>
+
+class QCommandLineParser;
+
+// The contact source of a headless merge, given on the command line, and its reading through
+// the same importer, field map and memory as the merge wizard: the remembered map of the source
+// when the file is the remembered one, else the dictionary guess. --map replaces the thirteen
+// standard fields of that map and --custom its three custom fields.
+struct ContactSourceOptions
+{
+    QString path; // absolute, as the wizard's file dialog gives it
+    QString kind; // tab | comma | excel | access | addressbook
+    QString sheet;
+    QString table;
+    QString password;
+    bool skipFirstRow = false;
+    QStringList maps;    // FIELD=COLUMN
+    QStringList customs; // NAME=COLUMN
+    QStringList blanks;  // FIELD=TEXT
+
+    static void addTo(QCommandLineParser& parser);
+    static Result<ContactSourceOptions> from(const QCommandLineParser& parser);
+
+    // The wizard's source index of the kind (4 tab text, 5 comma text, …).
+    int sourceIndex() const;
+};
+
+// What a merge needs beside the contact table: the map that read it and the blank-field texts.
+struct LoadedContacts
+{
+    FieldMap map;
+    BlankReplacers blanks;
+};
+
+// Fills the table from the source and, as the wizard's import does, remembers the map of a
+// source that gave rows. An error value (code 2) for a kind this build cannot read, an
+// unreadable or empty source, or a bad mapping.
+Result<LoadedContacts> loadContacts(const ContactSourceOptions& options, ContactTable& table);
+
+// The map index of a field given by its token name without brackets ("FirstName", "Job-Title",
+// "Email1Address", …), or -1.
+int mapIndexOfTokenName(const QString& name);

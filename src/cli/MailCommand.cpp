@@ -1,0 +1,312 @@
+#include "MailCommand.h"
+
+#include "CliOutput.h"
+#include "CommandParser.h"
+#include "ConsoleRunView.h"
+#include "ContactSourceOptions.h"
+#include "Interruption.h"
+#include "contacts/ContactTable.h"
+#include "core/CommonRoutines.h"
+#include "core/MessageBoxes.h"
+#include "core/TextDecoding.h"
+#include "core/TextUtil.h"
+#include "delivery/EmlWriter.h"
+#include "delivery/InlineImages.h"
+#include "delivery/MergedAttachment.h"
+#include "delivery/SmtpConversation.h"
+#include "delivery/SmtpSendRun.h"
+#include "wizard/DocumentMerge.h"
+#include "wizard/TokenEngine.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QSslCertificate>
+
+#include <memory>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+const QString Usage =
+    u"quillbay-cli mail --contacts FILE [--kind tab|comma|excel|access|addressbook] [--sheet NAME] "
+    u"[--table NAME] [--password TEXT] [--skip-first-row] [--map FIELD=COLUMN]... [--custom NAME=COLUMN]... "
+    u"[--blank FIELD=TEXT]... --subject TEXT --body FILE.html [--attach TEMPLATE] "
+    u"(--eml-dir DIR | --smtp HOST[:PORT]) [--tls auto|starttls|ssl|off] [--user NAME] [--password-env VAR] "
+    u"[--from ADDR] [--from-name NAME] [--reply-to ADDR]"_s;
+
+void addMailOptions(CommandParser& parser)
+{
+    ContactSourceOptions::addTo(parser);
+    parser.addOption(
+        {u"subject"_s, u"The subject; its tokens are merged when it holds \"[[\", else it is trimmed."_s, u"TEXT"_s});
+    parser.addOption({u"body"_s,
+                      u"The HTML of the mail body, taken as it stands, as if the composer held it: its tokens "
+                      u"are merged and its images (src=\"…\") go inside the message."_s,
+                      u"FILE.html"_s});
+    parser.addOption({u"attach"_s, u"A Word template, attached to each mail with its tokens merged."_s, u"TEMPLATE"_s});
+    parser.addOption({u"eml-dir"_s,
+                      u"Writes each message as DIR/00001.eml, … (the bytes that would follow DATA); nothing "
+                      u"is sent."_s,
+                      u"DIR"_s});
+    parser.addOption({u"smtp"_s, u"Sends through this server (port 25, or 465 with --tls ssl)."_s, u"HOST[:PORT]"_s});
+    parser.addOption({u"tls"_s,
+                      u"auto: STARTTLS when offered, TLS from the start on port 465; starttls: STARTTLS "
+                      u"required; ssl: TLS from the start; off: no encryption (default: the stored setting)."_s,
+                      u"MODE"_s});
+    parser.addOption({u"user"_s, u"Logs in with AUTH LOGIN as this user."_s, u"NAME"_s});
+    parser.addOption({u"password-env"_s, u"The login password is the value of this environment variable."_s, u"VAR"_s});
+    parser.addOption({u"from"_s, u"The sender address (default: the stored one)."_s, u"ADDR"_s});
+    parser.addOption({u"from-name"_s, u"The sender's display name (default: the stored one)."_s, u"NAME"_s});
+    parser.addOption({u"reply-to"_s, u"The reply address (default: the stored one)."_s, u"ADDR"_s});
+}
+
+// The stored SMTP settings with the command's options on top.
+Result<SmtpAccount> accountFrom(const CommandParser& parser)
+{
+    using Failure = Result<SmtpAccount>;
+    SmtpAccount account = SmtpAccount::load();
+    if (parser.isSet(u"tls"_s)) {
+        const QString mode = parser.value(u"tls"_s);
+        if (mode == u"auto"_s) {
+            account.noEncryption = false;
+        } else if (mode == u"starttls"_s) {
+            account.noEncryption = false;
+            account.tls = SmtpAccount::Tls::StartTls;
+        } else if (mode == u"ssl"_s) {
+            account.noEncryption = false;
+            account.tls = SmtpAccount::Tls::Implicit;
+        } else if (mode == u"off"_s) {
+            account.noEncryption = true;
+        } else {
+            return Failure::failure(2, u"--tls wants auto, starttls, ssl or off, not \"%1\""_s.arg(mode));
+        }
+    }
+    if (parser.isSet(u"smtp"_s)) {
+        const QString server = parser.value(u"smtp"_s);
+        const qsizetype colon = server.lastIndexOf(u':');
+        account.server = colon < 0 ? server : server.left(colon);
+        account.port = account.tls == SmtpAccount::Tls::Implicit ? 465 : 25;
+        if (colon >= 0) {
+            bool ok = false;
+            account.port = server.mid(colon + 1).toInt(&ok);
+            if (!ok || account.port < 1 || account.port > 65535) {
+                return Failure::failure(2, u"--smtp wants HOST or HOST:PORT, not \"%1\""_s.arg(server));
+            }
+        }
+        if (account.server.isEmpty()) {
+            return Failure::failure(2, u"--smtp wants HOST or HOST:PORT, not \"%1\""_s.arg(server));
+        }
+    }
+    if (parser.isSet(u"user"_s)) {
+        account.chkAth = 1;
+        account.user = parser.value(u"user"_s);
+    }
+    if (parser.isSet(u"password-env"_s)) {
+        const QString variable = parser.value(u"password-env"_s);
+        if (!qEnvironmentVariableIsSet(variable.toLocal8Bit().constData())) {
+            return Failure::failure(2, u"--password-env: the environment variable %1 is not set"_s.arg(variable));
+        }
+        account.chkAth = 1;
+        account.pwd = qEnvironmentVariable(variable.toLocal8Bit().constData());
+    }
+    for (const auto& [option, field] :
+         {std::pair{u"from"_s, &SmtpAccount::fromEmail}, std::pair{u"from-name"_s, &SmtpAccount::fromName},
+          std::pair{u"reply-to"_s, &SmtpAccount::replyEmail}}) {
+        if (parser.isSet(option)) {
+            account.*field = parser.value(option);
+        }
+    }
+    return account;
+}
+
+// Everything a mail run takes from the command line, checked before any contact is read.
+struct MailOptions
+{
+    ContactSourceOptions source;
+    QString subject;
+    QString html;
+    QString attachTemplate;
+    QString emlFolder;
+    SmtpAccount account;
+};
+
+Result<MailOptions> mailOptionsFrom(const CommandParser& parser)
+{
+    using Failure = Result<MailOptions>;
+    MailOptions options;
+    Result<ContactSourceOptions> source = ContactSourceOptions::from(parser);
+    if (!source.ok()) {
+        return source.error();
+    }
+    options.source = source.value();
+    if (!parser.isSet(u"subject"_s)) {
+        return Failure::failure(2, u"--subject TEXT is required"_s);
+    }
+    options.subject = parser.value(u"subject"_s);
+    if (options.subject.isEmpty()) {
+        return Failure::failure(2, u"Please Specify a Subject"_s);
+    }
+    const QString bodyPath = parser.value(u"body"_s);
+    if (bodyPath.isEmpty()) {
+        return Failure::failure(2, u"--body FILE.html is required"_s);
+    }
+    QFile body(bodyPath);
+    if (!body.open(QIODevice::ReadOnly)) {
+        return Failure::failure(2, u"cannot read the body %1: %2"_s.arg(bodyPath, body.errorString()));
+    }
+    options.html = TextDecoding::decode(body.readAll());
+    // The images go inside every message: one that cannot be read would end the run.
+    const Result<QList<QByteArray>> images =
+        InlineImages::LoadInlineImages(InlineImages::Embed(options.html).InlineImageList);
+    if (!images.ok()) {
+        return Failure::failure(2, u"the body names an image that cannot be read: %1"_s.arg(images.error().message));
+    }
+    if (parser.isSet(u"attach"_s)) {
+        options.attachTemplate = TextUtil::trimSpaces(parser.value(u"attach"_s));
+        if (options.attachTemplate.isEmpty() || !FileExists(options.attachTemplate)) {
+            return Failure::failure(2, u"Select a Valid Template File: --attach \"%1\""_s.arg(options.attachTemplate));
+        }
+    }
+    if (parser.isSet(u"eml-dir"_s) == parser.isSet(u"smtp"_s)) {
+        return Failure::failure(2, u"give either --eml-dir DIR or --smtp HOST[:PORT]"_s);
+    }
+    Result<SmtpAccount> account = accountFrom(parser);
+    if (!account.ok()) {
+        return account.error();
+    }
+    options.account = account.value();
+    if (parser.isSet(u"eml-dir"_s)) {
+        options.emlFolder = parser.value(u"eml-dir"_s);
+        if (options.emlFolder.isEmpty() || !QDir().mkpath(options.emlFolder)) {
+            return Failure::failure(2, u"--eml-dir: cannot make the folder \"%1\""_s.arg(options.emlFolder));
+        }
+    } else if (options.account.fromEmail.isEmpty()) {
+        return Failure::failure(2, u"no sender address: give --from ADDR or store one in the SMTP settings"_s);
+    }
+    return options;
+}
+
+// Certificate authorities beyond the system's, named as OpenSSL programs take them: a PEM file
+// in SSL_CERT_FILE (a relay with a certificate of the company's own authority).
+void trustCertificateFile()
+{
+    const QString file = qEnvironmentVariable("SSL_CERT_FILE");
+    if (!file.isEmpty()) {
+        SmtpConversation::addTrustedCertificates(QSslCertificate::fromPath(file));
+    }
+}
+
+// The outcome lines of the contacts and their count by kind.
+class OutcomeReport
+{
+public:
+    void contact(int row, const QString& address, const QString& outcome)
+    {
+        CliOutput::out(u"%1\t%2\t%3\n"_s.arg(row).arg(address, outcome));
+        if (outcome == u"sent"_s) {
+            ++m_sent;
+        } else if (outcome.startsWith(u"skipped"_s)) {
+            ++m_skipped;
+        } else {
+            ++m_failed;
+        }
+    }
+
+    QString summary(const QString& closingText) const
+    {
+        return u"%1 (%2 sent, %3 skipped, %4 failed)\n"_s.arg(closingText).arg(m_sent).arg(m_skipped).arg(m_failed);
+    }
+
+private:
+    int m_sent = 0;
+    int m_skipped = 0;
+    int m_failed = 0;
+};
+
+} // namespace
+
+int runMailCommand(const QStringList& arguments)
+{
+    CommandParser parser(Usage, u"Sends one personalised mail to each contact of a list, through the program's "
+                                u"own SMTP client, or writes the messages to a folder."_s);
+    addMailOptions(parser);
+    if (const std::optional<int> ended = parser.parseArguments(arguments)) {
+        return *ended;
+    }
+    Result<MailOptions> parsed = mailOptionsFrom(parser);
+    if (!parsed.ok()) {
+        return CliOutput::badArguments(parsed.error().message);
+    }
+    const MailOptions& options = parsed.value();
+    ContactTable table;
+    const Result<LoadedContacts> loaded = loadContacts(options.source, table);
+    if (!loaded.ok()) {
+        return CliOutput::badArguments(loaded.error().message);
+    }
+
+    // The wizard's steps from the contact page to the send page: the catalogue, the attachment's
+    // tokens, the body's tokens.
+    TokenEngine tokens(table);
+    tokens.setSourceIndex(options.source.sourceIndex());
+    tokens.setBlankReplacers(loaded->blanks);
+    tokens.BuildTokenCatalog();
+    std::unique_ptr<MergedAttachment> attachment;
+    if (!options.attachTemplate.isEmpty()) {
+        DocumentMerge::ScanDocTokens(tokens, options.attachTemplate);
+        attachment = std::make_unique<MergedAttachment>(tokens, options.attachTemplate);
+    }
+    tokens.ScanMailTokens(options.html);
+
+    OutcomeReport report;
+    SendRunInput input;
+    for (int position = 1; position <= table.count(); ++position) {
+        if (table.at(position).checked) {
+            input.addresses << table.cell(position, 0);
+            input.rows << position;
+        }
+    }
+    input.subjectBox = options.subject;
+    input.html = options.html;
+    input.tokens = &tokens;
+    input.attachment = attachment.get();
+    input.report = [&report](int row, const QString& address, const QString& outcome) {
+        report.contact(row, address, outcome);
+    };
+
+    // A message box of the run (a socket error) becomes the one-line error of the command.
+    QString boxText;
+    MessageBoxes::setPresenter([&boxText](const Message& message) {
+        boxText = message.text;
+        return MessageAnswer::Ok;
+    });
+    ConsoleRunView view;
+    std::unique_ptr<MailTransport> transport;
+    if (!options.emlFolder.isEmpty()) {
+        transport = std::make_unique<EmlWriter>(options.emlFolder);
+    } else {
+        trustCertificateFile();
+        transport = std::make_unique<SmtpConversation>(options.account, SmtpConversation::Labels{});
+    }
+    SmtpSendRun run(view, options.account, transport.get());
+    const Interruption interruption([&run] { run.CmdCancelSend_Click(); });
+    run.RunSmtpSend(input);
+    MessageBoxes::resetPresenter();
+
+    const QString closingText = view.process();
+    CliOutput::out(report.summary(closingText));
+    if (!closingText.startsWith(u"Process Cancelled!"_s)) {
+        return 0;
+    }
+    QString reason = u"the run was cut off"_s;
+    if (interruption.interrupted()) {
+        reason = u"the run was cut off by a signal"_s;
+    } else if (!boxText.isEmpty()) {
+        reason = boxText;
+    } else if (!transport->failure().isEmpty()) {
+        reason = transport->failure();
+    }
+    CliOutput::err(u"quillbay-cli: "_s + reason + u'\n');
+    return 1;
+}
