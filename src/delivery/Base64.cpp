@@ -25,9 +25,12 @@ QByteArray EncodeBase64Text(const QString& text, int lineWidth)
     }
     QByteArray result = text.toUtf8().toBase64();
     if (lineWidth >= 1) {
-        qsizetype position = lineWidth; // 0-based place of the break before character lineWidth + 1
+        // A break goes in before the 1-based position lineWidth + 1, then every lineWidth + 2
+        // positions, while that position is less than the current length: a last line of
+        // exactly lineWidth + 1 characters therefore stays whole ("Zm9vYmFy" at width 7).
+        qsizetype position = lineWidth + 1;
         while (position < result.size()) {
-            result.insert(position, "\r\n");
+            result.insert(position - 1, "\r\n");
             position += lineWidth + 2;
         }
     }

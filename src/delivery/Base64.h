@@ -9,7 +9,8 @@
 namespace Base64 {
 
 // A short text for the login exchange. The text goes in as UTF-8. With lineWidth 1 or more
-// a CR LF is put in after every lineWidth characters; with 0 the result is one line.
+// a CR LF is put in after every lineWidth characters, except before a last single character;
+// with 0 the result is one line.
 QByteArray EncodeBase64Text(const QString& text, int lineWidth);
 
 // A whole file in lines for an inline image or an attachment. The result begins with a CR LF

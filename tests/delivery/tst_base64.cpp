@@ -57,6 +57,11 @@ private slots:
         QCOMPARE(Base64::EncodeBase64Text(u"foobar"_s, 4), QByteArray("Zm9v\r\nYmFy"));
         QCOMPARE(Base64::EncodeBase64Text(u"foobarfoobar"_s, 4), QByteArray("Zm9v\r\nYmFy\r\nZm9v\r\nYmFy"));
         QCOMPARE(Base64::EncodeBase64Text(u"foo"_s, 8), QByteArray("Zm9v"));
+        QCOMPARE(Base64::EncodeBase64Text(u"foobar"_s, 3), QByteArray("Zm9\r\nvYm\r\nFy"));
+        // A break is put in only while its position is short of the text's length, so a last
+        // line of one character more than the width stays whole.
+        QCOMPARE(Base64::EncodeBase64Text(u"foobar"_s, 7), QByteArray("Zm9vYmFy"));
+        QCOMPARE(Base64::EncodeBase64Text(u"foobar"_s, 6), QByteArray("Zm9vYm\r\nFy"));
     }
 
     void file_linesAre68Characters_withLeadingAndClosingLineEnds_data()
