@@ -19,6 +19,7 @@
 #include <QToolButton>
 
 #include <cstdio>
+#include <ctime>
 
 using namespace Qt::StringLiterals;
 
@@ -50,10 +51,30 @@ QString writeList(const QTemporaryDir& dir)
     return path;
 }
 
-void report(const char* what, qint64 milliseconds, int rows)
+// Wall time and this process's processor time since start(): on a shared machine the second
+// says what the import itself costs.
+class Stopwatch
 {
-    std::printf("%-34s %8d rows in %6lld ms  = %9.0f rows/s\n", what, rows, static_cast<long long>(milliseconds),
-                rows * 1000.0 / static_cast<double>(qMax<qint64>(milliseconds, 1)));
+public:
+    void start()
+    {
+        m_wall.start();
+        m_cpu = std::clock();
+    }
+    qint64 wallMs() const { return m_wall.elapsed(); }
+    qint64 cpuMs() const { return static_cast<qint64>((std::clock() - m_cpu) * 1000 / CLOCKS_PER_SEC); }
+
+private:
+    QElapsedTimer m_wall;
+    std::clock_t m_cpu = 0;
+};
+
+void report(const char* what, const Stopwatch& watch, int rows)
+{
+    const qint64 wall = watch.wallMs();
+    const qint64 cpu = watch.cpuMs();
+    std::printf("%-34s %8d rows in %6lld ms (cpu %6lld ms) = %9.0f rows/s\n", what, rows, static_cast<long long>(wall),
+                static_cast<long long>(cpu), rows * 1000.0 / static_cast<double>(qMax<qint64>(wall, 1)));
 }
 
 } // namespace
@@ -69,19 +90,19 @@ int main(int argc, char* argv[])
     std::printf("contact list: %s (%lld bytes)\n", qPrintable(path), static_cast<long long>(QFileInfo(path).size()));
 
     // The importer alone: read, split, map, fill the table.
-    QElapsedTimer timer;
+    Stopwatch timer;
     timer.start();
-    const auto lines = DelimitedText::readLines(path);
+    const auto text = DelimitedText::readText(path);
     FieldMap map;
-    map.setColumns(DelimitedText::headerColumns(lines->first(), TextKind::Comma));
+    map.setColumns(DelimitedText::headerColumns(DelimitedText::LineReader(*text).readLine(), TextKind::Comma));
     FieldMapMemory::DefaultMap(map);
     for (int k = 0; k < 3; ++k) {
         map.choose(13 + k, 13 + k);
     }
-    std::vector<Contact> rows = DelimitedText::importRows(*lines, TextKind::Comma, true, map.listIndex);
+    std::vector<Contact> rows = DelimitedText::importRows(*text, TextKind::Comma, true, map.listIndex);
     ContactTable table;
     table.appendRows(std::move(rows));
-    report("importer into the contact table", timer.elapsed(), table.count());
+    report("importer into the contact table", timer, table.count());
 
     // The wizard window: Next on the map page imports and shows the contact page.
     FrmMailMerge* wizard = FrmMailMerge::instance();
@@ -91,10 +112,9 @@ int main(int argc, char* argv[])
     wizard->sourcePage()->CmdBrowseWab->click();
     wizard->CmdNext_Click();
     wizard->fieldMapPage()->ChkSkip->setChecked(true);
-    timer.restart();
+    timer.start();
     wizard->CmdNext_Click();
-    const qint64 windowTime = timer.elapsed();
-    report("wizard window, Next to contacts", windowTime, wizard->contactTable().count());
+    report("wizard window, Next to contacts", timer, wizard->contactTable().count());
     const bool ok = wizard->currentPage() == FrmMailMerge::Contacts && wizard->contactTable().count() == Rows;
     std::printf("%s\n", ok ? "all rows imported" : "IMPORT INCOMPLETE");
     wizard->close();

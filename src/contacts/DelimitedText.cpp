@@ -13,54 +13,116 @@ namespace DelimitedText {
 namespace {
 
 constexpr QChar Quote{u'"'};
+constexpr QChar Tab{u'\t'};
 
-QStringList splitTabs(const QString& line)
+// Split at every tab, quotes left alone; an empty line has no fields at all.
+QStringList splitTabs(QStringView line)
 {
+    QStringList fields;
     if (line.isEmpty()) {
-        return {};
+        return fields;
     }
-    return line.split(u'\t');
+    qsizetype start = 0;
+    for (qsizetype tab = line.indexOf(Tab); tab >= 0; tab = line.indexOf(Tab, start)) {
+        fields << line.sliced(start, tab - start).toString();
+        start = tab + 1;
+    }
+    fields << line.sliced(start).toString();
+    return fields;
 }
+
+// Turns the placeholder back into `quotes` (two quotes in every field but the last, one there).
+QString restoreQuotes(QStringView field, const QString& quotes)
+{
+    QString text = field.toString();
+    if (text.contains(Placeholder)) {
+        text.replace(Placeholder, quotes);
+    }
+    return text;
+}
+
+// Collects the rows of the lines handed to it, one line at a time.
+class RowCollector
+{
+public:
+    RowCollector(TextKind kind, const std::array<int, 16>& columnOfMapIndex,
+                 const std::function<void(qsizetype lineNumber)>& afterLine, qsizetype expectedLines)
+        : m_kind(kind)
+        , m_columns(columnOfMapIndex)
+        , m_afterLine(afterLine)
+    {
+        m_rows.reserve(static_cast<size_t>(expectedLines));
+    }
+
+    void take(QStringView line, qsizetype lineNumber)
+    {
+        if (auto row = AddTextRow(line, m_kind, m_columns)) {
+            m_rows.push_back(std::move(*row));
+        }
+        if (m_afterLine) {
+            m_afterLine(lineNumber);
+        }
+    }
+
+    std::vector<Contact> rows() { return std::move(m_rows); }
+
+private:
+    TextKind m_kind;
+    const std::array<int, 16>& m_columns;
+    const std::function<void(qsizetype lineNumber)>& m_afterLine;
+    std::vector<Contact> m_rows;
+};
 
 } // namespace
 
-SplitFields PSplit(const QString& line)
+SplitFields PSplit(QStringView line)
 {
-    QString s = line;
-    s.replace(u"\"\""_s, QString(Placeholder));
-    if (s.isEmpty()) {
+    if (line.isEmpty()) {
         return {SplitFields::State::Unset, {}};
     }
-    const QString doubled = u"\"\""_s;
+    // Every doubled quote becomes the placeholder first; that is all the handling they get.
+    QString replaced;
+    QStringView s = line;
+    if (line.contains(u"\"\""_s)) {
+        replaced = line.toString();
+        replaced.replace(u"\"\""_s, QString(Placeholder));
+        s = replaced;
+    }
+    const QString twoQuotes = u"\"\""_s;
+    // The part of the line still to split starts at `rest`: each field is taken off its front.
     SplitFields result;
+    result.fields.reserve(16);
+    qsizetype rest = 0;
+    QStringView last;
     while (true) {
-        const qsizetype comma = s.indexOf(u',');
+        const qsizetype comma = s.indexOf(u',', rest);
         if (comma < 0) {
+            last = s.sliced(rest);
             break;
         }
-        const qsizetype quote = s.indexOf(Quote);
-        QString field;
-        if (quote < 0 || quote > comma) {
-            field = s.left(comma);
-            s = s.mid(comma + 1);
-        } else {
-            const qsizetype closing = s.indexOf(Quote, quote + 1);
-            if (closing < 0) {
-                // An unterminated quote: the line cannot be split and adds no row.
-                return {SplitFields::State::Failed, {}};
-            }
-            if (closing == s.size() - 1) {
-                // The closing quote ends the line: it and the first character go.
-                s = s.mid(1, s.size() - 2);
-                break;
-            }
-            field = s.left(closing + 1);
-            s = s.mid(closing + 2);
-            field = field.mid(1, field.size() - 2);
+        if (!s.sliced(rest, comma - rest).contains(Quote)) {
+            // No quote before the comma (none at all, or one behind it).
+            result.fields << restoreQuotes(s.sliced(rest, comma - rest), twoQuotes);
+            rest = comma + 1;
+            continue;
         }
-        result.fields << field.replace(Placeholder, doubled);
+        const qsizetype opening = s.indexOf(Quote, rest);
+        const qsizetype closing = s.indexOf(Quote, opening + 1);
+        if (closing < 0) {
+            // An unterminated quote: the line cannot be split and adds no row.
+            return {SplitFields::State::Failed, {}};
+        }
+        if (closing == s.size() - 1) {
+            // The closing quote ends the line: the rest loses its first and last character.
+            last = s.sliced(rest + 1, closing - rest - 1);
+            break;
+        }
+        // Up to the closing quote, less the rest's first character (taken for the opening quote,
+        // whatever it is) and the quote; the character behind the quote goes as if it were the comma.
+        result.fields << restoreQuotes(s.sliced(rest + 1, closing - rest - 1), twoQuotes);
+        rest = closing + 2;
     }
-    result.fields << s.replace(Placeholder, Quote);
+    result.fields << restoreQuotes(last, QString(Quote));
     return result;
 }
 
@@ -76,22 +138,27 @@ QString StripQuotes(const QString& field)
     return text;
 }
 
-QStringList splitLines(const QString& text)
+QStringView LineReader::readLine()
+{
+    const qsizetype start = m_position;
+    const qsizetype end = m_text.indexOf(u'\r', start);
+    if (end < 0) {
+        m_position = m_text.size();
+        return m_text.sliced(start);
+    }
+    m_position = end + 1;
+    if (m_position < m_text.size() && m_text.at(m_position) == u'\n') {
+        ++m_position;
+    }
+    return m_text.sliced(start, end - start);
+}
+
+QStringList splitLines(QStringView text)
 {
     QStringList lines;
-    qsizetype start = 0;
-    const qsizetype length = text.size();
-    for (qsizetype i = 0; i < length; ++i) {
-        if (text.at(i) == u'\r') {
-            lines << text.mid(start, i - start);
-            if (i + 1 < length && text.at(i + 1) == u'\n') {
-                ++i;
-            }
-            start = i + 1;
-        }
-    }
-    if (start < length) {
-        lines << text.mid(start);
+    LineReader reader(text);
+    while (!reader.atEnd()) {
+        lines << reader.readLine().toString();
     }
     return lines;
 }
@@ -102,17 +169,17 @@ int CountFileLines(const QByteArray& bytes)
     return pairs == 0 ? 1 : pairs;
 }
 
-QStringList headerColumns(const QString& firstLine, TextKind kind)
+QStringList headerColumns(QStringView firstLine, TextKind kind)
 {
     if (kind == TextKind::Tab) {
         return splitTabs(firstLine);
     }
-    QString line = firstLine;
+    QString line = firstLine.toString();
     line.remove(Quote);
     return line.isEmpty() ? QStringList() : line.split(u',');
 }
 
-std::optional<Contact> AddTextRow(const QString& line, TextKind kind, const std::array<int, 16>& columnOfMapIndex)
+std::optional<Contact> AddTextRow(QStringView line, TextKind kind, const std::array<int, 16>& columnOfMapIndex)
 {
     const SplitFields split =
         kind == TextKind::Tab ? SplitFields{SplitFields::State::Fields, splitTabs(line)} : PSplit(line);
@@ -148,24 +215,35 @@ std::optional<Contact> AddTextRow(const QString& line, TextKind kind, const std:
     return row;
 }
 
+std::vector<Contact> importRows(QStringView text, TextKind kind, bool skipFirst,
+                                const std::array<int, 16>& columnOfMapIndex,
+                                const std::function<void(qsizetype lineNumber)>& afterLine)
+{
+    RowCollector collector(kind, columnOfMapIndex, afterLine, text.count(u'\r') + 1);
+    LineReader reader(text);
+    qsizetype lineNumber = 0;
+    if (skipFirst && !reader.atEnd()) {
+        reader.readLine();
+        ++lineNumber;
+    }
+    while (!reader.atEnd()) {
+        collector.take(reader.readLine(), ++lineNumber);
+    }
+    return collector.rows();
+}
+
 std::vector<Contact> importRows(const QStringList& lines, TextKind kind, bool skipFirst,
                                 const std::array<int, 16>& columnOfMapIndex,
                                 const std::function<void(qsizetype lineNumber)>& afterLine)
 {
-    std::vector<Contact> rows;
-    rows.reserve(static_cast<size_t>(lines.size()));
+    RowCollector collector(kind, columnOfMapIndex, afterLine, lines.size());
     for (qsizetype i = skipFirst ? 1 : 0; i < lines.size(); ++i) {
-        if (auto row = AddTextRow(lines.at(i), kind, columnOfMapIndex)) {
-            rows.push_back(std::move(*row));
-        }
-        if (afterLine) {
-            afterLine(i + 1);
-        }
+        collector.take(lines.at(i), i + 1);
     }
-    return rows;
+    return collector.rows();
 }
 
-std::optional<QStringList> readLines(const QString& path, QByteArray* rawBytes)
+std::optional<QString> readText(const QString& path, QByteArray* rawBytes)
 {
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly)) {
@@ -175,7 +253,16 @@ std::optional<QStringList> readLines(const QString& path, QByteArray* rawBytes)
     if (rawBytes != nullptr) {
         *rawBytes = bytes;
     }
-    return splitLines(TextDecoding::decode(bytes));
+    return TextDecoding::decode(bytes);
+}
+
+std::optional<QStringList> readLines(const QString& path)
+{
+    const auto text = readText(path);
+    if (!text) {
+        return std::nullopt;
+    }
+    return splitLines(*text);
 }
 
 } // namespace DelimitedText

@@ -43,13 +43,30 @@ inline constexpr QChar Placeholder{0x00B2};
 // first and last character whatever they are; one character after a closing quote is dropped;
 // only the last field turns a doubled quote back into one quote, earlier fields keep two; the
 // last field keeps quotes around it. An unterminated quote fails the line.
-SplitFields PSplit(const QString& line);
+SplitFields PSplit(QStringView line);
 
 // Trims blanks, then drops one double quote at the start and one at the end.
 QString StripQuotes(const QString& field);
 
-// The lines of a text file: a line ends at CR or at CR LF; a lone LF stays inside the line.
-QStringList splitLines(const QString& text);
+// Reads a text's lines one by one: a line ends at CR or at CR LF; a lone LF stays inside the
+// line. A text that ends with a line end has no empty line behind it.
+class LineReader
+{
+public:
+    explicit LineReader(QStringView text)
+        : m_text(text)
+    {
+    }
+    bool atEnd() const { return m_position >= m_text.size(); }
+    QStringView readLine();
+
+private:
+    QStringView m_text;
+    qsizetype m_position = 0;
+};
+
+// All lines of a text, as LineReader reads them.
+QStringList splitLines(QStringView text);
 
 // The number of CR LF pairs in the file's bytes, at least 1 (it only scales the progress bar).
 int CountFileLines(const QByteArray& bytes);
@@ -57,20 +74,26 @@ int CountFileLines(const QByteArray& bytes);
 // The column names of the first line: tab kind splits at every tab, quotes left alone; comma
 // kind deletes every double quote and splits at every comma (so a quoted header cell holding a
 // comma gives two columns, where a data row gives one field).
-QStringList headerColumns(const QString& firstLine, TextKind kind);
+QStringList headerColumns(QStringView firstLine, TextKind kind);
 
 // Builds the row of one line from the column each map index reads (-1 for none); nothing when
 // the line adds no row (the e-mail column is mapped but missing, or the line failed to split).
-std::optional<Contact> AddTextRow(const QString& line, TextKind kind, const std::array<int, 16>& columnOfMapIndex);
+std::optional<Contact> AddTextRow(QStringView line, TextKind kind, const std::array<int, 16>& columnOfMapIndex);
 
-// The rows of a whole file's lines (after its first when skipFirst), in file order; lines that
-// add no row are passed over. afterLine is told the 1-based number of each line read, so that
-// a caller can advance its progress and let the event loop run.
+// The rows of a whole file's text, or of its lines (after the first when skipFirst), in file
+// order; lines that add no row are passed over. afterLine is told the 1-based number of each
+// line read, so that a caller can advance its progress and let the event loop run.
+std::vector<Contact> importRows(QStringView text, TextKind kind, bool skipFirst,
+                                const std::array<int, 16>& columnOfMapIndex,
+                                const std::function<void(qsizetype lineNumber)>& afterLine = {});
 std::vector<Contact> importRows(const QStringList& lines, TextKind kind, bool skipFirst,
                                 const std::array<int, 16>& columnOfMapIndex,
                                 const std::function<void(qsizetype lineNumber)>& afterLine = {});
 
+// Reads a whole file in the program's text decoding (UTF-8 when valid, else Windows-1252).
+std::optional<QString> readText(const QString& path, QByteArray* rawBytes = nullptr);
+
 // Reads a whole file in the program's text decoding and returns its lines.
-std::optional<QStringList> readLines(const QString& path, QByteArray* rawBytes = nullptr);
+std::optional<QStringList> readLines(const QString& path);
 
 } // namespace DelimitedText

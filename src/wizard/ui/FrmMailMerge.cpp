@@ -555,9 +555,15 @@ void FrmMailMerge::OpenTextSource(TextKind kind)
         m_mapImported = false;
         setTag(m_fieldMapPage->CboField[0], kind == TextKind::Tab ? u"Tab"_s : u"Comma"_s);
         m_progress->BeginProgress(16);
-        const auto lines = DelimitedText::readLines(path);
+        const auto text = DelimitedText::readText(path);
+        if (!text) {
+            // A file that cannot be read ends the step without a message.
+            m_progress->finish();
+            return;
+        }
+        DelimitedText::LineReader reader(*text);
         const QStringList columns =
-            lines && !lines->isEmpty() ? DelimitedText::headerColumns(lines->first(), kind) : QStringList();
+            reader.atEnd() ? QStringList() : DelimitedText::headerColumns(reader.readLine(), kind);
         m_map.setColumns(columns);
         const MapSection where = kind == TextKind::Tab ? MapSection{u"TabValues"_s, u"TxtTabFile"_s}
                                                        : MapSection{u"CommaValues"_s, u"TxtComaFile"_s};
@@ -586,13 +592,14 @@ void FrmMailMerge::ImportTextFile(TextKind kind)
         m_importedLines = 0;
         ApplyCustomHeadings();
         QByteArray bytes;
-        const auto lines = DelimitedText::readLines(TextUtil::trimSpaces(m_source->txtWabfile->text()), &bytes);
+        const auto text = DelimitedText::readText(TextUtil::trimSpaces(m_source->txtWabfile->text()), &bytes);
         m_progress->BeginProgress(DelimitedText::CountFileLines(bytes));
+        bytes.clear();
         std::vector<Contact> rows;
-        if (lines) {
+        if (text) {
             const bool skipFirst = m_fieldMapPage->ChkSkip->isChecked();
             QCoreApplication::processEvents();
-            rows = DelimitedText::importRows(*lines, kind, skipFirst, m_map.listIndex, [this](qsizetype) {
+            rows = DelimitedText::importRows(*text, kind, skipFirst, m_map.listIndex, [this](qsizetype) {
                 m_progress->advance();
                 if (++m_importedLines % 200 == 0) {
                     QCoreApplication::processEvents();
