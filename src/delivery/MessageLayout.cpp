@@ -43,11 +43,25 @@ QByteArray crlfLines(const QByteArray& text)
 
 // The Base64 text split at its line ends, each piece sent with a line end behind it: since the
 // coder's text begins and ends with a line end, that is the text itself and one more line end.
-// An empty text gives no line at all.
+// An empty text gives no line at all. The text is shared, not copied: an image's text serves
+// every message of a run.
 void appendLines(QList<QByteArray>& out, const QByteArray& base64)
 {
     if (!base64.isEmpty()) {
-        out << base64 + CRLF;
+        out << base64 << QByteArray::fromRawData(CRLF, 2);
+    }
+}
+
+// The one transparency step: a line of one dot gets a zero character behind the dot, so it
+// cannot end the data. Two such lines in a row share their line end; a single pass would leave
+// the second one standing and end the data early, so the step is repeated until none is left.
+// "a\r\n.\r\n.\r\nb" becomes "a\r\n.\0\r\n.\0\r\nb"; a line ".x" stays as it is.
+void guardLoneDots(QByteArray& text)
+{
+    static const QByteArray loneDot("\r\n.\r\n");
+    static const QByteArray guarded("\r\n.\0\r\n", 6);
+    while (text.contains(loneDot)) {
+        text.replace(loneDot, guarded);
     }
 }
 
@@ -55,7 +69,7 @@ void appendLines(QList<QByteArray>& out, const QByteArray& base64)
 
 QByteArray dateText(const QDateTime& date)
 {
-    return QLocale::c().toString(date, u"ddd, dd MMM yyyy hh:mm:ss"_s).toLatin1();
+    return QLocale().toString(date, u"ddd, dd MMM yyyy hh:mm:ss"_s).toUtf8();
 }
 
 QString headerSafe(const QString& value)
@@ -131,7 +145,7 @@ QList<QByteArray> chunks(const OutgoingMessage& message, const QDateTime& date)
         head += "Content -Transfer - Encoding: quoted -printable\r\n";
     }
     QByteArray first = head + CRLF + crlfLines(message.body.toUtf8()) + CRLF;
-    first.replace("\r\n.\r\n", QByteArray("\r\n.\0\r\n", 6));
+    guardLoneDots(first);
 
     QList<QByteArray> out{first};
     if (hasImages || hasAttachment) {
@@ -139,11 +153,11 @@ QList<QByteArray> chunks(const OutgoingMessage& message, const QDateTime& date)
     }
     if (hasImages) {
         for (qsizetype i = 0; i < message.inlineImageData.size(); ++i) {
-            const QString path = message.inlineImagePaths.value(i);
-            const QByteArray name = InlineImages::fileNameOf(path).toUtf8();
-            out << "\r\n--NextMimePart_001\r\nContent-Type: " + MimeTypes::MimeTypeForFile(QString::fromUtf8(name)) +
-                       "; name=\"" + name + "\"\r\nContent-Transfer-Encoding: base64\r\nContent-ID: <" + name +
-                       ">\r\n\r\n";
+            // The Content-ID stays the name as the HTML's cid: reference spells it.
+            const QString name = InlineImages::fileNameOf(message.inlineImagePaths.value(i));
+            out << "\r\n--NextMimePart_001\r\nContent-Type: " + MimeTypes::MimeTypeForFile(name) + "; name=\"" +
+                       encodedWords(headerSafe(name)) + "\"\r\nContent-Transfer-Encoding: base64\r\nContent-ID: <" +
+                       name.toUtf8() + ">\r\n\r\n";
             appendLines(out, message.inlineImageData.at(i));
             out << QByteArray(CRLF);
         }

@@ -38,7 +38,7 @@ QList<QByteArray> chunks(const OutgoingMessage& message, const QDateTime& date);
 // The whole message: the chunks joined.
 QByteArray bytes(const OutgoingMessage& message, const QDateTime& date);
 
-// "ddd, DD MMM YYYY hh:mm:ss" in English, with no zone.
+// "ddd, DD MMM YYYY hh:mm:ss" with the day and month names of the user's locale, with no zone.
 QByteArray dateText(const QDateTime& date);
 
 // The header value with every CR and LF turned into a blank.

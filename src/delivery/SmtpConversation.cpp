@@ -291,7 +291,7 @@ MailTransport::Outcome SmtpConversation::SendSmtpMessage(const OutgoingMessage& 
         }
         return WaitForReply(expected, true) ? Outcome::Accepted : Outcome::Failed;
     };
-    Outcome outcome = step("MAIL FROM: " + MessageLayout::headerSafe(m_account.fromEmail).toUtf8() + "\r\n", "250");
+    Outcome outcome = step("MAIL FROM: " + MessageLayout::headerSafe(message.fromEmail).toUtf8() + "\r\n", "250");
     if (outcome == Outcome::Accepted) {
         outcome = step("RCPT TO: " + MessageLayout::headerSafe(message.to).toUtf8() + "\r\n", "250");
     }
@@ -301,12 +301,11 @@ MailTransport::Outcome SmtpConversation::SendSmtpMessage(const OutgoingMessage& 
     if (outcome != Outcome::Accepted) {
         return outcome;
     }
-    QByteArray data;
+    // The parts go out one after another; the message is never joined into one text.
     for (const QByteArray& chunk : chunks) {
-        data += chunk;
-    }
-    if (!send(data)) {
-        return Outcome::Raised;
+        if (!send(chunk)) {
+            return Outcome::Raised;
+        }
     }
     outcome = step(".\r\n", "250");
     return outcome == Outcome::Accepted ? step("RSET\r\n", "250") : outcome;

@@ -4,6 +4,7 @@
 #include "delivery/MimeTypes.h"
 
 #include <QFile>
+#include <QLocale>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -126,6 +127,29 @@ private slots:
         message.body = u"<p>a</p>\r\n.\r\n.x\n<p>b</p>\n."_s;
         const QByteArray bytes = MessageLayout::bytes(message, When);
         QVERIFY(bytes.endsWith(literal("<p>a</p>\r\n.\0\r\n.x\r\n<p>b</p>\r\n.\0\r\n")));
+
+        // Lone dots on consecutive lines, the first at the very start of the body: none of them
+        // may end the data early.
+        message.body = u".\n.\n.\n<p>c</p>"_s;
+        message.inlineImagePaths = {u"/pics/a.gif"_s};
+        message.inlineImageData = {QByteArray("\r\nR0lGOD\r\n")};
+        const QByteArray withPart = MessageLayout::bytes(message, When);
+        QVERIFY(withPart.contains(literal("quoted -printable\r\n\r\n.\0\r\n.\0\r\n.\0\r\n<p>c</p>\r\n")));
+        QVERIFY(!withPart.contains("\r\n.\r\n"));
+    }
+
+    void dateLine_usesTheLocalesShortNames_andNoZone()
+    {
+        const QDateTime late(QDate(2026, 12, 31), QTime(23, 59, 58));
+        QCOMPARE(MessageLayout::dateText(late), QByteArray("Thu, 31 Dec 2026 23:59:58"));
+        QLocale::setDefault(QLocale(QLocale::German, QLocale::Germany));
+        const QByteArray german = MessageLayout::dateText(When);
+        QLocale::setDefault(QLocale::c());
+        const QLocale de(QLocale::German, QLocale::Germany);
+        QCOMPARE(german, (de.dayName(4, QLocale::ShortFormat) + u", 05 "_s + de.monthName(3, QLocale::ShortFormat) +
+                          u" 2026 14:07:09"_s)
+                             .toUtf8());
+        QVERIFY(!german.startsWith("Thu"));
     }
 
     void nonAsciiText_goesAsUtf8_withEncodedWords()
@@ -158,6 +182,18 @@ private slots:
         QVERIFY(bytes.contains("To: ann@example.com Cc: eve@example.com\r\n"));
         QVERIFY(!bytes.contains("\r\nBcc:"));
         QVERIFY(!bytes.contains("\nCc:"));
+    }
+
+    void nonAsciiImageName_isEncodedInItsNameOnly()
+    {
+        OutgoingMessage message = plainMessage();
+        message.inlineImagePaths = {u"/pics/été.png"_s};
+        message.inlineImageData = {QByteArray("\r\niVBO\r\n")};
+        const QByteArray bytes = MessageLayout::bytes(message, When);
+        QVERIFY(bytes.contains("Content-Type: image/png; name=\"=?UTF-8?B?" + u"été.png"_s.toUtf8().toBase64() +
+                               "?=\"\r\n"));
+        // The Content-ID is what the HTML's cid: reference names.
+        QVERIFY(bytes.contains("Content-ID: <" + u"été.png"_s.toUtf8() + ">\r\n"));
     }
 
     void emptyImageData_givesAPartWithoutLines()
@@ -202,15 +238,61 @@ private slots:
         QVERIFY(!InlineImages::LoadInlineImages(dir.filePath(u"gone/b.gif"_s)).ok());
     }
 
+    void mimeTypes_byTheirTable_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QByteArray>("type");
+        const char* table[][2] = {
+            {"bmp", "image/bmp"},           {"dib", "image/bmp"},          {"fpx", "image/x-xbitmap"},
+            {"gif", "image/gif"},           {"ico", "image/x-icon"},       {"jfif", "image/pjpeg"},
+            {"jpe", "image/jpeg"},          {"jpeg", "image/jpeg"},        {"jpg", "image/jpeg"},
+            {"mix", "image/x-xbitmap"},     {"pct", "image/pict"},         {"pic", "image/pict"},
+            {"pict", "image/pict"},         {"png", "image/png"},          {"pntg", "image/x-macpaint"},
+            {"qti", "image/x-quicktime"},   {"qtif", "image/x-quicktime"}, {"rf", "image/vnd.rn-realflash"},
+            {"rp", "image/vnd.rn-realpix"}, {"sgi", "image/x-sgi"},        {"svg", "image/svg+xml"},
+            {"svgz", "image/svg+xml"},      {"tga", "image/x-targa"},      {"tif", "image/tiff"},
+            {"tiff", "image/tiff"},         {"xbm", "image/x-xbitmap"},
+        };
+        for (const auto& [extension, type] : table) {
+            QTest::newRow(extension) << u"picture."_s + QString::fromLatin1(extension) << QByteArray(type);
+        }
+        QTest::newRow("capitals") << u"logo.PNG"_s << QByteArray("image/png");
+        QTest::newRow("last dot counts") << u"archive.png.tar"_s << QByteArray("application/octet-stream");
+        QTest::newRow("unknown") << u"archive.tar.gz"_s << QByteArray("application/octet-stream");
+        QTest::newRow("no dot, compared whole") << u"png"_s << QByteArray("application/octet-stream");
+        QTest::newRow("only an extension") << u".gif"_s << QByteArray("image/gif");
+        QTest::newRow("a prefix of an entry") << u"a.jp"_s << QByteArray("application/octet-stream");
+        QTest::newRow("an entry plus more") << u"a.gifs"_s << QByteArray("application/octet-stream");
+        QTest::newRow("no name") << QString() << QByteArray("application/octet-stream");
+    }
+
     void mimeTypes_byTheirTable()
     {
-        QCOMPARE(MimeTypes::MimeTypeForFile(u"logo.PNG"_s), QByteArray("image/png"));
-        QCOMPARE(MimeTypes::MimeTypeForFile(u"photo.jfif"_s), QByteArray("image/pjpeg"));
-        QCOMPARE(MimeTypes::MimeTypeForFile(u"scan.fpx"_s), QByteArray("image/x-xbitmap"));
-        QCOMPARE(MimeTypes::MimeTypeForFile(u"shape.svgz"_s), QByteArray("image/svg+xml"));
-        QCOMPARE(MimeTypes::MimeTypeForFile(u"archive.tar.gz"_s), QByteArray("application/octet-stream"));
-        QCOMPARE(MimeTypes::MimeTypeForFile(u"README"_s), QByteArray("application/octet-stream"));
-        QCOMPARE(MimeTypes::MimeTypeForFile(u".gif"_s), QByteArray("image/gif"));
+        QFETCH(QString, name);
+        QFETCH(QByteArray, type);
+        QCOMPARE(MimeTypes::MimeTypeForFile(name), type);
+    }
+
+    void anEmptySrc_shiftsTheImagesAgainstTheirNames()
+    {
+        // Each non-empty path fills the next data element, while the parts take their names by
+        // position in the list: an empty reference lends its name to the next image's data.
+        QTemporaryDir dir;
+        QFile picture(dir.filePath(u"x.gif"_s));
+        QVERIFY(picture.open(QIODevice::WriteOnly));
+        picture.write("GIF89a");
+        picture.close();
+        const EmbeddedHtml embedded =
+            InlineImages::Embed(u"<img src=\"\"><img src=\"file://"_s + picture.fileName() + u"\">"_s);
+        QCOMPARE(embedded.html, u"<img src=cid:><img src=cid:x.gif>"_s);
+        QCOMPARE(embedded.InlineImageList, u"|"_s + picture.fileName());
+        OutgoingMessage message = plainMessage();
+        message.inlineImagePaths = InlineImages::paths(embedded.InlineImageList);
+        message.inlineImageData = InlineImages::LoadInlineImages(embedded.InlineImageList).value();
+        const QByteArray bytes = MessageLayout::bytes(message, When);
+        QVERIFY(bytes.contains("Content-Type: application/octet-stream; name=\"\"\r\n"
+                               "Content-Transfer-Encoding: base64\r\nContent-ID: <>\r\n\r\n\r\nR0lGODlh\r\n\r\n\r\n"));
+        QVERIFY(bytes.contains("Content-ID: <x.gif>\r\n\r\n\r\n\r\n--NextMimePart_001--\r\n"));
     }
 };
 

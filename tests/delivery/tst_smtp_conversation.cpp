@@ -5,6 +5,7 @@
 #include "wizard/TokenEngine.h"
 
 #include <QElapsedTimer>
+#include <QHostInfo>
 #include <QTcpServer>
 #include <QTcpSocket>
 #include <QTest>
@@ -35,6 +36,8 @@ public:
             QTcpSocket* socket = m_server.nextPendingConnection();
             ++connections;
             m_position = 0;
+            m_pending.clear();
+            m_inData = false;
             connect(socket, &QTcpSocket::readyRead, this, [this, socket] { received(socket); });
             if (!m_script.isEmpty() && m_script.first().command.isEmpty()) {
                 play(socket, m_script.at(m_position++));
@@ -167,14 +170,35 @@ private slots:
         QCOMPARE(view.process(), u"All mails are successfully Sent."_s);
         QCOMPARE(view.header, u"Sending Mails via Quillbay+ SMTP"_s);
         QCOMPARE(view.runPage, u"Send Mail"_s);
-        QVERIFY(view.processes.contains(u"Sending 2 of 2"_s));
-        QCOMPARE(view.statuses.first(), QString());
-        QCOMPARE(view.statuses.at(1), u"Connecting 127.0.0.1"_s);
-        QVERIFY(view.statuses.contains(u"Connected"_s));
+        QCOMPARE(view.processes, (QStringList{QString(), u"Sending 1 of 2"_s, u"Sending 2 of 2"_s,
+                                              u"All mails are successfully Sent."_s}));
+        // The login ends by showing the first address again; each later contact shows its own.
+        QCOMPARE(view.statuses, (QStringList{QString(), u"Connecting 127.0.0.1"_s, u"Connected"_s, u"ann@example.com"_s,
+                                             u"bob@example.com"_s, QString()}));
+        QVERIFY(view.processVisible);
+        QVERIFY(!view.waitCursor);
         QCOMPARE(view.bar, 7500.0);
         QVERIFY(view.backEnabled);
         QVERIFY(!view.cancelEnabled);
         QCOMPARE(view.nextCaption, u"Finish"_s);
+    }
+
+    void aMultiLineHelloInSeveralReads_isReadWhole_beforeTheFirstCommand()
+    {
+        // With encryption allowed the client looks for STARTTLS in the whole EHLO reply, so the
+        // late lines of that reply cannot be taken for the answer to MAIL FROM.
+        QList<ScriptedServer::Step> script = happyScript(2);
+        script[1].pieces = {"250-scripted greets you\r\n", "250-SIZE 1000000\r\n", "250 HELP\r\n"};
+        ScriptedServer server(script);
+        useServer(server, 5);
+        m_account.noEncryption = false;
+        FakeRunView view;
+        SmtpSendRun run(view, m_account);
+        run.RunSmtpSend(input(2));
+        QCOMPARE(run.accepted(), 2);
+        QCOMPARE(server.lines.at(0), QByteArray("EHLO ") + QHostInfo::localHostName().toUtf8());
+        QCOMPARE(server.lines.at(1), QByteArray("MAIL FROM: news@example.org"));
+        QVERIFY(!server.lines.contains("STARTTLS"));
     }
 
     void aBusyGreeting_failsOnlyAfterTheFullWait()
@@ -290,6 +314,121 @@ private slots:
         QVERIFY(!view.processes.contains(u"Sending 3 of 3"_s));
     }
 
+    void aTimeoutOnRcptTo_leavesTheTransactionOpen_andTheNextContactGoesOn()
+    {
+        QList<ScriptedServer::Step> script{{{}, {"220 ready\r\n"}},       {"EHLO", {"250 OK\r\n"}},
+                                           {"MAIL FROM", {"250 OK\r\n"}}, {"RCPT TO", {}}, // no answer
+                                           {"MAIL FROM", {"250 OK\r\n"}}, {"RCPT TO", {"250 OK\r\n"}},
+                                           {"DATA", {"354 go\r\n"}},      {".", {"250 done\r\n"}},
+                                           {"RSET", {"250 OK\r\n"}},      {"QUIT", {"221 bye\r\n"}}};
+        ScriptedServer server(script);
+        useServer(server, 1);
+        FakeRunView view;
+        SmtpSendRun run(view, m_account);
+        run.RunSmtpSend(input(2));
+        QCOMPARE(run.accepted(), 1);
+        QCOMPARE(server.connections, 1);
+        const qsizetype rcpt = server.lines.indexOf("RCPT TO: ann@example.com");
+        QVERIFY(rcpt > 0);
+        QCOMPARE(server.lines.at(rcpt + 1), QByteArray("MAIL FROM: news@example.org")); // no RSET between
+        // The silence is reported, and replaced by the next contact's progress.
+        const qsizetype silent = view.processes.indexOf(u"SMTP service error, unable to get a response!"_s);
+        QVERIFY(silent > 0);
+        QCOMPARE(view.processes.at(silent + 1), u"Sending 2 of 2"_s);
+        QCOMPARE(view.process(), u"All mails are successfully Sent."_s);
+    }
+
+    void quitGoesOutOnceAfterTheLastContact_andAMissing221CostsTheWaitSilently()
+    {
+        QList<ScriptedServer::Step> script = happyScript(1);
+        script.last().pieces.clear(); // QUIT is never answered
+        ScriptedServer server(script);
+        useServer(server, 1);
+        FakeRunView view;
+        SmtpSendRun run(view, m_account);
+        SendRunInput in = input(2);
+        in.addresses[1] = u"bob at example.com"_s; // the last contact is skipped
+        QElapsedTimer timer;
+        timer.start();
+        run.RunSmtpSend(in);
+        const qint64 quitWait = timer.elapsed();
+        QCOMPARE(run.accepted(), 1);
+        QCOMPARE(server.lines.count("QUIT"), 1);
+        QCOMPARE(server.lines.last(), QByteArray("QUIT"));
+        QCOMPARE(server.lines.at(server.lines.size() - 2), QByteArray("RSET"));
+        QVERIFY2(quitWait >= 900, qPrintable(QString::number(quitWait)));
+        QVERIFY(!view.processes.contains(u"SMTP service error, unable to get a response!"_s));
+        QCOMPARE(view.process(), u"All mails are successfully Sent."_s);
+    }
+
+    void aSocketError_isShownInABox_andEndsTheRunWithoutQuit()
+    {
+        quint16 closedPort = 0;
+        {
+            QTcpServer probe;
+            QVERIFY(probe.listen(QHostAddress::LocalHost));
+            closedPort = probe.serverPort();
+        }
+        m_account.server = u"127.0.0.1"_s;
+        m_account.port = closedPort;
+        m_account.interval = 0; // the error, not a timer, ends the wait
+        m_account.fromEmail = u"news@example.org"_s;
+        TestSupport::MessageRecorder messages;
+        FakeRunView view;
+        SmtpSendRun run(view, m_account);
+        run.RunSmtpSend(input(3));
+        QCOMPARE(messages.messages().size(), 1);
+        QVERIFY(messages.lastText().startsWith(u"Error in Sending Mails Via Quillbay+ SMTP : "_s));
+        QVERIFY(messages.lastText().size() > 45); // the socket's own description follows
+        QCOMPARE(messages.messages().first().icon, MessageIcon::Critical);
+        QCOMPARE(messages.messages().first().title, u"Quillbay+"_s);
+        QVERIFY(!view.processes.contains(u"Sending 2 of 3"_s));
+        QCOMPARE(view.process(), u"Process Cancelled!"_s);
+        QCOMPARE(view.bar, 7500.0);
+    }
+
+    void aCancelledRun_sendsNoQuit_andTheNextRunLogsInAfresh()
+    {
+        QList<ScriptedServer::Step> script = happyScript(0);
+        script.removeLast();
+        script << ScriptedServer::Step{"MAIL FROM", {"250 OK\r\n"}} << ScriptedServer::Step{"RCPT TO", {"250 OK\r\n"}}
+               << ScriptedServer::Step{"DATA", {}};
+        ScriptedServer server(script);
+        useServer(server, 0);
+        FakeRunView view;
+        SmtpSendRun run(view, m_account);
+        QTimer::singleShot(600, this, [&run] { run.CmdCancelSend_Click(); });
+        run.RunSmtpSend(input(2));
+        QCOMPARE(view.process(), u"Process Cancelled!"_s);
+        QVERIFY(!view.processes.contains(u"Sending 2 of 2"_s));
+        QCOMPARE(server.lines.last(), QByteArray("DATA"));
+        QVERIFY(!server.lines.contains("QUIT"));
+        QVERIFY(view.backEnabled);
+        QVERIFY(!view.cancelEnabled);
+
+        // The same run again: the flag of the finished login is cleared, so it connects anew.
+        m_account.interval = 1;
+        run.RunSmtpSend(input(1));
+        QCOMPARE(server.connections, 2);
+        QCOMPARE(server.lines.count("EHLO " + QHostInfo::localHostName().toUtf8()), 2);
+    }
+
+    void anUnreadableImage_endsTheRunBeforeAnyContact()
+    {
+        ScriptedServer server(happyScript(1));
+        useServer(server, 1);
+        FakeRunView view;
+        SmtpSendRun run(view, m_account);
+        SendRunInput in = input(2);
+        in.html = u"<p>Hi</p><img src=\"file:///nowhere/missing.gif\">"_s;
+        run.RunSmtpSend(in);
+        QCOMPARE(server.connections, 0);
+        QCOMPARE(view.process(), u"Process Cancelled!"_s);
+        QVERIFY(!view.processes.contains(u"Sending 1 of 2"_s));
+        QCOMPARE(view.bar, 7500.0);
+        QVERIFY(view.backEnabled);
+    }
+
     void contactsWithoutAnAt_areSkipped_andAnEmptyListRunsNoTurn()
     {
         ScriptedServer server(happyScript(1));
@@ -307,6 +446,18 @@ private slots:
         SmtpSendRun none(empty, m_account);
         none.RunSmtpSend(input(0));
         QCOMPARE(empty.process(), u"All mails are successfully Sent."_s);
+        QCOMPARE(server.connections, 1);
+
+        // A body of blanks only: every contact is skipped in silence, and nobody is called.
+        FakeRunView blank;
+        SmtpSendRun silent(blank, m_account);
+        SendRunInput blanks = input(3);
+        blanks.html = u"   "_s;
+        silent.RunSmtpSend(blanks);
+        QCOMPARE(server.connections, 1);
+        QCOMPARE(silent.accepted(), 0);
+        QVERIFY(blank.processes.contains(u"Sending 3 of 3"_s));
+        QCOMPARE(blank.process(), u"All mails are successfully Sent."_s);
     }
 
     void anIncompleteAccount_showsTheSettingsFirst()

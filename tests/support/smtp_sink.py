@@ -37,10 +37,12 @@ class Store:
         content = envelope.original_content if envelope.original_content is not None else envelope.content
         with open(base + ".eml", "wb") as out:
             out.write(content)
-        with open(base + ".json", "w") as out:
+        # The envelope appears last and whole: a reader that sees it finds the message complete.
+        with open(base + ".part", "w") as out:
             json.dump({"from": envelope.mail_from, "to": envelope.rcpt_tos,
                        "tls": session.ssl is not None or server.transport.get_extra_info("ssl_object") is not None,
                        "authenticated": bool(session.authenticated)}, out)
+        os.replace(base + ".part", base + ".json")
         return "250 Message accepted for delivery"
 
 
