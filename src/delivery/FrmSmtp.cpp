@@ -4,6 +4,7 @@
 #include "core/MessageBoxes.h"
 #include "core/TextUtil.h"
 
+#include <QApplication>
 #include <QCheckBox>
 #include <QCloseEvent>
 #include <QFormLayout>
@@ -152,10 +153,14 @@ void FrmSmtp::Form_Load()
 
 void FrmSmtp::ApplyAuthState()
 {
+    // Off, the two boxes look like the buttons' face; on, like any box to type in. Their text stays.
     const bool on = chkAuth->isChecked();
+    const QPalette standard = QApplication::palette(txtUser);
     for (QLineEdit* edit : {txtUser, txtPwd}) {
         edit->setEnabled(on);
-        edit->setBackgroundRole(on ? QPalette::Base : QPalette::Button);
+        QPalette look = standard;
+        look.setColor(QPalette::Base, standard.color(QPalette::Active, on ? QPalette::Base : QPalette::Button));
+        edit->setPalette(look);
     }
 }
 

@@ -3,7 +3,9 @@
 #include "delivery/FrmSmtp.h"
 #include "delivery/SmtpAccount.h"
 
+#include <QApplication>
 #include <QCheckBox>
+#include <QGroupBox>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPointer>
@@ -61,6 +63,74 @@ private slots:
         dialog->sldr->setValue(95);
         QCOMPARE(dialog->sldr->value(), 90);
         QCOMPARE(dialog->lblSec->text(), u"90 Seconds"_s);
+    }
+
+    void captions_standInFrameOrder()
+    {
+        FrmSmtp* dialog = open();
+        QStringList captions;
+        for (QWidget* widget : dialog->findChildren<QWidget*>()) {
+            if (const auto* box = qobject_cast<QGroupBox*>(widget)) {
+                captions << box->title();
+            } else if (const auto* label = qobject_cast<QLabel*>(widget); label != nullptr && label != dialog->lblSec) {
+                captions << label->text();
+            }
+        }
+        QCOMPARE(captions,
+                 (QStringList{u"SMTP settings"_s, u"User Information"_s, u"Display Name :"_s, u"Email Address :"_s,
+                              u"Reply Email Address :"_s, u"Server Information"_s, u"Outgoing Mail(SMTP) :"_s,
+                              u"Port :"_s, u"Server Timeouts :"_s, u"Account Name :"_s, u"Password :"_s}));
+        QCOMPARE(dialog->chkAuth->text(), u"My Server requires Authentication"_s);
+        QCOMPARE(dialog->cmdOk[0]->text(), u"OK"_s);
+        QCOMPARE(dialog->cmdOk[1]->text(), u"Cancel"_s);
+        QCOMPARE(dialog->sldr->minimum(), 30);
+        QCOMPARE(dialog->sldr->maximum(), 300);
+        QCOMPARE(dialog->sldr->singleStep(), 30);
+    }
+
+    void storedAccount_fillsTheForm_andLoginBoxesLookOffWhenUnchecked()
+    {
+        SaveSetting(u"SMTP"_s, u"SMTPServer"_s, u"mail.example.org"_s);
+        SaveSetting(u"SMTP"_s, u"SMTPPort"_s, u"587"_s);
+        SaveSetting(u"SMTP"_s, u"Interval"_s, u"240"_s);
+        SaveSetting(u"SMTP"_s, u"ChkAth"_s, u"0"_s);
+        SaveSetting(u"SMTP"_s, u"User"_s, u"kept"_s);
+        SaveSetting(u"SMTP"_s, u"FromName"_s, u"Club"_s);
+        SaveSetting(u"SMTP"_s, u"ReplyEmail"_s, u"reply@example.org"_s);
+        FrmSmtp* dialog = open();
+        QCOMPARE(dialog->txtSmtp->text(), u"mail.example.org"_s);
+        QCOMPARE(dialog->txtSMTPPort->text(), u"587"_s);
+        QCOMPARE(dialog->sldr->value(), 240);
+        QCOMPARE(dialog->lblSec->text(), u"240 Seconds"_s);
+        QCOMPARE(dialog->txtFromName->text(), u"Club"_s);
+        QCOMPARE(dialog->txtReply->text(), u"reply@example.org"_s);
+        QCOMPARE(dialog->txtUser->text(), u"kept"_s);
+        const QPalette standard = QApplication::palette(dialog->txtUser);
+        QVERIFY(standard.color(QPalette::Active, QPalette::Button) != standard.color(QPalette::Active, QPalette::Base));
+        QVERIFY(!dialog->txtUser->isEnabled());
+        QCOMPARE(dialog->txtUser->palette().color(QPalette::Base), standard.color(QPalette::Active, QPalette::Button));
+        dialog->chkAuth->click();
+        QVERIFY(dialog->txtPwd->isEnabled());
+        QCOMPARE(dialog->txtPwd->palette().color(QPalette::Base), standard.color(QPalette::Active, QPalette::Base));
+        QCOMPARE(dialog->txtUser->text(), u"kept"_s);
+    }
+
+    void ok_withAPortThatIsNoNumber_staysOpen()
+    {
+        TestSupport::MessageRecorder messages;
+        FrmSmtp* dialog = open();
+        fill(dialog);
+        dialog->txtSMTPPort->setText(u"smtp"_s);
+        dialog->cmdOk_Click(0);
+        QCOMPARE(messages.lastText(), u"Please Specify SMTP Port!"_s);
+        QVERIFY(dialog->isVisible());
+        QCOMPARE(GetSetting(u"SMTP"_s, u"SMTPServer"_s, u"none"_s), u"none"_s);
+        dialog->txtSMTPPort->setText(u"2525"_s);
+        dialog->chkNoEncryption->setChecked(true);
+        dialog->cmdOk_Click(0);
+        QCOMPARE(GetSetting(u"SMTP"_s, u"SMTPPort"_s), u"2525"_s);
+        QCOMPARE(GetSetting(u"SMTP"_s, u"NoEncryption"_s), u"1"_s);
+        QVERIFY(SmtpAccount::current().noEncryption);
     }
 
     void ok_testsInItsOrder_thenSavesEveryKey()
