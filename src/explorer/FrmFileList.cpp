@@ -366,11 +366,14 @@ void FrmFileList::Form_Load(const std::function<void(const QString&)>& progress)
     move(left ? Twips::toPixels(*left) : x(), top ? Twips::toPixels(*top) : y());
     resize(width ? Twips::toPixels(*width) : this->width(), height ? Twips::toPixels(*height) : this->height());
 
+    // Read at start and never written: only a hand-edited store changes it.
     const double listHeight = storedLength(Keys::ListHeight).value_or(3500);
+    m_imgSpltList->setSizes({Twips::toPixels(listHeight), Twips::toPixels(2000)});
+
     double splitter = storedLength(Keys::SplitterLeft).value_or(0);
     double listSplitter = storedLength(Keys::ListSplitterTop).value_or(0);
     m_txtAddress->setText(SettingsStore::instance().value(Keys::AddressBarFile));
-    m_imgSpltList->setSizes({Twips::toPixels(listHeight), Twips::toPixels(2000)});
+    // A stored 0 counts as absent.
     if (splitter == 0) {
         splitter = 3660;
         m_positionsLoaded = true;
@@ -390,6 +393,8 @@ void FrmFileList::Form_Load(const std::function<void(const QString&)>& progress)
 
     m_lblFileName->clear();
     m_lblCreated->clear();
+    // The first geometry; the first resize of the shown window refines it.
+    SizeControls(splitter, listSplitter);
 
     progress(u"Loading Documents..."_s);
     LoadRecentDocs();
@@ -404,7 +409,6 @@ void FrmFileList::Form_Load(const std::function<void(const QString&)>& progress)
 
     m_imgtopTag.clear();
     m_positionsLoaded = true;
-    SizeControls(splitter, listSplitter);
 
     m_helpFile = AppPaths::helpFile();
 
@@ -442,8 +446,19 @@ double FrmFileList::listSplitterTop() const
     if (sizes.value(0) <= 0 || !isVisible()) {
         return m_imgSpltList->property("twipsTop").toDouble();
     }
-    const int listTop = m_imgSpltList->mapTo(this, QPoint(0, 0)).y();
-    return Twips::fromPixels(listTop + sizes.value(0));
+    return Twips::fromPixels(panesTop() + sizes.value(0));
+}
+
+int FrmFileList::panesTop() const
+{
+    // Before the window is first shown its layouts have not placed anything yet: place them
+    // now, or the panes would seem to start at the top and the list splitter would move down
+    // by the height of the toolbar at every start.
+    if (!isVisible()) {
+        layout()->activate();
+        centralWidget()->layout()->activate();
+    }
+    return m_imgSpltList->mapTo(centralWidget(), QPoint(0, 0)).y();
 }
 
 void FrmFileList::SizeControls(double x, double y)
@@ -455,7 +470,7 @@ void FrmFileList::SizeControls(double x, double y)
     if (x > formWidth - 2000) {
         x = formWidth - 2000;
     }
-    const int listTop = m_imgSpltList->mapTo(this, QPoint(0, 0)).y();
+    const int listTop = panesTop();
     if (y < 2000) {
         y = Twips::fromPixels(m_imgtop->height()) + 900;
     }
@@ -489,8 +504,10 @@ void FrmFileList::Form_Unload()
     store.setValue(Keys::ViewMode, u"3"_s); // the list shows the report view
     store.setValue(Keys::SplitterLeft, QString::number(splitterLeft()));
     store.setValue(Keys::ListSplitterTop, QString::number(listSplitterTop()));
-    const QTreeWidgetItem* selected = m_tvList->currentItem();
-    store.setValue(Keys::AddressBarFile, selected != nullptr ? keyOf(selected) : QString());
+    // With no node selected there is no key to save, and the address of the last exit stays.
+    if (const QTreeWidgetItem* selected = m_tvList->currentItem()) {
+        store.setValue(Keys::AddressBarFile, keyOf(selected));
+    }
     store.setValue(Keys::WordRunning, u"N"_s);
 }
 

@@ -57,6 +57,8 @@ private:
     void SizeControls(double x, double y);
     double splitterLeft() const;
     double listSplitterTop() const;
+    // The top of the list and preview panes, in pixels below the menu bar.
+    int panesTop() const;
 
     void tvList_Expand(QTreeWidgetItem* node);
     void tvList_NodeClick();

@@ -80,6 +80,23 @@ private slots:
         QVERIFY(welcome->windowFlags().testFlag(Qt::WindowStaysOnTopHint));
         QVERIFY(welcome->ChkDontShow()->isVisible());
         QVERIFY(!window->helpFile().isEmpty());
+        // Both splitters stand where the defaults put them, and are stored so at exit.
+        window->close();
+        QCOMPARE(setting(Keys::SplitterLeft), u"3660"_s);
+        QCOMPARE(setting(Keys::ListSplitterTop), u"3000"_s);
+    }
+
+    void storedSplitters_comeBackWhereTheyWereLeft()
+    {
+        SettingsStore::instance().setValue(Keys::Flash, u"1"_s);
+        SettingsStore::instance().setValue(Keys::SplitterLeft, u"4500"_s);
+        SettingsStore::instance().setValue(Keys::ListSplitterTop, u"3600"_s);
+        FrmFileList* window = startProgram();
+        QVERIFY(window);
+        QCOMPARE(window->findChild<QSplitter*>(u"imgSplitter"_s)->sizes().first(), 300);
+        window->close();
+        QCOMPARE(setting(Keys::SplitterLeft), u"4500"_s);
+        QCOMPARE(setting(Keys::ListSplitterTop), u"3600"_s);
     }
 
     void mainWindowLoad_reportsItsStepsOnTheSplash()
@@ -147,6 +164,20 @@ private slots:
         QCOMPARE(setting(Keys::WordRunning), u"N"_s);
         QVERIFY(!setting(Keys::ViewMode).isEmpty());
         QVERIFY(setting(Keys::SplitterLeft).toDouble() > 0);
+    }
+
+    void addressThatNoLongerExists_selectsNothing_andStaysStored()
+    {
+        SettingsStore::instance().setValue(Keys::Flash, u"1"_s);
+        const QString gone = TestSupport::homeFolder() + u"/moved away"_s;
+        SettingsStore::instance().setValue(Keys::AddressBarFile, gone);
+        FrmFileList* window = startProgram();
+        QVERIFY(window);
+        QCOMPARE(window->txtAddress()->text(), gone);
+        QCOMPARE(window->tvList()->currentItem(), nullptr);
+        window->close();
+        QCOMPARE(setting(Keys::AddressBarFile), gone);
+        QCOMPARE(setting(Keys::WordRunning), u"N"_s);
     }
 
     void minimisedUnload_keepsTheRectangleOfTheLastNormalExit()
