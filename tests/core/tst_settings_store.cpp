@@ -42,6 +42,26 @@ private slots:
         QCOMPARE(ini.toLower().count("[msaccess]"), 1);
     }
 
+    void handWrittenNames_areFoundInAnyCase()
+    {
+        QFile file(SettingsStore::instance().filePath());
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write("[filelist]\nLVLISTHEIGHT=4200\nmainleft=15\n[XLSHEET]\nexsheetname=Members\n");
+        file.close();
+        SettingsStore::instance().reload();
+        QCOMPARE(SettingsStore::instance().value(Keys::ListHeight), u"4200"_s);
+        QCOMPARE(SettingsStore::instance().value(Keys::MainLeft), u"15"_s);
+        QCOMPARE(SettingsStore::instance().value(Keys::ExcelSheetNameRead), u"Members"_s);
+        QCOMPARE(SettingsStore::instance().value(Keys::MainTop), u"1000"_s);
+        // Writing keeps the spelling already in the file.
+        SettingsStore::instance().setValue(Keys::MainLeft, u"30"_s);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        const QByteArray ini = file.readAll();
+        QVERIFY(ini.contains("[filelist]"));
+        QVERIFY(ini.contains("mainleft=30"));
+        QVERIFY(!ini.contains("MainLeft"));
+    }
+
     void valuesAreText_andSurviveTheFile()
     {
         const QString packed = u"*.Doc"_s + ListSeparator() + u"report, final"_s + ListSeparator();
@@ -74,6 +94,13 @@ private slots:
         QCOMPARE(folder.permissions() & (QFile::ReadOther | QFile::ExeOther | QFile::ReadGroup | QFile::ExeGroup),
                  QFile::Permissions());
         QCOMPARE(folder.fileName(), u"Quillbay"_s);
+
+        // A store that was left open to others is closed again by the next write.
+        QFile::setPermissions(file.absoluteFilePath(),
+                              QFile::ReadOwner | QFile::WriteOwner | QFile::ReadGroup | QFile::ReadOther);
+        SaveSetting(u"SMTP"_s, u"User"_s, u"ann"_s);
+        QCOMPARE(QFileInfo(file.absoluteFilePath()).permissions() & (QFile::ReadGroup | QFile::ReadOther),
+                 QFile::Permissions());
     }
 };
 

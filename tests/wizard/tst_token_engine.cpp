@@ -171,6 +171,29 @@ private slots:
         QCOMPARE(m_engine->MergeAllFields(0, u"[[FirstName]]"_s), u"[[FirstName]]"_s);
     }
 
+    void bodyAndPreviewPasses_keepTheBlankRule_andTheBodyFollowsItsListOrder()
+    {
+        m_table.addRow(contact({{Email, u"e@x.org"_s},
+                                {Last, u"Low"_s},
+                                {Company, u"[[LastName]]/[[WebPage]]"_s},
+                                {Web, u"w.example"_s},
+                                {C1, u"K9"_s}}));
+        m_engine->setSourceIndex(2); // a sheet, with the replacers as they start: "Sir" for a first name
+        m_engine->ScanMailTokens(u"[[FirstName]] [[LastName]] [[CompanyName]] [[WebPage]]"_s);
+        // The company value is merged after the last names but before the web pages of the list.
+        const QString body = u"Dear [[FirstName]] of [[CompanyName]]"_s;
+        QCOMPARE(m_engine->mergedBody(3, body), u"Dear Sir of [[LastName]]/w.example"_s);
+        QString preview = u"[[FirstName]] [[CustomField(1)]]"_s;
+        m_engine->MergePreviewFields(3, preview);
+        QCOMPARE(preview, u"Sir K9"_s);
+
+        m_engine->setSourceIndex(0); // an address book: no replacer, and the preview keeps custom tokens
+        QCOMPARE(m_engine->mergedBody(3, body), u"Dear  of [[LastName]]/w.example"_s);
+        preview = u"[[FirstName]] [[CustomField(1)]]"_s;
+        m_engine->MergePreviewFields(3, preview);
+        QCOMPARE(preview, u" [[CustomField(1)]]"_s);
+    }
+
     void documentReplacements_followTheListOrAllFieldsInFixedOrder()
     {
         m_engine->ScanDocTokens(u"Dear [[LastName]], [[CustomField(3)]]\r"_s);
