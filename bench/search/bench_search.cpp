@@ -52,9 +52,15 @@ int main(int argc, char* argv[])
         }
     }
 
+    // The run as the search window makes it: the folder or document in hand goes to the status
+    // panel, the event loop is let through.
     EngineSearcher searcher;
     int hits = 0;
-    SearchRun run({{}, [&hits](const ResultRow&) { ++hits; }, [] { QCoreApplication::processEvents(); }, {}},
+    QString status;
+    SearchRun run({[&status](const QString& text) { status = text; },
+                   [&hits](const ResultRow&) { ++hits; },
+                   [] { QCoreApplication::processEvents(); },
+                   {}},
                   &searcher);
     QElapsedTimer timer;
     timer.start();
@@ -64,6 +70,7 @@ int main(int argc, char* argv[])
     const double ours = static_cast<double>(timer.elapsed()) / 1000.0;
     std::printf("Quillbay+ search run   : %d documents in %6.2f s = %7.0f documents/s, %d hits\n", Documents, ours,
                 Documents / ours, hits);
+    std::fflush(stdout);
 
     QProcess pipeline;
     timer.restart();

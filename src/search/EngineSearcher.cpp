@@ -8,6 +8,26 @@
 
 using namespace Qt::StringLiterals;
 
+namespace {
+
+// Copies the document before it is changed. An existing file is never overwritten: the copy
+// then fails, and the document stays as it is. The copy keeps the original's modification time.
+Status keepOriginal(const QString& path, const QString& backupCopy)
+{
+    QDir().mkpath(QFileInfo(backupCopy).absolutePath());
+    QFile copy(path);
+    if (!copy.copy(backupCopy)) {
+        return Error{70, u"the document could not be copied to "_s + backupCopy};
+    }
+    QFile kept(backupCopy);
+    if (kept.open(QIODevice::ReadWrite)) {
+        kept.setFileTime(QFileInfo(path).lastModified(), QFileDevice::FileModificationTime);
+    }
+    return {};
+}
+
+} // namespace
+
 EngineSearcher::EngineSearcher()
     : m_application(wordlink::NewApplication())
 {
@@ -28,11 +48,10 @@ Result<bool> EngineSearcher::SearchDocument(const QString& path, const WordSearc
         document->Close();
         return found;
     }
-    QDir().mkpath(QFileInfo(backupCopy).absolutePath());
-    QFile::remove(backupCopy);
-    if (!QFile::copy(path, backupCopy)) {
+    const Status kept = keepOriginal(path, backupCopy);
+    if (!kept.ok()) {
         document->Close();
-        return Error{70, u"the document could not be copied to "_s + backupCopy};
+        return kept.error();
     }
     const Result<int> replaced = document->ReplaceAll(search.words, search.replacement, options);
     const Status saved = replaced.ok() ? document->Save() : Status(replaced.error());

@@ -42,10 +42,16 @@ QPointer<FrmSearch>& instancePointer()
     return window;
 }
 
+// An entry field locked for a run gets the button-face background, and the window background
+// when it is released.
 void setEntryEnabled(QWidget* field, bool enabled)
 {
     field->setEnabled(enabled);
-    field->setBackgroundRole(enabled ? QPalette::Base : QPalette::Button);
+    QPalette palette = QApplication::palette(field);
+    if (!enabled) {
+        palette.setColor(QPalette::Disabled, QPalette::Base, palette.color(QPalette::Disabled, QPalette::Button));
+    }
+    field->setPalette(palette);
 }
 
 } // namespace
@@ -73,6 +79,10 @@ void FrmSearch::buildControls()
     auto* fraSearch = new QGroupBox(this);
     fraSearch->setObjectName(u"FraSearch"_s);
     auto* grid = new QGridLayout(fraSearch);
+    // The buttons stand 1200 twips inside the frame's right edge: their own width and a margin.
+    grid->setContentsMargins(Twips::toPixels(120), Twips::toPixels(90), Twips::toPixels(105), Twips::toPixels(90));
+    grid->setHorizontalSpacing(Twips::toPixels(80));
+    grid->setVerticalSpacing(Twips::toPixels(60));
     CboCriteria = new QComboBox(fraSearch);
     CboCriteria->setObjectName(u"CboCriteria"_s);
     CboCriteria->setEditable(true);
@@ -91,7 +101,7 @@ void FrmSearch::buildControls()
     for (int i = 0; i < 3; ++i) {
         chkOptions[i] = new QCheckBox(optionCaptions[i], fraSearch);
         chkOptions[i]->setObjectName(u"chkOptions_%1"_s.arg(i));
-        connect(chkOptions[i], &QCheckBox::clicked, this, [this, i] { chkOptions_Click(i); });
+        connect(chkOptions[i], &QCheckBox::toggled, this, [this, i] { chkOptions_Click(i); });
         options->addWidget(chkOptions[i]);
     }
     options->addStretch();
@@ -101,28 +111,35 @@ void FrmSearch::buildControls()
     txtReplace->setObjectName(u"txtReplace"_s);
     txtReplace->setEnabled(false);
 
+    // The name and the folder fill the width up to the browse button; the browse button and
+    // "Include subfolders" end 150 twips left of the button column.
     grid->addWidget(new QLabel(u"Look for File Named : "_s, fraSearch), 0, 0);
-    grid->addWidget(CboCriteria, 0, 1, 1, 2);
+    grid->addWidget(CboCriteria, 0, 1);
     grid->addWidget(new QLabel(u"In Folder :"_s, fraSearch), 1, 0);
     grid->addWidget(TxtFolder, 1, 1);
-    grid->addWidget(CmdBrowse, 1, 2);
-    grid->addWidget(ChkIncSubFolder, 2, 1);
-    grid->addWidget(new QLabel(u"Search for the Word(s) :"_s, fraSearch), 3, 0);
-    grid->addWidget(txtwords, 3, 1, 1, 2);
-    grid->addLayout(options, 4, 1, 1, 2);
-    grid->addWidget(chkReplace, 5, 0);
-    grid->addWidget(txtReplace, 5, 1, 1, 2);
+    grid->addWidget(CmdBrowse, 1, 2, Qt::AlignRight);
+    grid->addWidget(new QLabel(u"Search for the Word(s) :"_s, fraSearch), 2, 0);
+    grid->addWidget(txtwords, 2, 1);
+    grid->addWidget(ChkIncSubFolder, 2, 2, Qt::AlignRight);
+    grid->addLayout(options, 3, 1, 1, 2);
+    grid->addWidget(chkReplace, 4, 0);
+    grid->addWidget(txtReplace, 4, 1, 1, 2);
 
     const QString findCaptions[4] = {u"Find &Now"_s, u"&Replace"_s, u"Sto&p"_s, u"New &Search"_s};
     auto* buttons = new QVBoxLayout;
+    buttons->setSpacing(Twips::toPixels(60));
     for (int i = 0; i < 4; ++i) {
         CmdFind[i] = new QPushButton(findCaptions[i], fraSearch);
         CmdFind[i]->setObjectName(u"CmdFind_%1"_s.arg(i));
+        CmdFind[i]->setFixedWidth(Twips::toPixels(1095));
         connect(CmdFind[i], &QPushButton::clicked, this, [this, i] { CmdFind_Click(i); });
         buttons->addWidget(CmdFind[i]);
     }
     buttons->addStretch();
-    grid->addLayout(buttons, 0, 3, 6, 1);
+    auto* buttonColumn = new QHBoxLayout;
+    buttonColumn->addSpacing(Twips::toPixels(150 - 80));
+    buttonColumn->addLayout(buttons);
+    grid->addLayout(buttonColumn, 0, 3, 5, 1);
     grid->setColumnStretch(1, 1);
 
     lvList = new QTreeWidget(this);
@@ -139,6 +156,7 @@ void FrmSearch::buildControls()
     txtNoItems->setObjectName(u"txtNoItems"_s);
     txtNoItems->setAlignment(Qt::AlignCenter);
     txtNoItems->setVisible(false);
+    lvList->viewport()->installEventFilter(this);
 
     auto* statusBar = new QStatusBar(this);
     statusBar->setObjectName(u"SbStatus"_s);
@@ -147,8 +165,14 @@ void FrmSearch::buildControls()
     SbStatusPanel1->setObjectName(u"SbStatusPanel1"_s);
     SbStatusPanel2 = new QLabel(statusBar);
     SbStatusPanel2->setObjectName(u"SbStatusPanel2"_s);
-    statusBar->addWidget(SbStatusPanel1, 3);
-    statusBar->addWidget(SbStatusPanel2, 2);
+    SbStatusPanel2->setVisible(false);
+    // A long path in a panel is cut at the panel's edge instead of widening the window.
+    for (QLabel* panel : {SbStatusPanel1, SbStatusPanel2}) {
+        panel->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+        panel->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    }
+    statusBar->addWidget(SbStatusPanel1, 1);
+    statusBar->addWidget(SbStatusPanel2, 1);
 
     MnuOperations = new QMenu(u"Operations"_s, this);
     MnuOperations->setObjectName(u"MnuOperations"_s);
@@ -168,11 +192,14 @@ void FrmSearch::buildControls()
     connect(remove, &QAction::triggered, this, &FrmSearch::MnuDelete_Click);
 
     auto* layout = new QVBoxLayout(this);
+    // The frame is 200 twips narrower than the window.
+    layout->setContentsMargins(Twips::toPixels(100), Twips::toPixels(60), Twips::toPixels(100), 0);
+    layout->setSpacing(Twips::toPixels(60));
     layout->addWidget(fraSearch);
     layout->addWidget(lvList, 1);
     layout->addWidget(statusBar);
 
-    connect(chkReplace, &QCheckBox::clicked, this, [this] {
+    connect(chkReplace, &QCheckBox::toggled, this, [this] {
         txtReplace->setEnabled(chkReplace->isChecked());
         UpdateFindButtons();
     });
@@ -208,8 +235,9 @@ void FrmSearch::Form_Load()
 void FrmSearch::closeEvent(QCloseEvent* event)
 {
     if (m_running) {
-        // A run in hand ends first; the window closes when it has.
+        // A run in hand is stopped first; the window closes when it has ended.
         m_stopFlag = true;
+        m_closeWhenDone = true;
         event->ignore();
         return;
     }
@@ -246,6 +274,9 @@ QStringList FrmSearch::criteriaHistory() const
 
 bool FrmSearch::eventFilter(QObject* watched, QEvent* event)
 {
+    if (watched == lvList->viewport() && event->type() == QEvent::Resize) {
+        txtNoItems->setGeometry(lvList->viewport()->rect());
+    }
     if (event->type() == QEvent::KeyPress) {
         const auto* key = static_cast<QKeyEvent*>(event);
         if ((key->key() == Qt::Key_Return || key->key() == Qt::Key_Enter) && !m_running &&
@@ -255,12 +286,6 @@ bool FrmSearch::eventFilter(QObject* watched, QEvent* event)
         }
     }
     return QWidget::eventFilter(watched, event);
-}
-
-void FrmSearch::resizeEvent(QResizeEvent* event)
-{
-    QWidget::resizeEvent(event);
-    txtNoItems->setGeometry(lvList->viewport()->rect());
 }
 
 void FrmSearch::UpdateFindButtons()
@@ -362,6 +387,7 @@ void FrmSearch::RunSearch()
     LockSearchControls();
     lvList->clear();
     SbStatusPanel2->clear();
+    SbStatusPanel2->setVisible(false);
     txtNoItems->setText(u"Searching..."_s);
     txtNoItems->setVisible(true);
     m_stopFlag = false;
@@ -405,6 +431,8 @@ void FrmSearch::RunSearch()
         run.WalkFolder(TxtFolder->text(), pattern, ChkIncSubFolder->isChecked(), search);
         if (!run.backupFolder().isEmpty()) {
             SbStatusPanel2->setText(u"Originals kept in "_s + run.backupFolder());
+            SbStatusPanel2->setToolTip(run.backupFolder());
+            SbStatusPanel2->setVisible(true);
         }
     }
     if (lvList->topLevelItemCount() > 0) {
@@ -420,6 +448,9 @@ void FrmSearch::RunSearch()
     }
     UnlockSearchControls();
     m_running = false;
+    if (m_closeWhenDone) {
+        close();
+    }
 }
 
 void FrmSearch::addRow(const ResultRow& row)
@@ -432,11 +463,13 @@ void FrmSearch::addRow(const ResultRow& row)
     }
 }
 
+// The list stays sorted from the first click on, also for the rows of later runs. Every click
+// turns the order round, whichever column it is on, and the arrow moves to that column.
 void FrmSearch::lvList_ColumnClick(int column)
 {
     m_sortDescending = !m_sortDescending;
-    lvList->header()->setSortIndicatorShown(true);
-    lvList->sortItems(column, m_sortDescending ? Qt::DescendingOrder : Qt::AscendingOrder);
+    lvList->setSortingEnabled(true);
+    lvList->sortByColumn(column, m_sortDescending ? Qt::DescendingOrder : Qt::AscendingOrder);
 }
 
 void FrmSearch::lvList_MouseUp(const QPoint& position)

@@ -52,7 +52,6 @@ public:
 
 protected:
     void closeEvent(QCloseEvent* event) override;
-    void resizeEvent(QResizeEvent* event) override;
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
@@ -72,5 +71,6 @@ private:
 
     bool m_stopFlag = false;
     bool m_running = false;
+    bool m_closeWhenDone = false;
     bool m_sortDescending = false;
 };

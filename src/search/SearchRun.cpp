@@ -12,6 +12,16 @@
 
 using namespace Qt::StringLiterals;
 
+namespace {
+
+// The folder of the backup folders of all runs.
+QString backupsRoot()
+{
+    return AppPaths::applicationFolder() + u"/Backups"_s;
+}
+
+} // namespace
+
 ResultRow ResultRow::fromFile(const QFileInfo& file)
 {
     ResultRow row;
@@ -29,16 +39,20 @@ ResultRow ResultRow::fromFile(const QFileInfo& file)
 SearchRun::SearchRun(Events events, DocumentSearcher* searcher)
     : m_events(std::move(events))
     , m_searcher(searcher)
+    , m_started(QDateTime::currentDateTime())
+    , m_backupsCanonical(QFileInfo(backupsRoot()).canonicalFilePath())
 {
-    m_backupFolder = AppPaths::applicationFolder() + u"/Backups/"_s +
-                     QDateTime::currentDateTime().toString(u"yyyy-MM-dd hh.mm.ss"_s);
 }
 
 void SearchRun::WalkFolder(const QString& folder, const QString& pattern, bool subfolders,
                            const std::optional<WordSearch>& words)
 {
     m_root = QDir::cleanPath(folder);
+    m_sincePump.start();
     walk(folder, pattern, subfolders, words);
+    if (!m_backupFolder.isEmpty() && !m_backupUsed) {
+        QDir().rmdir(m_backupFolder); // reserved for a change that did not come
+    }
 }
 
 void SearchRun::walk(const QString& folder, const QString& pattern, bool subfolders,
@@ -49,9 +63,10 @@ void SearchRun::walk(const QString& folder, const QString& pattern, bool subfold
     if (!info.isDir()) {
         return;
     }
-    // A folder reached twice through a link is walked once.
+    // A folder reached twice through a link is walked once; the copies this run keeps of the
+    // documents it changes are not searched again, also when the tree holds the backups.
     const QString canonical = info.canonicalFilePath();
-    if (m_visited.contains(canonical)) {
+    if (m_visited.contains(canonical) || canonical == m_backupCanonical) {
         return;
     }
     m_visited.insert(canonical);
@@ -60,15 +75,13 @@ void SearchRun::walk(const QString& folder, const QString& pattern, bool subfold
         ++m_folderTick;
     } else {
         m_folderTick = 1;
-        if (m_events.pump) {
-            m_events.pump();
-        }
+        pump();
     }
     if (m_events.status) {
         m_events.status(QDir::toNativeSeparators(QDir::cleanPath(path)));
     }
     const QDir dir(path);
-    const QFileInfoList files = dir.entryInfoList(QDir::Files, QDir::Name);
+    const QFileInfoList files = dir.entryInfoList(QDir::Files, QDir::Name | QDir::IgnoreCase);
     for (const QFileInfo& file : files) {
         if (!SearchPattern::matchesFileName(file.fileName(), pattern)) {
             continue;
@@ -78,18 +91,63 @@ void SearchRun::walk(const QString& folder, const QString& pattern, bool subfold
         } else {
             AddResultRow(file);
         }
+        pumpWhenOverdue();
     }
-    if (!subfolders || (m_events.stopRequested && m_events.stopRequested())) {
+    if (!subfolders) {
         return;
     }
-    const QFileInfoList children = dir.entryInfoList(QDir::Dirs | QDir::NoDotAndDotDot, QDir::Name);
+    const QFileInfoList children = dir.entryInfoList(QDir::Dirs | QDir::NoDotAndDotDot, QDir::Name | QDir::IgnoreCase);
     for (const QFileInfo& child : children) {
+        if (stopRequested()) {
+            return;
+        }
+        // The copies kept by replace runs are not searched as a part of a larger tree.
+        if (child.canonicalFilePath() == m_backupsCanonical) {
+            continue;
+        }
         walk(child.absoluteFilePath(), pattern, subfolders, words);
     }
 }
 
+void SearchRun::pump()
+{
+    if (m_events.pump) {
+        m_events.pump();
+    }
+    m_sincePump.restart();
+}
+
+void SearchRun::pumpWhenOverdue()
+{
+    if (m_sincePump.elapsed() >= m_pumpInterval) {
+        pump();
+    }
+}
+
+bool SearchRun::stopRequested() const
+{
+    return m_events.stopRequested && m_events.stopRequested();
+}
+
+void SearchRun::reserveBackupFolder()
+{
+    const QString parent = backupsRoot();
+    QDir().mkpath(parent);
+    m_backupsCanonical = QFileInfo(parent).canonicalFilePath();
+    const QString stamp = parent + u'/' + m_started.toString(u"yyyy-MM-dd hh.mm.ss"_s);
+    m_backupFolder = stamp;
+    // A run of the same second (this window's or another program's) keeps its own copies.
+    for (int number = 2; !QDir().mkdir(m_backupFolder) && number <= 1000; ++number) {
+        m_backupFolder = stamp + u" (%1)"_s.arg(number);
+    }
+    m_backupCanonical = QFileInfo(m_backupFolder).canonicalFilePath();
+}
+
 QString SearchRun::backupCopyOf(const QString& path)
 {
+    if (m_backupFolder.isEmpty()) {
+        reserveBackupFolder();
+    }
     const QString relative = QDir(m_root).relativeFilePath(path);
     return m_backupFolder + u'/' + (relative.startsWith(u".."_s) ? QFileInfo(path).fileName() : relative);
 }
@@ -104,11 +162,11 @@ void SearchRun::SearchDocument(const QString& path, const WordSearch& words)
     }
     const QString backup = words.replace ? backupCopyOf(path) : QString();
     const Result<bool> hit = m_searcher->SearchDocument(path, words, backup);
-    if (!hit.ok() || !hit.value()) {
-        return;
-    }
     if (words.replace && QFileInfo::exists(backup)) {
         m_backupUsed = true;
+    }
+    if (!hit.ok() || !hit.value()) {
+        return;
     }
     AddResultRow(QFileInfo(path));
 }

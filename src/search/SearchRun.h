@@ -3,6 +3,7 @@
 #include "DocumentSearcher.h"
 
 #include <QDateTime>
+#include <QElapsedTimer>
 #include <QSet>
 #include <QString>
 
@@ -26,8 +27,9 @@ struct ResultRow
 
 // The walk of a search: a folder's own files first (those that answer the pattern; with words,
 // those whose text holds them), then its subfolders. The event loop runs once every five
-// folders, and a stop request is seen before a folder's subfolders are entered, so a stopped
-// run still finishes the current folder's files.
+// folders, and also whenever the walk has kept it waiting for a tenth of a second (a slow
+// document, a large folder). A stop request is seen before each subfolder is entered, so a
+// stopped run still finishes the current folder's files and then ends.
 class SearchRun
 {
 public:
@@ -45,8 +47,13 @@ public:
     void WalkFolder(const QString& folder, const QString& pattern, bool subfolders,
                     const std::optional<WordSearch>& words);
 
+    // The longest stretch, in milliseconds, that the walk keeps the event loop waiting between
+    // two folders that are due to pump (100 unless set).
+    void setPumpInterval(qint64 milliseconds) { m_pumpInterval = milliseconds; }
+
     // The folder that holds the copies of the documents this run changed, or "" while none was
-    // changed; made on the first change, named by the run's start.
+    // changed: "Backups/<date and time of the run's start>" in the application folder, with a
+    // number behind it when a run of the same second already has that name.
     QString backupFolder() const { return m_backupUsed ? m_backupFolder : QString(); }
     int hits() const { return m_hits; }
 
@@ -54,14 +61,23 @@ private:
     void walk(const QString& folder, const QString& pattern, bool subfolders, const std::optional<WordSearch>& words);
     void SearchDocument(const QString& path, const WordSearch& words);
     void AddResultRow(const QFileInfo& file);
+    void pump();
+    void pumpWhenOverdue();
+    bool stopRequested() const;
     QString backupCopyOf(const QString& path);
+    void reserveBackupFolder();
 
     Events m_events;
     DocumentSearcher* m_searcher;
+    QDateTime m_started;
     QString m_root;
     QString m_backupFolder;
+    QString m_backupCanonical;
+    QString m_backupsCanonical;
     bool m_backupUsed = false;
     int m_folderTick = 0;
     int m_hits = 0;
+    qint64 m_pumpInterval = 100;
+    QElapsedTimer m_sincePump;
     QSet<QString> m_visited;
 };

@@ -1,16 +1,27 @@
 #include "TestSupport.h"
+#include "core/AppPaths.h"
 #include "search/SearchPattern.h"
 #include "search/SearchRun.h"
 
 #include <QDir>
+#include <QDirIterator>
 #include <QFile>
 #include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QThread>
 
 using namespace Qt::StringLiterals;
 
 namespace {
+
+void write(const QString& path, const QByteArray& bytes)
+{
+    QDir().mkpath(QFileInfo(path).absolutePath());
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write(bytes);
+}
 
 void touch(const QString& path, int bytes = 10)
 {
@@ -36,6 +47,18 @@ public:
             QFile::copy(path, backupCopy);
         }
         return hit;
+    }
+    void finish() override {}
+};
+
+// A document searcher that takes 30 ms a document and finds nothing.
+class SlowSearcher : public DocumentSearcher
+{
+public:
+    Result<bool> SearchDocument(const QString&, const WordSearch&, const QString&) override
+    {
+        QThread::msleep(30);
+        return false;
     }
     void finish() override {}
 };
@@ -100,6 +123,7 @@ private slots:
         QTemporaryDir dir;
         touch(dir.filePath(u"b.docx"_s));
         touch(dir.filePath(u"a.doc"_s));
+        touch(dir.filePath(u"C.doc"_s)); // names are taken in order whatever their case
         touch(dir.filePath(u"~$a.doc"_s));
         touch(dir.filePath(u"notes.txt"_s));
         touch(dir.filePath(u".hidden.doc"_s));
@@ -108,12 +132,12 @@ private slots:
         QStringList found;
         SearchRun run({{}, [&](const ResultRow& row) { found << row.name; }, {}, {}}, nullptr);
         run.WalkFolder(dir.path(), u"*.Doc"_s, true, std::nullopt);
-        QCOMPARE(found, (QStringList{u"a.doc"_s, u"b.docx"_s, u"c.docx"_s, u"d.doc"_s}));
+        QCOMPARE(found, (QStringList{u"a.doc"_s, u"b.docx"_s, u"C.doc"_s, u"c.docx"_s, u"d.doc"_s}));
 
         found.clear();
         SearchRun flat({{}, [&](const ResultRow& row) { found << row.name; }, {}, {}}, nullptr);
         flat.WalkFolder(dir.path() + u'/', u"*.Doc"_s, false, std::nullopt);
-        QCOMPARE(found, (QStringList{u"a.doc"_s, u"b.docx"_s}));
+        QCOMPARE(found, (QStringList{u"a.doc"_s, u"b.docx"_s, u"C.doc"_s}));
 
         found.clear();
         SearchRun missing({{}, [&](const ResultRow& row) { found << row.name; }, {}, {}}, nullptr);
@@ -121,27 +145,21 @@ private slots:
         QVERIFY(found.isEmpty());
     }
 
-    void stop_isSeenBeforeSubfolders_andTheLoopRunsEveryFifthFolder()
+    void stop_endsTheWalkAfterTheCurrentFoldersFiles()
     {
         QTemporaryDir dir;
-        for (int i = 0; i < 12; ++i) {
-            touch(dir.filePath(u"f%1/x%1.doc"_s.arg(i, 2, 10, QChar(u'0'))));
+        for (int i = 0; i < 6; ++i) {
+            touch(dir.filePath(u"f%1/x%1.doc"_s.arg(i)));
         }
+        touch(dir.filePath(u"f2/y2.doc"_s));
+        touch(dir.filePath(u"f2/sub/z2.doc"_s));
         touch(dir.filePath(u"top.doc"_s));
-        int pumps = 0;
-        QStringList folders;
-        SearchRun whole({[&](const QString& status) { folders << status; }, {}, [&] { ++pumps; }, {}}, nullptr);
-        whole.WalkFolder(dir.path(), u"*.Doc"_s, true, std::nullopt);
-        QCOMPARE(folders.size(), 13);
-        QCOMPARE(pumps, 3); // folders 1, 6 and 11
-        QCOMPARE(whole.hits(), 13);
-
         bool stop = false;
         QStringList found;
         SearchRun stopped({{},
                            [&](const ResultRow& row) {
                                found << row.name;
-                               stop = true; // the user presses Stop while the first folder is walked
+                               stop = stop || row.name == u"x2.doc"_s; // Stop pressed while f2 is walked
                            },
                            {},
                            [&] {
@@ -149,7 +167,43 @@ private slots:
                            }},
                           nullptr);
         stopped.WalkFolder(dir.path(), u"*.Doc"_s, true, std::nullopt);
-        QCOMPARE(found, QStringList{u"top.doc"_s});
+        // f2's own files are finished; neither its subfolder nor the folders after it are entered.
+        QCOMPARE(found, (QStringList{u"top.doc"_s, u"x0.doc"_s, u"x1.doc"_s, u"x2.doc"_s, u"y2.doc"_s}));
+    }
+
+    void theEventLoop_runsEveryFifthFolder_andWhenADocumentKeepsItWaiting()
+    {
+        QTemporaryDir dir;
+        for (int i = 0; i < 12; ++i) {
+            touch(dir.filePath(u"f%1/x%1.doc"_s.arg(i, 2, 10, QChar(u'0'))));
+        }
+        touch(dir.filePath(u"top.doc"_s));
+        QStringList folders;
+        QStringList pumpedAt;
+        SearchRun whole({[&](const QString& status) { folders << status; },
+                         {},
+                         [&] { pumpedAt << QString::number(folders.size()); },
+                         {}},
+                        nullptr);
+        whole.setPumpInterval(3600000);
+        whole.WalkFolder(dir.path(), u"*.Doc"_s, true, std::nullopt);
+        QCOMPARE(folders.size(), 13);
+        QCOMPARE(pumpedAt, (QStringList{u"0"_s, u"5"_s, u"10"_s})); // before folders 1, 6 and 11
+        QCOMPARE(whole.hits(), 13);
+
+        // One folder of slow documents: the loop still runs about every 40 ms.
+        QTemporaryDir slow;
+        for (int i = 0; i < 6; ++i) {
+            touch(slow.filePath(u"d%1.docx"_s.arg(i)));
+        }
+        SlowSearcher searcher;
+        int pumps = 0;
+        SearchRun run({{}, {}, [&] { ++pumps; }, {}}, &searcher);
+        run.setPumpInterval(40);
+        WordSearch words;
+        words.words = u"x"_s;
+        run.WalkFolder(slow.path(), u"*.Doc"_s, false, words);
+        QVERIFY2(pumps >= 3 && pumps <= 7, qPrintable(QString::number(pumps))); // 6 x 30 ms, one pump on entry
     }
 
     void rows_carryFolderDateSizeAndType()
@@ -158,37 +212,96 @@ private slots:
         touch(dir.filePath(u"a.docx"_s), 1536);
         touch(dir.filePath(u"b.doc"_s), 1500);
         touch(dir.filePath(u"c.doc"_s), 512);
+        QFile file(dir.filePath(u"a.docx"_s));
+        QVERIFY(file.open(QIODevice::ReadWrite));
+        QVERIFY(file.setFileTime(QDateTime(QDate(2024, 3, 5), QTime(14, 7, 9)), QFileDevice::FileModificationTime));
+        file.close();
         const ResultRow a = ResultRow::fromFile(QFileInfo(dir.filePath(u"a.docx"_s)));
+        QCOMPARE(a.path, QDir(dir.path()).absoluteFilePath(u"a.docx"_s));
         QCOMPARE(a.name, u"a.docx"_s);
         QCOMPARE(a.folder, QDir(dir.path()).absolutePath());
-        QCOMPARE(a.size, u"2 KB"_s);
+        QCOMPARE(a.modified, u"05/03/2024 02:07:09 PM"_s);
+        QCOMPARE(a.size, u"2 KB"_s); // 1.5 rounds to the even 2
         QVERIFY(!a.type.isEmpty());
-        QVERIFY(
-            QRegularExpression(u"^\\d\\d/\\d\\d/\\d{4} \\d\\d:\\d\\d:\\d\\d [AP]M$"_s).match(a.modified).hasMatch());
         QCOMPARE(ResultRow::fromFile(QFileInfo(dir.filePath(u"b.doc"_s))).size, u"1 KB"_s);
-        QCOMPARE(ResultRow::fromFile(QFileInfo(dir.filePath(u"c.doc"_s))).size, u"0 KB"_s);
+        QCOMPARE(ResultRow::fromFile(QFileInfo(dir.filePath(u"c.doc"_s))).size, u"0 KB"_s); // 0.5 rounds to 0
+
+        // 40 MB would overflow a 16-bit count of kilobytes; it keeps its size.
+        QFile large(dir.filePath(u"large.doc"_s));
+        QVERIFY(large.open(QIODevice::WriteOnly));
+        QVERIFY(large.resize(qint64(40) * 1024 * 1024));
+        large.close();
+        QCOMPARE(ResultRow::fromFile(QFileInfo(large.fileName())).size, u"40960 KB"_s);
     }
 
     void words_go_through_theDocumentSearcher_andBackupsAreKeptByPath()
     {
         QTemporaryDir dir;
         touch(dir.filePath(u"plain.doc"_s));
-        QFile hit(dir.filePath(u"sub/hit.docx"_s));
-        QDir().mkpath(dir.filePath(u"sub"_s));
-        QVERIFY(hit.open(QIODevice::WriteOnly));
-        hit.write("Dear customer");
-        hit.close();
+        write(dir.filePath(u"sub/hit.docx"_s), "Dear customer");
         ByteSearcher searcher;
         QStringList found;
+        QStringList statuses;
         WordSearch words;
         words.words = u"customer"_s;
         words.replace = true;
-        SearchRun run({{}, [&](const ResultRow& row) { found << row.name; }, {}, {}}, &searcher);
+        SearchRun run({[&](const QString& status) { statuses << status; },
+                       [&](const ResultRow& row) { found << row.name; },
+                       {},
+                       {}},
+                      &searcher);
         run.WalkFolder(dir.path(), u"*.Doc"_s, true, words);
         QCOMPARE(found, QStringList{u"hit.docx"_s});
-        QVERIFY(!run.backupFolder().isEmpty());
+        QVERIFY(statuses.contains(u"Processing document: "_s + dir.filePath(u"sub/hit.docx"_s)));
+        QVERIFY(statuses.contains(QDir::cleanPath(dir.filePath(u"sub"_s))));
+        QVERIFY(run.backupFolder().startsWith(AppPaths::applicationFolder() + u"/Backups/"_s));
         QVERIFY(QFile::exists(run.backupFolder() + u"/sub/hit.docx"_s));
         QVERIFY(!QFile::exists(run.backupFolder() + u"/plain.doc"_s));
+
+        // A replace run without a hit keeps no folder.
+        const QStringList before = QDir(AppPaths::applicationFolder() + u"/Backups"_s).entryList(QDir::Dirs);
+        words.words = u"nowhere"_s;
+        SearchRun empty({{}, {}, {}, {}}, &searcher);
+        empty.WalkFolder(dir.path(), u"*.Doc"_s, true, words);
+        QCOMPARE(empty.backupFolder(), QString());
+        QCOMPARE(QDir(AppPaths::applicationFolder() + u"/Backups"_s).entryList(QDir::Dirs), before);
+    }
+
+    void backups_ofTwoRunsInOneSecond_areKeptApart_andNeverSearchedAgain()
+    {
+        // The tree is the application folder itself, so the run's own backup folder lies in it.
+        const QString root = AppPaths::applicationFolder();
+        write(root + u"/letter.docx"_s, "Dear customer");
+        ByteSearcher searcher;
+        WordSearch words;
+        words.words = u"customer"_s;
+        words.replace = true;
+        QStringList backups;
+        int hits = 0;
+        for (int run = 0; run < 2; ++run) {
+            SearchRun twice({{}, {}, {}, {}}, &searcher);
+            twice.WalkFolder(root, u"*.Doc"_s, true, words);
+            backups << twice.backupFolder();
+            hits += twice.hits();
+        }
+        QCOMPARE(hits, 2); // the copies in the backup folders are not hits of their own
+        QVERIFY(!backups.at(0).isEmpty());
+        QVERIFY(!backups.at(1).isEmpty());
+        QVERIFY(backups.at(0) != backups.at(1));
+        QVERIFY(QFile::exists(backups.at(0) + u"/letter.docx"_s));
+        QVERIFY(QFile::exists(backups.at(1) + u"/letter.docx"_s));
+        QVERIFY(!QFile::exists(backups.at(1) + u"/Backups"_s));
+
+        // Chosen as the tree itself, the backups are searched, except this run's own folder.
+        int copies = 0;
+        for (QDirIterator it(root + u"/Backups"_s, {u"*.docx"_s}, QDir::Files, QDirIterator::Subdirectories);
+             it.hasNext(); it.next()) {
+            ++copies;
+        }
+        QVERIFY(copies >= 2);
+        SearchRun inBackups({{}, {}, {}, {}}, &searcher);
+        inBackups.WalkFolder(root + u"/Backups"_s, u"*.Doc"_s, true, words);
+        QCOMPARE(inBackups.hits(), copies);
     }
 };
 
