@@ -11,6 +11,7 @@
 #include "wizard/PostalMergeRun.h"
 #include "wizard/TokenEngine.h"
 
+#include <QDir>
 #include <QFileInfo>
 
 using namespace Qt::StringLiterals;
@@ -57,10 +58,7 @@ Result<LetterOptions> letterOptionsFrom(const CommandParser& parser)
         }
     } else {
         options.folder = TextUtil::trimSpaces(parser.value(u"out-dir"_s));
-        if (!options.folder.isEmpty()) {
-            MakeFolder(options.folder);
-        }
-        if (!QFileInfo(options.folder).isDir()) {
+        if (options.folder.isEmpty() || !QDir().mkpath(options.folder)) {
             return Failure::failure(2, u"--out-dir: cannot make the folder \"%1\""_s.arg(options.folder));
         }
     }

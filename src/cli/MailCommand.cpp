@@ -158,10 +158,10 @@ Result<MailOptions> mailOptionsFrom(const CommandParser& parser)
     }
     options.html = TextDecoding::decode(body.readAll());
     // The images go inside every message: one that cannot be read would end the run.
-    const Result<QList<QByteArray>> images =
-        InlineImages::LoadInlineImages(InlineImages::Embed(options.html).InlineImageList);
-    if (!images.ok()) {
-        return Failure::failure(2, u"the body names an image that cannot be read: %1"_s.arg(images.error().message));
+    for (const QString& image : InlineImages::paths(InlineImages::Embed(options.html).InlineImageList)) {
+        if (const QFileInfo file(image); !image.isEmpty() && !(file.isFile() && file.isReadable())) {
+            return Failure::failure(2, u"the body names an image that cannot be read: %1"_s.arg(image));
+        }
     }
     if (parser.isSet(u"attach"_s)) {
         options.attachTemplate = TextUtil::trimSpaces(parser.value(u"attach"_s));
@@ -204,7 +204,8 @@ class OutcomeReport
 public:
     void contact(int row, const QString& address, const QString& outcome)
     {
-        CliOutput::out(u"%1\t%2\t%3\n"_s.arg(row).arg(address, outcome));
+        // A server's reply of several lines stays on the contact's one line.
+        CliOutput::out(u"%1\t%2\t%3\n"_s.arg(row).arg(address, outcome.simplified()));
         if (outcome == u"sent"_s) {
             ++m_sent;
         } else if (outcome.startsWith(u"skipped"_s)) {

@@ -180,7 +180,13 @@ bool SmtpConversation::send(const QByteArray& data)
 
 bool SmtpConversation::sayHello()
 {
-    return send("EHLO " + QHostInfo::localHostName().toUtf8() + "\r\n") && WaitForReply("250", true);
+    if (!send("EHLO " + QHostInfo::localHostName().toUtf8() + "\r\n") || !WaitForReply("250", true)) {
+        return false;
+    }
+    // The rest of a reply that came line by line is read here, so that the next command does
+    // not take a "250-" line of it for its own reply.
+    completeMultilineReply();
+    return true;
 }
 
 bool SmtpConversation::completeMultilineReply()

@@ -1,0 +1,665 @@
+#include "SmtpSink.h"
+#include "TestSupport.h"
+#include "core/SettingsKeys.h"
+#include "core/SettingsStore.h"
+#include "wordlink/DocumentEngine.h"
+
+#include <QDateTime>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QJsonArray>
+#include <QProcess>
+#include <QRegularExpression>
+#include <QTcpServer>
+#include <QTemporaryDir>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+struct CliResult
+{
+    int exitCode = -1; // -1: the program did not end by itself
+    QString out;
+    QString err;
+};
+
+CliResult runCli(const QStringList& arguments, const QProcessEnvironment& environment = {})
+{
+    QProcess cli;
+    if (!environment.isEmpty()) {
+        cli.setProcessEnvironment(environment);
+    }
+    cli.start(QStringLiteral(QUILLBAY_CLI), arguments);
+    CliResult result;
+    if (cli.waitForFinished(120000) && cli.exitStatus() == QProcess::NormalExit) {
+        result.exitCode = cli.exitCode();
+    } else {
+        cli.kill();
+        cli.waitForFinished();
+    }
+    result.out = QString::fromUtf8(cli.readAllStandardOutput());
+    result.err = QString::fromUtf8(cli.readAllStandardError());
+    return result;
+}
+
+bool writeFile(const QString& path, const QByteArray& bytes)
+{
+    QDir().mkpath(QFileInfo(path).absolutePath());
+    QFile file(path);
+    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
+}
+
+QByteArray readFile(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+// The date line differs from run to run; everything else of a message is fixed.
+QByteArray withoutDate(QByteArray message)
+{
+    static const QRegularExpression date(u"\r\nDate: [^\r]*\r\n"_s);
+    return QString::fromLatin1(message).replace(date, u"\r\nDate: (date)\r\n"_s).toLatin1();
+}
+
+// The Base64 data of the MIME part under the header line, decoded.
+QByteArray partData(const QByteArray& message, const QByteArray& headerLine)
+{
+    const qsizetype start = message.indexOf(headerLine);
+    if (start < 0) {
+        return {};
+    }
+    const qsizetype body = message.indexOf("\r\n\r\n", start) + 4;
+    const qsizetype end = message.indexOf("\r\n--NextMimePart", body);
+    return QByteArray::fromBase64(message.mid(body, end - body).replace("\r\n", ""));
+}
+
+QString documentText(const QString& path)
+{
+    auto application = wordlink::NewApplication();
+    auto opened = application->Open(path, true);
+    const QString text = opened.ok() ? opened.value()->ContentText().value() : QString();
+    application->Quit();
+    return text;
+}
+
+QStringList sortedLines(const QString& text)
+{
+    QStringList lines = text.split(u'\n', Qt::SkipEmptyParts);
+    lines.sort();
+    return lines;
+}
+
+} // namespace
+
+class CliTest : public QObject
+{
+    Q_OBJECT
+
+private:
+    QTemporaryDir m_dir;
+    QString m_contacts;
+    QString m_body;
+
+    QString path(const QString& name) const { return m_dir.filePath(name); }
+
+    // The mail options every mail test shares, with the run's target behind them.
+    QStringList mailArguments(const QStringList& target) const
+    {
+        return QStringList{u"mail"_s,        u"--contacts"_s,
+                           m_contacts,       u"--skip-first-row"_s,
+                           u"--subject"_s,   u"News for [[FirstName]] [[LastName]]"_s,
+                           u"--body"_s,      m_body,
+                           u"--from"_s,      u"news@example.com"_s,
+                           u"--from-name"_s, u"Quillbay News"_s} +
+               target;
+    }
+
+private slots:
+    void initTestCase()
+    {
+        TestSupport::isolateUserFolders();
+        QVERIFY(m_dir.isValid());
+        // Lines end in CR LF, as the importer reads them; one company holds a quoted comma.
+        m_contacts = path(u"contacts.csv"_s);
+        QVERIFY(writeFile(m_contacts, "First Name,Last Name,Email,Company,Region\r\n"
+                                      "Ann,Lee,ann@example.com,Acme,North\r\n"
+                                      ",Moe,moe@example.com,\"Beta, Inc\",South\r\n"
+                                      "Bob,Ray,no-address,Gamma,East\r\n"));
+        m_body = path(u"body.html"_s);
+        QVERIFY(writeFile(m_body, "<p>Dear [[FirstName]] of [[CompanyName]] ([[Region]])</p>\r\n.\r\n<p>.x</p>"));
+    }
+
+    void init() { TestSupport::resetSettings(); }
+
+    void help_ofEveryCommand_data()
+    {
+        QTest::addColumn<QStringList>("arguments");
+        QTest::addColumn<QStringList>("expected");
+        QTest::newRow("overview") << QStringList{u"--help"_s}
+                                  << QStringList{u"Usage: quillbay-cli COMMAND"_s, u"mail"_s, u"letters"_s,
+                                                 u"search"_s};
+        QTest::newRow("mail") << QStringList{u"mail"_s, u"--help"_s}
+                              << QStringList{u"Usage: quillbay-cli mail --contacts FILE"_s,
+                                             u"--eml-dir <DIR>"_s,
+                                             u"--smtp <HOST[:PORT]>"_s,
+                                             u"--password-env <VAR>"_s,
+                                             u"--tls"_s,
+                                             u"--map <FIELD=COLUMN>"_s,
+                                             u"--blank <FIELD=TEXT>"_s};
+        QTest::newRow("letters") << QStringList{u"letters"_s, u"--help"_s}
+                                 << QStringList{u"Usage: quillbay-cli letters --contacts FILE"_s,
+                                                u"--template <FILE>"_s, u"--out-dir <DIR>"_s, u"--combined <FILE>"_s};
+        QTest::newRow("search") << QStringList{u"search"_s, u"--help"_s}
+                                << QStringList{u"Usage: quillbay-cli search --folder DIR"_s, u"--whole-word"_s,
+                                               u"--wildcards"_s, u"--replace <TEXT>"_s};
+    }
+
+    void help_ofEveryCommand()
+    {
+        QFETCH(QStringList, arguments);
+        QFETCH(QStringList, expected);
+        const CliResult result = runCli(arguments);
+        QCOMPARE(result.exitCode, 0);
+        QCOMPARE(result.err, QString());
+        for (const QString& text : expected) {
+            QVERIFY2(result.out.contains(text), qPrintable(text + u" is missing from:\n"_s + result.out));
+        }
+    }
+
+    void badArguments_endWithStatusTwoAndOneLine_data()
+    {
+        QTest::addColumn<QStringList>("arguments");
+        QTest::addColumn<QString>("expected");
+        const QString csv = path(u"contacts.csv"_s);
+        const QString body = path(u"body.html"_s);
+        const QString eml = path(u"never"_s);
+        const QStringList mail = {u"mail"_s, u"--contacts"_s, csv, u"--subject"_s, u"Hi"_s, u"--body"_s, body};
+        const QStringList toFolder = {u"--eml-dir"_s, eml};
+        QVERIFY(writeFile(path(u"noColumns.csv"_s), "\r\nAnn,ann@example.com\r\n"));
+        QVERIFY(writeFile(path(u"headerOnly.csv"_s), "Name,Email\r\n"));
+        QVERIFY(writeFile(path(u"strangeColumns.csv"_s), "Nick,Mail\r\nAl,al@example.com\r\n"));
+        QVERIFY(writeFile(path(u"picture.html"_s), "<img src=\"file://" + path(u"gone.png"_s).toUtf8() + "\">"));
+        QVERIFY(TestSupport::makeDocx(u"plain"_s, path(u"letter.docx"_s), u"Dear [[FirstName]]"_s));
+        const QStringList letters = {u"letters"_s, u"--contacts"_s, csv, u"--template"_s, path(u"letter.docx"_s)};
+
+        QTest::newRow("no command") << QStringList{} << u"no command given"_s;
+        QTest::newRow("unknown command") << QStringList{u"merge"_s} << u"unknown command \"merge\""_s;
+        QTest::newRow("unknown option") << QStringList{u"mail"_s, u"--colour"_s} << u"Unknown option 'colour'"_s;
+        QTest::newRow("stray argument") << QStringList{u"search"_s, u"--folder"_s, m_dir.path(), u"extra"_s}
+                                        << u"unexpected argument \"extra\""_s;
+        QTest::newRow("no contacts") << QStringList{u"mail"_s, u"--subject"_s, u"Hi"_s} + toFolder
+                                     << u"--contacts FILE is required"_s;
+        QTest::newRow("unknown kind") << mail + toFolder + QStringList{u"--kind"_s, u"tsv"_s}
+                                      << u"unknown --kind \"tsv\""_s;
+        QTest::newRow("excel is parsed, not read")
+            << mail + toFolder + QStringList{u"--kind"_s, u"excel"_s, u"--sheet"_s, u"Sheet1"_s}
+            << u"the contact kind \"excel\" is not available in this build"_s;
+        QTest::newRow("access is parsed, not read")
+            << mail + toFolder +
+                   QStringList{u"--kind"_s, u"access"_s, u"--table"_s, u"People"_s, u"--password"_s, u"x"_s}
+            << u"the contact kind \"access\" is not available in this build"_s;
+        QTest::newRow("address book by its ending")
+            << QStringList{u"letters"_s,
+                           u"--contacts"_s,
+                           path(u"people.vcf"_s),
+                           u"--template"_s,
+                           path(u"letter.docx"_s),
+                           u"--out-dir"_s,
+                           eml}
+            << u"the contact kind \"addressbook\" is not available in this build"_s;
+        QTest::newRow("sheet of a text file")
+            << mail + toFolder + QStringList{u"--sheet"_s, u"S"_s} << u"--sheet belongs to --kind excel"_s;
+        QTest::newRow("missing file")
+            << QStringList{u"mail"_s, u"--contacts"_s, path(u"absent.csv"_s), u"--subject"_s, u"Hi"_s, u"--body"_s,
+                           body} +
+                   toFolder
+            << u"File Doesn't Exists"_s;
+        QTest::newRow("first line empty")
+            << QStringList{u"mail"_s, u"--contacts"_s, path(u"noColumns.csv"_s), u"--subject"_s, u"Hi"_s, u"--body"_s,
+                           body} +
+                   toFolder
+            << u"names no columns"_s;
+        QTest::newRow("no rows") << QStringList{u"mail"_s,
+                                                u"--contacts"_s,
+                                                path(u"headerOnly.csv"_s),
+                                                u"--skip-first-row"_s,
+                                                u"--subject"_s,
+                                                u"Hi"_s,
+                                                u"--body"_s,
+                                                body} +
+                                        toFolder
+                                 << u"holds no contacts"_s;
+        QTest::newRow("nothing guessed") << QStringList{u"mail"_s,
+                                                        u"--contacts"_s,
+                                                        path(u"strangeColumns.csv"_s),
+                                                        u"--subject"_s,
+                                                        u"Hi"_s,
+                                                        u"--body"_s,
+                                                        body} +
+                                                toFolder
+                                         << u"Please Map any Field"_s;
+        QTest::newRow("map of no field") << mail + toFolder + QStringList{u"--map"_s, u"Nick=Region"_s}
+                                         << u"no merge field is called \"Nick\""_s;
+        QTest::newRow("map of no column") << mail + toFolder + QStringList{u"--map"_s, u"FirstName=Nickname"_s}
+                                          << u"the contact list has no column \"Nickname\""_s;
+        QTest::newRow("map without =") << mail + toFolder + QStringList{u"--map"_s, u"FirstName"_s}
+                                       << u"--map wants FIELD=COLUMN"_s;
+        QTest::newRow("four customs") << mail + toFolder + QStringList{u"--custom"_s, u"A=Region"_s, u"--custom"_s,
+                                                                       u"B=Region"_s, u"--custom"_s, u"C=Region"_s,
+                                                                       u"--custom"_s, u"D=Region"_s}
+                                      << u"at most three --custom fields"_s;
+        QTest::newRow("blank of a field without one")
+            << mail + toFolder + QStringList{u"--blank"_s, u"WebPage=x"_s} << u"--blank wants FirstName, LastName"_s;
+        QTest::newRow("no subject") << QStringList{u"mail"_s, u"--contacts"_s, csv, u"--body"_s, body} + toFolder
+                                    << u"--subject TEXT is required"_s;
+        QTest::newRow("empty subject") << QStringList{u"mail"_s, u"--contacts"_s, csv, u"--subject"_s,
+                                                      QString(), u"--body"_s,     body} +
+                                              toFolder
+                                       << u"Please Specify a Subject"_s;
+        QTest::newRow("unreadable body")
+            << QStringList{u"mail"_s,   u"--contacts"_s,       csv, u"--subject"_s, u"Hi"_s,
+                           u"--body"_s, path(u"absent.html"_s)} +
+                   toFolder
+            << u"cannot read the body"_s;
+        QTest::newRow("missing picture")
+            << QStringList{u"mail"_s,   u"--contacts"_s,        csv, u"--subject"_s, u"Hi"_s,
+                           u"--body"_s, path(u"picture.html"_s)} +
+                   toFolder
+            << u"names an image that cannot be read"_s;
+        QTest::newRow("missing attachment") << mail + toFolder + QStringList{u"--attach"_s, path(u"absent.docx"_s)}
+                                            << u"Select a Valid Template File"_s;
+        QTest::newRow("no target") << mail << u"give either --eml-dir DIR or --smtp HOST[:PORT]"_s;
+        QTest::newRow("two targets") << mail + toFolder + QStringList{u"--smtp"_s, u"localhost"_s}
+                                     << u"give either --eml-dir DIR or --smtp HOST[:PORT]"_s;
+        QTest::newRow("bad port") << mail + QStringList{u"--smtp"_s, u"localhost:99999"_s}
+                                  << u"--smtp wants HOST or HOST:PORT"_s;
+        QTest::newRow("bad tls") << mail + QStringList{u"--smtp"_s, u"localhost"_s, u"--tls"_s, u"always"_s}
+                                 << u"--tls wants auto, starttls, ssl or off"_s;
+        QTest::newRow("password variable unset")
+            << mail + QStringList{u"--smtp"_s, u"localhost"_s, u"--password-env"_s, u"QB_NOT_SET_ANYWHERE"_s}
+            << u"the environment variable QB_NOT_SET_ANYWHERE is not set"_s;
+        QTest::newRow("no sender") << mail + QStringList{u"--smtp"_s, u"localhost"_s} << u"no sender address"_s;
+        QTest::newRow("letters without target") << letters << u"give either --out-dir DIR or --combined FILE"_s;
+        QTest::newRow("letters over the template")
+            << letters + QStringList{u"--combined"_s, path(u"letter.docx"_s)} << u"Document Name Invalid"_s;
+        QTest::newRow("letters without template")
+            << QStringList{u"letters"_s, u"--contacts"_s, csv, u"--out-dir"_s, eml}
+            << u"Select a Valid Template File"_s;
+        QTest::newRow("search without folder")
+            << QStringList{u"search"_s, u"--words"_s, u"x"_s} << u"--folder DIR must name an existing folder"_s;
+        QTest::newRow("replace without words")
+            << QStringList{u"search"_s, u"--folder"_s, m_dir.path(), u"--replace"_s, u"y"_s}
+            << u"--replace needs --words TEXT"_s;
+    }
+
+    void badArguments_endWithStatusTwoAndOneLine()
+    {
+        QFETCH(QStringList, arguments);
+        QFETCH(QString, expected);
+        const CliResult result = runCli(arguments);
+        QCOMPARE(result.exitCode, 2);
+        QCOMPARE(result.out, QString());
+        QVERIFY2(result.err.startsWith(u"quillbay-cli: "_s) && result.err.count(u'\n') == 1 &&
+                     result.err.endsWith(u'\n'),
+                 qPrintable(result.err));
+        QVERIFY2(result.err.contains(expected), qPrintable(result.err));
+        // Nothing was written and no map was remembered.
+        QVERIFY(!QFileInfo::exists(path(u"never/00001.eml"_s)));
+        SettingsStore::instance().reload();
+        QCOMPARE(SettingsStore::instance().value(Keys::CommaFile), QString());
+    }
+
+    void mailToEmlDir_writesTheBytesThatFollowData()
+    {
+        const QString folder = path(u"eml"_s);
+        const CliResult result = runCli(mailArguments(
+            {u"--custom"_s, u"Region=Region"_s, u"--reply-to"_s, u"answers@example.com"_s, u"--eml-dir"_s, folder}));
+        QCOMPARE(result.err, QString());
+        QCOMPARE(result.exitCode, 0);
+        QCOMPARE(result.out, u"1\tann@example.com\tsent\n"
+                             u"2\tmoe@example.com\tsent\n"
+                             u"3\tno-address\tskipped: no \"@\" in the address\n"
+                             u"All mails are successfully Sent. (2 sent, 1 skipped, 0 failed)\n"_s);
+        QCOMPARE(QDir(folder).entryList(QDir::Files), (QStringList{u"00001.eml"_s, u"00002.eml"_s}));
+        // The empty first name of a mapped source takes the stored blank text ("Sir" by default);
+        // the quoted comma stays inside the company; the lone dot line gets its zero character.
+        const QByteArray second = readFile(folder + u"/00002.eml"_s);
+        QVERIFY2(second.contains("\r\nDate: "), second.constData());
+        static const char expected[] = "Reply-To: answers@example.com\r\n"
+                                       "From: Quillbay News<news@example.com>\r\n"
+                                       "To: moe@example.com\r\n"
+                                       "Date: (date)\r\n"
+                                       "Subject: News for Sir Moe\r\n"
+                                       "Content-Type: text/html;\tcharset=us-ascii\r\n"
+                                       "\r\n"
+                                       "<p>Dear Sir of Beta, Inc (South)</p>\r\n"
+                                       ".\0\r\n"
+                                       "<p>.x</p>\r\n";
+        QCOMPARE(withoutDate(second), QByteArray(expected, sizeof(expected) - 1));
+        QVERIFY(readFile(folder + u"/00001.eml"_s).contains("<p>Dear Ann of Acme (North)</p>"));
+    }
+
+    void mail_blankTexts_storedUnlessGiven()
+    {
+        SettingsStore::instance().setValue(Keys::BlankFirstName, u"Colleague"_s);
+        CliResult result = runCli(mailArguments({u"--eml-dir"_s, path(u"stored"_s)}));
+        QCOMPARE(result.exitCode, 0);
+        QVERIFY(readFile(path(u"stored/00002.eml"_s)).contains("Subject: News for Colleague Moe\r\n"));
+
+        result = runCli(mailArguments({u"--blank"_s, u"FirstName=  Friend "_s, u"--eml-dir"_s, path(u"given"_s)}));
+        QCOMPARE(result.exitCode, 0);
+        QVERIFY(readFile(path(u"given/00002.eml"_s)).contains("Subject: News for Friend Moe\r\n"));
+    }
+
+    void mail_withoutMap_remembersTheMapOfThatFileOnly()
+    {
+        // "Mail" and "Firm" are in no alias list; "Name" is guessed for the first name.
+        const QByteArray list = "Name,Mail,Firm\r\nAl,al@example.com,Zeta\r\n";
+        const QString first = path(u"remembered/list.csv"_s);
+        const QString copy = path(u"remembered/copy.csv"_s);
+        QVERIFY(writeFile(first, list));
+        QVERIFY(writeFile(copy, list));
+        QVERIFY(writeFile(path(u"remembered/body.html"_s), "[[FirstName]]|[[CompanyName]]"));
+        const auto run = [this](const QString& contacts, const QStringList& more, const QString& folder) {
+            return runCli(QStringList{u"mail"_s, u"--contacts"_s, contacts, u"--skip-first-row"_s, u"--subject"_s,
+                                      u"Hi"_s, u"--body"_s, path(u"remembered/body.html"_s), u"--eml-dir"_s,
+                                      path(folder)} +
+                          more);
+        };
+
+        // --map replaces the standard fields: the guessed first name is gone, so its blank text shows.
+        CliResult result =
+            run(first, {u"--map"_s, u"Email1Address=Mail"_s, u"--map"_s, u"CompanyName=Firm"_s}, u"r1"_s);
+        QCOMPARE(result.out.section(u'\n', 0, 0), u"1\tal@example.com\tsent"_s);
+        QVERIFY(readFile(path(u"r1/00001.eml"_s)).endsWith("\r\n\r\nSir|Zeta\r\n"));
+
+        result = run(first, {}, u"r2"_s);
+        QCOMPARE(result.out.section(u'\n', 0, 0), u"1\tal@example.com\tsent"_s);
+        QVERIFY(readFile(path(u"r2/00001.eml"_s)).endsWith("\r\n\r\nSir|Zeta\r\n"));
+
+        // Another file with the same columns gets the dictionary guess: no address column.
+        result = run(copy, {}, u"r3"_s);
+        QCOMPARE(result.exitCode, 0);
+        QCOMPARE(result.out.section(u'\n', 0, 0), u"1\t\tskipped: no \"@\" in the address"_s);
+    }
+
+    void mailWithAttachment_eachContactGetsItsOwnCopy()
+    {
+        const QString offer = path(u"offer.docx"_s);
+        QVERIFY(TestSupport::makeDocx(u"plain"_s, offer, u"Offer for [[FirstName]] [[LastName]]|of [[CompanyName]]"_s));
+        const QString folder = path(u"attached"_s);
+        const CliResult result = runCli(mailArguments({u"--attach"_s, offer, u"--eml-dir"_s, folder}));
+        QCOMPARE(result.exitCode, 0);
+        const QList<QByteArray> expected = {"Offer for Ann Lee", "Offer for  Moe"};
+        for (int k = 0; k < expected.size(); ++k) {
+            const QByteArray message = readFile(folder + u"/0000%1.eml"_s.arg(k + 1));
+            const QByteArray copy = partData(message, "Content-Type: application/msword; name=\"offer.docx\"\r\n");
+            QVERIFY2(!copy.isEmpty(), message.left(600).constData());
+            const QString copyPath = path(u"copy%1.docx"_s.arg(k));
+            QVERIFY(writeFile(copyPath, copy));
+            // In a document the row's text stands as it is: no blank text for Moe's first name.
+            QVERIFY2(documentText(copyPath).startsWith(QString::fromLatin1(expected.at(k)) + u'\r'),
+                     qPrintable(documentText(copyPath)));
+        }
+        QVERIFY(documentText(offer).startsWith(u"Offer for [[FirstName]] [[LastName]]"_s));
+    }
+
+    void mailOverSmtp_theServerGetsWhatTheFolderHolds()
+    {
+        SmtpSink sink({false, false, u"mailer:s3cret"_s, 0});
+        QVERIFY2(sink.isRunning(), qPrintable(sink.errorText()));
+        const QString body = path(u"plain.html"_s);
+        QVERIFY(writeFile(body, "<p>Dear [[FirstName]] of [[CompanyName]]</p>"));
+        QStringList arguments = mailArguments({});
+        arguments[arguments.indexOf(m_body)] = body;
+
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(u"QB_MAIL_PASSWORD"_s, u"s3cret"_s);
+        const CliResult sent =
+            runCli(arguments + QStringList{u"--smtp"_s, u"127.0.0.1:%1"_s.arg(sink.port()), u"--user"_s, u"mailer"_s,
+                                           u"--password-env"_s, u"QB_MAIL_PASSWORD"_s},
+                   environment);
+        QCOMPARE(sent.err, QString());
+        QCOMPARE(sent.exitCode, 0);
+        QCOMPARE(sent.out.section(u'\n', 0, 1), u"1\tann@example.com\tsent\n2\tmoe@example.com\tsent"_s);
+        const QList<SmtpSink::StoredMessage> received = sink.messages(2);
+        QCOMPARE(received.size(), 2);
+        QCOMPARE(received.at(0).envelope.value(u"to"_s).toArray().at(0).toString(), u"ann@example.com"_s);
+        QCOMPARE(received.at(1).envelope.value(u"from"_s).toString(), u"news@example.com"_s);
+        QVERIFY(received.at(1).envelope.value(u"authenticated"_s).toBool());
+
+        const CliResult written = runCli(arguments + QStringList{u"--eml-dir"_s, path(u"same"_s)});
+        QCOMPARE(written.out, sent.out);
+        QCOMPARE(withoutDate(received.at(1).content), withoutDate(readFile(path(u"same/00002.eml"_s))));
+    }
+
+    void mailOverSmtp_refusedRecipient_leavesItsTransactionOpen()
+    {
+        SmtpSink sink;
+        QVERIFY2(sink.isRunning(), qPrintable(sink.errorText()));
+        const QString contacts = path(u"refused.csv"_s);
+        QVERIFY(writeFile(contacts, "Email\r\nfirst@example.com\r\nbad@@example.com\r\nlast@example.com\r\n"));
+        QStringList arguments = mailArguments({u"--smtp"_s, u"127.0.0.1:%1"_s.arg(sink.port())});
+        arguments[arguments.indexOf(m_contacts)] = contacts;
+        // A reply with another code costs the whole wait: let it be one second.
+        SettingsStore::instance().setValue(Keys::SmtpInterval, u"1"_s);
+        const CliResult result = runCli(arguments);
+        // A refused message does not stop the run, and no RSET follows it: the next contact's
+        // MAIL FROM meets the transaction still open on the server.
+        QCOMPARE(result.exitCode, 0);
+        const QStringList lines = result.out.split(u'\n', Qt::SkipEmptyParts);
+        QCOMPARE(lines.size(), 4);
+        QCOMPARE(lines.at(0), u"1\tfirst@example.com\tsent"_s);
+        QVERIFY2(lines.at(1).startsWith(u"2\tbad@@example.com\tfailed: 553 "_s), qPrintable(lines.at(1)));
+        QCOMPARE(lines.at(2), u"3\tlast@example.com\tfailed: 503 Error: nested MAIL command"_s);
+        QCOMPARE(lines.at(3), u"All mails are successfully Sent. (1 sent, 0 skipped, 2 failed)"_s);
+        QCOMPARE(sink.messages(1).size(), 1);
+    }
+
+    void mailOverSmtp_anEhloReplyInPieces_isReadWhole()
+    {
+        // A busy server writes its EHLO reply line by line. Left unread, the rest of it would
+        // answer the next commands, and the 354 of DATA would arrive behind the 250 of an earlier
+        // command in one piece, which the wait never takes for its reply.
+        QProcess server;
+        server.start(QString::fromLatin1(TestSupport::DebianPython),
+                     {TestSupport::sourceDir() + u"/tests/cli/split_reply_smtp.py"_s});
+        QVERIFY(server.waitForReadyRead(10000));
+        const QString port = QString::fromLatin1(server.readLine()).trimmed();
+        SettingsStore::instance().setValue(Keys::SmtpInterval, u"3"_s);
+        const CliResult result = runCli(mailArguments({u"--smtp"_s, u"127.0.0.1:"_s + port, u"--tls"_s, u"off"_s}));
+        QCOMPARE(result.exitCode, 0);
+        QCOMPARE(result.out.section(u'\n', 0, 1), u"1\tann@example.com\tsent\n2\tmoe@example.com\tsent"_s);
+        QVERIFY(server.waitForFinished(10000));
+        QCOMPARE(server.readAllStandardOutput().trimmed(), QByteArray("2"));
+    }
+
+    void mailOverSmtp_tlsModes_data()
+    {
+        QTest::addColumn<bool>("starttls");
+        QTest::addColumn<bool>("implicitTls");
+        QTest::addColumn<QString>("mode");
+        QTest::addColumn<bool>("trusted");
+        QTest::addColumn<int>("exitCode");
+        QTest::addColumn<QString>("error");
+        QTest::newRow("auto takes the offered STARTTLS") << true << false << u"auto"_s << true << 0 << QString();
+        QTest::newRow("off ignores the offer") << true << false << u"off"_s << false << 0 << QString();
+        QTest::newRow("starttls required, none offered")
+            << false << false << u"starttls"_s << true << 1 << u"offers no STARTTLS"_s;
+        QTest::newRow("ssl from the first byte on any port") << false << true << u"ssl"_s << true << 0 << QString();
+        QTest::newRow("ssl to an authority not trusted")
+            << false << true << u"ssl"_s << false << 1 << u"could not be verified"_s;
+    }
+
+    void mailOverSmtp_tlsModes()
+    {
+        QFETCH(bool, starttls);
+        QFETCH(bool, implicitTls);
+        QFETCH(QString, mode);
+        QFETCH(bool, trusted);
+        QFETCH(int, exitCode);
+        QFETCH(QString, error);
+        SmtpSink sink({starttls, implicitTls, QString(), 0});
+        QVERIFY2(sink.isRunning(), qPrintable(sink.errorText()));
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        if (trusted) {
+            environment.insert(u"SSL_CERT_FILE"_s, sink.authorityCertificate());
+        }
+        const CliResult result =
+            runCli(mailArguments({u"--smtp"_s, u"localhost:%1"_s.arg(sink.port()), u"--tls"_s, mode}), environment);
+        QCOMPARE(result.exitCode, exitCode);
+        if (exitCode == 0) {
+            QCOMPARE(result.err, QString());
+            const QList<SmtpSink::StoredMessage> received = sink.messages(2);
+            QCOMPARE(received.size(), 2);
+            QCOMPARE(received.at(0).envelope.value(u"tls"_s).toBool(), mode != u"off"_s);
+        } else {
+            QVERIFY2(result.err.contains(error) && result.err.count(u'\n') == 1, qPrintable(result.err));
+            QVERIFY(result.out.contains(u"Process Cancelled!"_s));
+            QCOMPARE(sink.messages(0, 200).size(), 0);
+        }
+    }
+
+    void mailOverSmtp_cutOffRuns_endWithStatusOne()
+    {
+        // A closed port: the socket error ends the run.
+        quint16 closedPort = 0;
+        {
+            QTcpServer probe;
+            QVERIFY(probe.listen(QHostAddress::LocalHost));
+            closedPort = probe.serverPort();
+        }
+        CliResult result = runCli(mailArguments({u"--smtp"_s, u"127.0.0.1:%1"_s.arg(closedPort)}));
+        QCOMPARE(result.exitCode, 1);
+        QVERIFY2(result.err.contains(u"Connection refused"_s), qPrintable(result.err));
+        QVERIFY(result.out.endsWith(u"Process Cancelled! (0 sent, 0 skipped, 1 failed)\n"_s));
+
+        // A server that never greets, with the stored timeout of 0 (wait without end): SIGTERM
+        // cuts the run off as its Cancel button would.
+        QTcpServer silent;
+        QVERIFY(silent.listen(QHostAddress::LocalHost));
+        QProcess cli;
+        cli.start(QStringLiteral(QUILLBAY_CLI),
+                  mailArguments({u"--smtp"_s, u"127.0.0.1:%1"_s.arg(silent.serverPort())}));
+        QVERIFY(silent.waitForNewConnection(30000));
+        QTest::qWait(300);
+        QCOMPARE(cli.state(), QProcess::Running);
+        cli.terminate();
+        QVERIFY(cli.waitForFinished(30000));
+        QCOMPARE(cli.exitStatus(), QProcess::NormalExit);
+        QCOMPARE(cli.exitCode(), 1);
+        QCOMPARE(QString::fromUtf8(cli.readAllStandardError()), u"quillbay-cli: the run was cut off by a signal\n"_s);
+        QVERIFY(QString::fromUtf8(cli.readAllStandardOutput()).contains(u"Process Cancelled!"_s));
+    }
+
+    void letters_inAFolderAndCombined()
+    {
+        const QString letter = path(u"letter.docx"_s);
+        QVERIFY(TestSupport::makeDocx(u"plain"_s, letter,
+                                      u"Dear [[FirstName]] [[LastName]]|[[CompanyName]], [[Region]]"_s));
+        const QStringList source = {u"letters"_s,  u"--contacts"_s,    m_contacts,      u"--skip-first-row"_s,
+                                    u"--custom"_s, u"Region=Region"_s, u"--template"_s, letter};
+        const QString folder = path(u"post/letters"_s);
+        CliResult result = runCli(source + QStringList{u"--out-dir"_s, folder});
+        QCOMPARE(result.err, QString());
+        QCOMPARE(result.exitCode, 0);
+        QCOMPARE(result.out, folder + u"/Quillbay+1.docx\n"_s + folder + u"/Quillbay+2.docx\n"_s + folder +
+                                 u"/Quillbay+3.docx\nFiles are Saved Successfully\n"_s);
+        // No blank text in a letter: Moe's empty first name simply goes.
+        QCOMPARE(documentText(folder + u"/Quillbay+2.docx"_s), u"Dear  Moe\rBeta, Inc, South\r"_s);
+
+        const QString combined = path(u"post/all.docx"_s);
+        result = runCli(source + QStringList{u"--combined"_s, combined});
+        QCOMPARE(result.exitCode, 0);
+        QCOMPARE(result.out, combined + u"\nall.docx is Successfully Stored\n"_s);
+        const QString text = documentText(combined);
+        QVERIFY2(text.startsWith(u"Dear Ann Lee\rAcme, North\r"_s), qPrintable(text));
+        QVERIFY2(text.contains(u"Dear  Moe"_s) && text.contains(u"Dear Bob Ray\rGamma, East"_s), qPrintable(text));
+        QCOMPARE(text.count(u'\f'), 2);
+    }
+
+    void search_byNameAndWords_data()
+    {
+        QTest::addColumn<QStringList>("options");
+        QTest::addColumn<QStringList>("names");
+        QTest::newRow("default pattern, one folder") << QStringList{} << QStringList{u"alpha.docx"_s, u"beta.docx"_s};
+        QTest::newRow("subfolders") << QStringList{u"--subfolders"_s}
+                                    << QStringList{u"alpha.docx"_s, u"beta.docx"_s, u"gamma.docx"_s};
+        QTest::newRow("a bare word") << QStringList{u"--pattern"_s, u"alp"_s} << QStringList{u"alpha.docx"_s};
+        QTest::newRow("another extension finds nothing") << QStringList{u"--pattern"_s, u"*.txt"_s} << QStringList{};
+        QTest::newRow("words") << QStringList{u"--subfolders"_s, u"--words"_s, u" zanzibar "_s}
+                               << QStringList{u"alpha.docx"_s, u"gamma.docx"_s};
+        QTest::newRow("words, case counts")
+            << QStringList{u"--subfolders"_s, u"--words"_s, u"Zanzibar"_s, u"--match-case"_s} << QStringList{};
+        QTest::newRow("whole word") << QStringList{u"--subfolders"_s, u"--words"_s, u"zanz"_s, u"--whole-word"_s}
+                                    << QStringList{};
+    }
+
+    void search_byNameAndWords()
+    {
+        QFETCH(QStringList, options);
+        QFETCH(QStringList, names);
+        const QString root = searchTree();
+        QVERIFY(!root.isEmpty());
+        const CliResult result = runCli(QStringList{u"search"_s, u"--folder"_s, root} + options);
+        QCOMPARE(result.exitCode, 0);
+        QCOMPARE(result.err, QString());
+        QStringList rows = result.out.split(u'\n', Qt::SkipEmptyParts);
+        QVERIFY(!rows.isEmpty());
+        QCOMPARE(rows.takeLast(), names.isEmpty() ? u"0 Items"_s : u"%1 items"_s.arg(names.size()));
+        QStringList found;
+        static const QRegularExpression modified(u"^\\d\\d/\\d\\d/\\d{4} \\d\\d:\\d\\d:\\d\\d [AP]M$"_s);
+        for (const QString& row : std::as_const(rows)) {
+            const QStringList fields = row.split(u'\t');
+            QCOMPARE(fields.size(), 5);
+            found << fields.at(0);
+            QCOMPARE(fields.at(1), fields.at(0) == u"gamma.docx"_s ? root + u"/sub"_s : root);
+            QVERIFY2(modified.match(fields.at(2)).hasMatch(), qPrintable(fields.at(2)));
+            QVERIFY(fields.at(3).endsWith(u" KB"_s));
+            QVERIFY(!fields.at(4).isEmpty());
+        }
+        found.sort();
+        QCOMPARE(found, names);
+    }
+
+    void search_replace_changesOnlyTheDocumentsHit()
+    {
+        const QString root = searchTree();
+        QVERIFY(!root.isEmpty());
+        const QByteArray betaBefore = readFile(root + u"/beta.docx"_s);
+        const QDateTime betaTime = QFileInfo(root + u"/beta.docx"_s).lastModified();
+        const CliResult result = runCli({u"search"_s, u"--folder"_s, root, u"--subfolders"_s, u"--words"_s,
+                                         u"zanzibar"_s, u"--replace"_s, u"Paris"_s});
+        QCOMPARE(result.exitCode, 0);
+        QCOMPARE(sortedLines(result.out).filter(u".docx"_s).size(), 2);
+        QVERIFY(result.out.endsWith(u"2 items\n"_s));
+        QVERIFY2(result.err.startsWith(u"Originals kept in "_s), qPrintable(result.err));
+        QCOMPARE(documentText(root + u"/alpha.docx"_s), u"hello Paris\r"_s);
+        QCOMPARE(documentText(root + u"/sub/gamma.docx"_s), u"Paris twice Paris\r"_s);
+        QCOMPARE(readFile(root + u"/beta.docx"_s), betaBefore);
+        QCOMPARE(QFileInfo(root + u"/beta.docx"_s).lastModified(), betaTime);
+    }
+
+private:
+    // A fresh folder: alpha and beta, a subfolder with gamma, Word's lock file and a text file.
+    QString searchTree()
+    {
+        static int count = 0;
+        const QString root = path(u"tree%1"_s.arg(++count));
+        const bool made =
+            QDir().mkpath(root + u"/sub"_s) &&
+            TestSupport::makeDocx(u"plain"_s, root + u"/alpha.docx"_s, u"hello zanzibar"_s) &&
+            TestSupport::makeDocx(u"plain"_s, root + u"/beta.docx"_s, u"hello world"_s) &&
+            TestSupport::makeDocx(u"plain"_s, root + u"/sub/gamma.docx"_s, u"zanzibar twice zanzibar"_s) &&
+            QFile::copy(root + u"/alpha.docx"_s, root + u"/~$alpha.docx"_s) &&
+            writeFile(root + u"/notes.txt"_s, "zanzibar");
+        return made ? root : QString();
+    }
+};
+
+QTEST_GUILESS_MAIN(CliTest)
+#include "tst_cli.moc"
