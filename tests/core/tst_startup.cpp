@@ -1,5 +1,6 @@
 #include "TestSupport.h"
 #include "core/AppPaths.h"
+#include "core/FrmSplash.h"
 #include "core/FrmWelcome.h"
 #include "core/Main.h"
 #include "core/SettingsKeys.h"
@@ -9,11 +10,16 @@
 #include <QApplication>
 #include <QCheckBox>
 #include <QFile>
+#include <QLabel>
 #include <QLineEdit>
 #include <QMenuBar>
+#include <QPointer>
+#include <QPushButton>
+#include <QScreen>
 #include <QSignalSpy>
 #include <QSplitter>
 #include <QTest>
+#include <QTimer>
 #include <QTreeWidget>
 
 using namespace Qt::StringLiterals;
@@ -99,6 +105,56 @@ private slots:
         QCOMPARE(setting(Keys::ListSplitterTop), u"3600"_s);
     }
 
+    void splash_standsUntilItsTimerHasLoadedTheMainWindow()
+    {
+        SettingsStore::instance().setValue(Keys::Flash, u"1"_s);
+        Main();
+        QPointer<FrmSplash> splash;
+        for (QWidget* window : QApplication::topLevelWidgets()) {
+            if (window->objectName() == u"frmSplash"_s && window->isVisible()) {
+                splash = qobject_cast<FrmSplash*>(window);
+            }
+        }
+        QVERIFY(splash);
+        QVERIFY(mainWindow() == nullptr); // Main has returned; the timer loads the main window
+        const auto* timer = splash->findChild<QTimer*>(u"TmrSplash"_s);
+        QVERIFY(timer->isActive());
+        QVERIFY(timer->isSingleShot());
+        QCOMPARE(timer->interval(), 10);
+        const auto* loading = splash->findChild<QLabel*>(u"lblLoading"_s);
+        QVERIFY(loading->isVisible());
+        QCOMPARE(loading->text(), u"Initializing Views..."_s);
+        for (const QPushButton* button : splash->findChildren<QPushButton*>()) {
+            QVERIFY(!button->isVisible());
+        }
+        QCOMPARE(splash->width(), 360); // 5400 twips, centred across the screen
+        const QRect screen = splash->screen()->availableGeometry();
+        QCOMPARE(splash->x(), screen.x() + (screen.width() - 360) / 2);
+
+        QTRY_VERIFY(mainWindow() != nullptr && mainWindow()->isVisible());
+        QTRY_VERIFY(splash.isNull());
+    }
+
+    void aboutBox_isTheSplashWithOnlyItsOkButton()
+    {
+        SettingsStore::instance().setValue(Keys::Flash, u"1"_s);
+        FrmFileList* window = startProgram();
+        QVERIFY(window);
+        window->findChild<QAction*>(u"MnuAbtW"_s)->trigger();
+        QPointer<FrmSplash> about = window->findChild<FrmSplash*>(u"frmSplash"_s);
+        QVERIFY(about);
+        QVERIFY(about->isVisible());
+        QVERIFY(about->isModal());
+        QCOMPARE(about->width(), 360);
+        QVERIFY(!about->findChild<QLabel*>(u"lblLoading"_s)->isVisible());
+        QVERIFY(!about->findChild<QPushButton*>(u"cmdButton_0"_s)->isVisible());
+        auto* ok = about->findChild<QPushButton*>(u"cmdButton_1"_s);
+        QVERIFY(ok->isVisible());
+        QCOMPARE(ok->text(), u"O.K"_s);
+        ok->click();
+        QTRY_VERIFY(about.isNull());
+    }
+
     void mainWindowLoad_reportsItsStepsOnTheSplash()
     {
         FrmFileList window;
@@ -131,6 +187,19 @@ private slots:
         QTest::keyClick(welcome, Qt::Key_Escape);
         QCOMPARE(setting(Keys::Flash), u"1"_s);
         QTRY_VERIFY(!welcome->isVisible());
+
+        // A new window reads the box back; Enter saves it as Esc does, and closing it does not.
+        welcome = FrmWelcome::instance();
+        QVERIFY(welcome->ChkDontShow()->isChecked());
+        welcome->show();
+        welcome->ChkDontShow()->setChecked(false);
+        welcome->close();
+        QCOMPARE(setting(Keys::Flash), u"1"_s);
+        welcome = FrmWelcome::instance();
+        welcome->show();
+        welcome->ChkDontShow()->setChecked(false);
+        QTest::keyClick(welcome, Qt::Key_Return);
+        QCOMPARE(setting(Keys::Flash), u"0"_s);
     }
 
     void storedZeroSplitter_isTreatedAsAbsent_otherPositionsAreApplied()
