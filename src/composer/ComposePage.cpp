@@ -1,42 +1,38 @@
 #include "ComposePage.h"
 
+#include "AttachmentView.h"
+#include "ColorFrame.h"
+#include "ComposerToolbar.h"
 #include "contacts/MergeFieldTable.h"
 #include "core/AppPaths.h"
 #include "core/Dialogs.h"
 #include "core/MessageBoxes.h"
 #include "core/SettingsKeys.h"
 #include "core/TextDecoding.h"
+#include "core/Twips.h"
 #include "wizard/TokenEngine.h"
 #include "wordlink/PdfExport.h"
+#include "wordlink/WordStatus.h"
 #include "wordlink/ui/FirstPageRenderer.h"
 
 #include <QAction>
 #include <QApplication>
 #include <QComboBox>
-#include <QCursor>
 #include <QFile>
 #include <QFileInfo>
 #include <QFontDatabase>
 #include <QFontInfo>
-#include <QFrame>
-#include <QGridLayout>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
 #include <QMouseEvent>
-#include <QPainter>
-#include <QScrollArea>
-#include <QScrollBar>
 #include <QTabWidget>
 #include <QTextBlock>
 #include <QTextCursor>
-#include <QTextDocumentFragment>
 #include <QTextEdit>
 #include <QTextList>
-#include <QToolBar>
 #include <QToolButton>
-#include <QUrl>
 #include <QVBoxLayout>
 
 using namespace Qt::StringLiterals;
@@ -45,25 +41,6 @@ namespace {
 
 // The HTML font sizes 1 to 7 in points.
 constexpr double PointsOfHtmlSize[8] = {0, 8, 10, 12, 14, 18, 24, 36};
-
-// The standard colours of the colour frame; entry 0 is the automatic one, set on opening.
-const QColor StandardColors[17] = {Qt::black,
-                                   QColor(QRgb(0x000000)),
-                                   QColor(QRgb(0xFFFFFF)),
-                                   QColor(QRgb(0x008000)),
-                                   QColor(QRgb(0xFF0000)),
-                                   QColor(QRgb(0xFF8000)),
-                                   QColor(QRgb(0x0000C0)),
-                                   QColor(QRgb(0xC0FFC0)),
-                                   QColor(QRgb(0xFFC0C0)),
-                                   QColor(QRgb(0xFFFF00)),
-                                   QColor(QRgb(0xC0FFFF)),
-                                   QColor(QRgb(0xC0C0FF)),
-                                   QColor(QRgb(0xFFC0FF)),
-                                   QColor(QRgb(0xC0C0C0)),
-                                   QColor(QRgb(0xC000C0)),
-                                   QColor(QRgb(0xFFE0C0)),
-                                   QColor(QRgb(0x804040))};
 
 template <typename W> W* named(W* widget, const QString& name)
 {
@@ -82,43 +59,15 @@ int htmlSizeOfPoints(double points)
     return best;
 }
 
-// A picture for a toolbar button that the desktop theme does not have.
-QIcon drawnIcon(const QString& key, const QColor& color)
+// The source view shows the HTML in a fixed-pitch font: Courier New where it is installed, the
+// desktop's fixed font otherwise.
+QFont sourceFont()
 {
-    QPixmap pixmap(22, 22);
-    pixmap.fill(Qt::transparent);
-    QPainter painter(&pixmap);
-    painter.setRenderHint(QPainter::Antialiasing);
-    const QColor ink = QApplication::palette().color(QPalette::ButtonText);
-    painter.setPen(ink);
-    if (key == u"Numbers"_s || key == u"Bullets"_s) {
-        QFont font = painter.font();
-        font.setPixelSize(7);
-        painter.setFont(font);
-        for (int line = 0; line < 3; ++line) {
-            const int y = 5 + line * 6;
-            if (key == u"Numbers"_s) {
-                painter.drawText(QRect(1, y - 4, 6, 8), Qt::AlignCenter, QString::number(line + 1));
-            } else {
-                painter.setBrush(ink);
-                painter.drawEllipse(QPointF(4, y), 1.6, 1.6);
-            }
-            painter.drawLine(9, y, 20, y);
-        }
-    } else {
-        QFont font = painter.font();
-        font.setPixelSize(13);
-        font.setBold(true);
-        painter.setFont(font);
-        if (key == u"HColor"_s) {
-            painter.fillRect(QRect(3, 3, 16, 13), color);
-            painter.drawText(QRect(3, 2, 16, 14), Qt::AlignCenter, u"ab"_s);
-        } else {
-            painter.drawText(QRect(3, 0, 16, 16), Qt::AlignCenter, u"A"_s);
-        }
-        painter.fillRect(QRect(2, 17, 18, 4), color);
+    QFont font(u"Courier New"_s);
+    if (QFontInfo(font).family() != u"Courier New"_s) {
+        font = QFontDatabase::systemFont(QFontDatabase::FixedFont);
     }
-    return QIcon(pixmap);
+    return font;
 }
 
 } // namespace
@@ -140,7 +89,7 @@ ComposePage::ComposePage(QWidget* parent)
     G1_Tab->addTab(buildEditTab(), u"     Edit     "_s);
     txtSource = named(new QTextEdit(G1_Tab), u"txtSource"_s);
     txtSource->setAcceptRichText(false);
-    txtSource->setFont(QFont(u"Courier New"_s));
+    txtSource->setFont(sourceFont());
     txtSource->installEventFilter(this);
     G1_Tab->addTab(txtSource, u"     Source      "_s);
     G1_Tab->addTab(buildPreviewTab(), u"     Mail Preview     "_s);
@@ -148,23 +97,21 @@ ComposePage::ComposePage(QWidget* parent)
     connect(G1_Tab, &QTabWidget::currentChanged, this, &ComposePage::G1_Tab_Click);
     layout->addWidget(G1_Tab, 1);
 
+    // "Merge Fields" stands beside the tab captions, where it can be seen from every tab; the
+    // menu opens on the Edit tab only.
+    lblMergeFields = named(new QLabel(u"<a href='#'>Merge Fields</a>"_s, G1_Tab), u"lblMergeFields"_s);
+    lblMergeFields->setToolTip(u"Click to View Merge Fields"_s);
+    lblMergeFields->setContentsMargins(0, 0, 6, 2);
+    connect(lblMergeFields, &QLabel::linkActivated, this, &ComposePage::lblMergeFields_Click);
+    G1_Tab->setCornerWidget(lblMergeFields, Qt::TopRightCorner);
+
     m_mnuMergeFlds->setObjectName(u"MnuMergeFlds"_s);
     buildFieldMenu();
     buildContextMenu();
-    buildColorFrame();
-}
-
-QToolButton* ComposePage::addButton(const QString& key, const QString& icon, const QString& tip)
-{
-    auto* button = new QToolButton(TbEdit);
-    button->setObjectName(key);
-    button->setProperty("key", key);
-    button->setToolTip(tip);
-    button->setAutoRaise(true);
-    button->setIcon(icon.isEmpty() ? drawnIcon(key, Qt::black) : QIcon::fromTheme(icon, drawnIcon(key, Qt::black)));
-    connect(button, &QToolButton::clicked, this, [this, key] { TbEdit_ButtonClick(key); });
-    TbEdit->addWidget(button);
-    return button;
+    framColor = new ColorFrame(this);
+    connect(framColor, &ColorFrame::colorClicked, this, &ComposePage::lblColor_Click);
+    connect(framColor, &ColorFrame::moreColorsClicked, this, &ComposePage::cmdMoreColors_Click);
+    paintColorButtons();
 }
 
 QWidget* ComposePage::buildEditTab()
@@ -172,86 +119,26 @@ QWidget* ComposePage::buildEditTab()
     auto* edit = new QWidget(G1_Tab);
     auto* layout = new QVBoxLayout(edit);
     layout->setContentsMargins(2, 2, 2, 2);
-    TbEdit = named(new QToolBar(edit), u"TbEdit"_s);
-    TbEdit->setIconSize(QSize(18, 18));
-    cboFont = named(new QComboBox(TbEdit), u"cboFont"_s);
-    cboFont->setMinimumContentsLength(14);
-    cboFontSize = named(new QComboBox(TbEdit), u"cboFontSize"_s);
-
-    addButton(u"OPEN"_s, u"document-open"_s, u"Open"_s);
-    addButton(u"SAVE"_s, u"document-save"_s, u"Save"_s);
-    TbEdit->addWidget(cboFont);
-    TbEdit->addWidget(cboFontSize);
-    addButton(u"Bold"_s, u"format-text-bold"_s, u"Bold"_s);
-    addButton(u"Italic"_s, u"format-text-italic"_s, u"Italic"_s);
-    addButton(u"UnderLine"_s, u"format-text-underline"_s, u"Underline"_s);
-    TbEdit->addSeparator();
-    addButton(u"Left"_s, u"format-justify-left"_s, u"Align Left"_s);
-    addButton(u"Center"_s, u"format-justify-center"_s, u"Center"_s);
-    addButton(u"Right"_s, u"format-justify-right"_s, u"Align Right"_s);
-    TbEdit->addSeparator();
-    addButton(u"Numbers"_s, QString(), u"Numbering"_s);
-    addButton(u"Bullets"_s, QString(), u"Bullets"_s);
-    addButton(u"Indent"_s, u"format-indent-more"_s, u"Increase Indent"_s);
-    addButton(u"Outdent"_s, u"format-indent-less"_s, u"Decrease Indent"_s);
-    TbEdit->addSeparator();
-    m_hColorButton = addButton(u"HColor"_s, QString(), u"Highlight Color"_s);
-    m_colorButton = addButton(u"Color"_s, QString(), u"Font Color"_s);
-    // The small area beside each colour button opens the colour frame.
-    for (QToolButton* button : {m_hColorButton, m_colorButton}) {
-        auto* arrow = new QMenu(button);
-        button->setMenu(arrow);
-        button->setPopupMode(QToolButton::MenuButtonPopup);
-        const QString tag = button == m_hColorButton ? u"HC"_s : u"C"_s;
-        connect(arrow, &QMenu::aboutToShow, this, [this, arrow, tag] {
-            QMetaObject::invokeMethod(arrow, &QMenu::close, Qt::QueuedConnection);
-            toggleColorFrame(tag);
-        });
+    layout->setSpacing(2);
+    TbEdit = new ComposerToolbar(edit);
+    cboFont = TbEdit->cboFont;
+    cboFontSize = TbEdit->cboFontSize;
+    connect(TbEdit, &ComposerToolbar::buttonClick, this, &ComposePage::TbEdit_ButtonClick);
+    for (const QString& key : {u"HColor"_s, u"Color"_s}) {
+        TbEdit->button(key)->installEventFilter(this);
     }
-    TbEdit->addSeparator();
-    addButton(u"Link"_s, u"insert-link"_s, u"Hyperlink"_s);
-    addButton(u"Picture"_s, u"insert-image"_s, u"Picture"_s);
-    TbEdit->addSeparator();
-    addButton(u"CUT"_s, u"edit-cut"_s, u"Cut"_s);
-    addButton(u"COPY"_s, u"edit-copy"_s, u"Copy"_s);
-    addButton(u"PASTE"_s, u"edit-paste"_s, u"Paste"_s);
-    TbEdit->addSeparator();
-    addButton(u"UNDO"_s, u"edit-undo"_s, u"Undo"_s);
-    addButton(u"REDO"_s, u"edit-redo"_s, u"Redo"_s);
-    paintColorButtons();
+    connect(cboFont, &QComboBox::textActivated, this, &ComposePage::cboFont_Click);
+    connect(cboFontSize, &QComboBox::textActivated, this, &ComposePage::cboFontSize_Click);
 
-    lblMergeFields = named(new QLabel(u"<a href='#'>Merge Fields</a>"_s, edit), u"lblMergeFields"_s);
-    lblMergeFields->setToolTip(u"Click to View Merge Fields"_s);
-    connect(lblMergeFields, &QLabel::linkActivated, this, [this] {
-        if (G1_Tab->currentIndex() == 0) {
-            m_mnuMergeFlds->popup(QCursor::pos());
-        }
-    });
-    auto* top = new QHBoxLayout;
-    top->addWidget(TbEdit, 1);
-    top->addWidget(lblMergeFields);
     dhtCompose = named(new QTextEdit(edit), u"dhtCompose"_s);
     dhtCompose->setAcceptRichText(true);
     dhtCompose->setContextMenuPolicy(Qt::CustomContextMenu);
     dhtCompose->installEventFilter(this);
     dhtCompose->viewport()->installEventFilter(this);
     connect(dhtCompose, &QTextEdit::customContextMenuRequested, this,
-            [this](const QPoint& at) { MnuControls->popup(dhtCompose->mapToGlobal(at)); });
-    layout->addLayout(top);
+            [this](const QPoint& at) { MnuControls->popup(dhtCompose->viewport()->mapToGlobal(at)); });
+    layout->addWidget(TbEdit);
     layout->addWidget(dhtCompose, 1);
-
-    connect(cboFont, &QComboBox::currentTextChanged, this, [this](const QString& name) {
-        if (!m_writingFontBoxes && m_initialised) {
-            applyFontName(name);
-            dhtCompose->setFocus();
-        }
-    });
-    connect(cboFontSize, &QComboBox::currentTextChanged, this, [this](const QString& size) {
-        if (!m_writingFontBoxes && m_initialised) {
-            applyFontSize(size.toInt());
-            dhtCompose->setFocus();
-        }
-    });
     return edit;
 }
 
@@ -289,7 +176,7 @@ QWidget* ComposePage::buildPreviewTab()
     dhtPreview->setReadOnly(true);
     layout->addLayout(row);
     layout->addWidget(dhtPreview, 1);
-    connect(CboPTo, &QComboBox::currentIndexChanged, this, [this] { CboPTo_Click(); });
+    connect(CboPTo, &QComboBox::currentIndexChanged, this, &ComposePage::CboPTo_Click);
     return preview;
 }
 
@@ -300,54 +187,21 @@ QWidget* ComposePage::buildAttachmentTab()
     cboPAtTo = named(new QComboBox(attachment), u"cboPAtTo"_s);
     CboPAtIndex = named(new QComboBox(attachment), u"CboPAtIndex"_s);
     CboPAtIndex->setVisible(false);
-    PicOleAt = named(new QScrollArea(attachment), u"PicOleAt"_s);
-    PicOleAt->setBackgroundRole(QPalette::Dark);
-    PicOleAt->horizontalScrollBar()->setObjectName(u"PicHSAt"_s);
-    PicOleAt->verticalScrollBar()->setObjectName(u"PicVSAt"_s);
-    OleAtWord = named(new QLabel, u"OleAtWord"_s);
-    OleAtWord->setAlignment(Qt::AlignTop | Qt::AlignLeft);
-    PicOleAt->setWidget(OleAtWord);
     auto* row = new QHBoxLayout;
     row->addWidget(new QLabel(u"Preview for :"_s, attachment));
     row->addWidget(cboPAtTo, 1);
+    // The clipping box sits in a sunken border of its own, so that its bars reach its edges.
+    auto* border = new QFrame(attachment);
+    border->setFrameShape(QFrame::StyledPanel);
+    border->setFrameShadow(QFrame::Sunken);
+    auto* inside = new QVBoxLayout(border);
+    inside->setContentsMargins(1, 1, 1, 1);
+    PicOleAt = new AttachmentView(border);
+    inside->addWidget(PicOleAt);
     layout->addLayout(row);
-    layout->addWidget(PicOleAt, 1);
-    connect(cboPAtTo, &QComboBox::currentIndexChanged, this, [this] { cboPAtTo_Click(); });
+    layout->addWidget(border, 1);
+    connect(cboPAtTo, &QComboBox::currentIndexChanged, this, &ComposePage::cboPAtTo_Click);
     return attachment;
-}
-
-void ComposePage::buildColorFrame()
-{
-    framColor = named(new QFrame(this), u"framColor"_s);
-    framColor->setFrameShape(QFrame::Box);
-    framColor->setAutoFillBackground(true);
-    auto* grid = new QGridLayout(framColor);
-    grid->setContentsMargins(6, 6, 6, 6);
-    grid->setSpacing(3);
-    auto* automatic = named(new QLabel(u"Automatic"_s, framColor), u"lblCAutomatic"_s);
-    grid->addWidget(automatic, 0, 1, 1, 5);
-    grid->addWidget(new QLabel(u"Standard Colors"_s, framColor), 1, 0, 1, 6);
-    for (int i = 0; i < 17; ++i) {
-        lblColor[i] = named(new QLabel(framColor), u"lblColor_%1"_s.arg(i));
-        lblColor[i]->setFixedSize(16, 16);
-        lblColor[i]->setFrameShape(QFrame::Box);
-        lblColor[i]->setAutoFillBackground(true);
-        QPalette palette = lblColor[i]->palette();
-        palette.setColor(QPalette::Window, StandardColors[i]);
-        lblColor[i]->setPalette(palette);
-        lblColor[i]->installEventFilter(this);
-        if (i == 0) {
-            grid->addWidget(lblColor[i], 0, 0);
-        } else {
-            grid->addWidget(lblColor[i], 2 + (i - 1) / 6, (i - 1) % 6);
-        }
-    }
-    auto* more = named(new QToolButton(framColor), u"cmdMoreColors"_s);
-    more->setText(u"More Colors..."_s);
-    connect(more, &QToolButton::clicked, this, &ComposePage::cmdMoreColors_Click);
-    grid->addWidget(more, 5, 0, 1, 6);
-    framColor->adjustSize();
-    framColor->setVisible(false);
 }
 
 void ComposePage::buildFieldMenu()
@@ -372,21 +226,21 @@ void ComposePage::buildFieldMenu()
 void ComposePage::buildContextMenu()
 {
     MnuControls = named(new QMenu(this), u"MnuControls"_s);
-    const auto add = [this](const QString& name, const QString& caption, auto slot) {
-        QAction* action = MnuControls->addAction(caption);
+    const auto add = [this](const QString& name, const QString& caption, const QString& icon) {
+        QAction* action = MnuControls->addAction(QIcon::fromTheme(icon), caption);
         action->setObjectName(name);
-        connect(action, &QAction::triggered, dhtCompose, slot);
+        return action;
     };
-    add(u"MnuUndo"_s, u"Undo"_s, &QTextEdit::undo);
+    connect(add(u"MnuUndo"_s, u"Undo"_s, u"edit-undo"_s), &QAction::triggered, dhtCompose, &QTextEdit::undo);
     MnuControls->addSeparator();
-    add(u"MnuCut"_s, u"Cut"_s, &QTextEdit::cut);
-    add(u"MnuCopy"_s, u"Copy"_s, &QTextEdit::copy);
-    add(u"MnuPaste"_s, u"Paste"_s, &QTextEdit::paste);
-    QAction* remove = MnuControls->addAction(u"Delete"_s);
-    remove->setObjectName(u"MnuDelete"_s);
-    connect(remove, &QAction::triggered, this, [this] { dhtCompose->textCursor().removeSelectedText(); });
+    connect(add(u"MnuCut"_s, u"Cut"_s, u"edit-cut"_s), &QAction::triggered, dhtCompose, &QTextEdit::cut);
+    connect(add(u"MnuCopy"_s, u"Copy"_s, u"edit-copy"_s), &QAction::triggered, dhtCompose, &QTextEdit::copy);
+    connect(add(u"MnuPaste"_s, u"Paste"_s, u"edit-paste"_s), &QAction::triggered, dhtCompose, &QTextEdit::paste);
+    connect(add(u"MnuDelete"_s, u"Delete"_s, u"edit-delete"_s), &QAction::triggered, this,
+            &ComposePage::deleteSelection);
     MnuControls->addSeparator();
-    add(u"MnuSelectAll"_s, u"Select All"_s, &QTextEdit::selectAll);
+    connect(add(u"MnuSelectAll"_s, u"Select All"_s, u"edit-select-all"_s), &QAction::triggered, dhtCompose,
+            &QTextEdit::selectAll);
 }
 
 void ComposePage::PrepareFieldMenu(bool customFields, const std::array<QString, 3>& headings)
@@ -420,11 +274,10 @@ void ComposePage::setDocumentHTML(const QString& html)
 void ComposePage::InitComposer()
 {
     QApplication::setOverrideCursor(Qt::WaitCursor);
+    cboFont->clear();
     const SettingsStore& store = SettingsStore::instance();
     const QString fontName = store.value(Keys::ComposerFontName);
     const QString fontSize = store.value(Keys::ComposerFontSize);
-    m_writingFontBoxes = true;
-    cboFont->clear();
     cboFont->addItems(QFontDatabase::families());
     cboFontSize->clear();
     for (int size = 1; size <= 7; ++size) {
@@ -439,7 +292,6 @@ void ComposePage::InitComposer()
     if (!fontSize.isEmpty()) {
         cboFontSize->setCurrentText(fontSize);
     }
-    m_writingFontBoxes = false;
     G1_Tab->setCurrentIndex(0);
     m_initialised = true;
     dhtCompose->setFocus();
@@ -448,54 +300,41 @@ void ComposePage::InitComposer()
 
 void ComposePage::paintColorButtons()
 {
+    const QColor face = palette().color(QPalette::Button);
     const bool enabled = TbEdit->isEnabled();
-    const QColor face = QApplication::palette().color(QPalette::Button);
-    m_hColorButton->setIcon(drawnIcon(u"HColor"_s, enabled ? picHColor : face));
-    m_colorButton->setIcon(drawnIcon(u"Color"_s, enabled ? picColor : face));
+    TbEdit->paintColors(enabled ? picHColor : face, enabled ? picColor : face);
 }
 
 void ComposePage::DisableComposerToolbar()
 {
-    if (TbEdit->isEnabled()) {
-        m_savedHColor = picHColor;
-        m_savedColor = picColor;
-    }
+    // The colours stay in picHColor and picColor; only their pictures take the button face.
     TbEdit->setEnabled(false);
     framColor->setVisible(false);
-    cboFont->setEnabled(false);
-    cboFontSize->setEnabled(false);
     paintColorButtons();
 }
 
 void ComposePage::EnableComposerToolbar()
 {
     TbEdit->setEnabled(true);
-    cboFont->setEnabled(true);
-    cboFontSize->setEnabled(true);
-    if (m_savedHColor.isValid()) {
-        picHColor = m_savedHColor;
-        picColor = m_savedColor;
-    }
     paintColorButtons();
 }
 
 bool ComposePage::eventFilter(QObject* watched, QEvent* event)
 {
-    if (watched == dhtCompose && event->type() == QEvent::FocusIn) {
+    const QEvent::Type type = event->type();
+    if (watched == dhtCompose && type == QEvent::FocusIn) {
         dhtCompose_GotFocus();
-    } else if (watched == txtSubject && event->type() == QEvent::FocusIn) {
+    } else if (watched == txtSubject && type == QEvent::FocusIn) {
         DisableComposerToolbar();
-    } else if (watched == dhtCompose->viewport() && event->type() == QEvent::MouseButtonRelease) {
+    } else if (watched == dhtCompose->viewport() && type == QEvent::MouseButtonRelease) {
         dhtCompose_onclick();
-    } else if ((watched == dhtCompose || watched == txtSource) && event->type() == QEvent::KeyPress) {
+    } else if ((watched == dhtCompose || watched == txtSource) && type == QEvent::KeyPress) {
         m_previewStale = true;
-    } else if (event->type() == QEvent::MouseButtonRelease) {
-        for (int i = 0; i < 17; ++i) {
-            if (watched == lblColor[i]) {
-                lblColor_Click(i);
-                return true;
-            }
-        }
+    } else if (type == QEvent::MouseButtonPress &&
+               (watched == TbEdit->button(u"HColor"_s) || watched == TbEdit->button(u"Color"_s))) {
+        const auto* press = static_cast<QMouseEvent*>(event);
+        const QPoint at = static_cast<QWidget*>(watched)->mapTo(TbEdit, press->position().toPoint());
+        return TbEdit_MouseDown(at.x());
     }
     return QWidget::eventFilter(watched, event);
 }
@@ -504,6 +343,7 @@ void ComposePage::dhtCompose_GotFocus()
 {
     framColor->setVisible(false);
     EnableComposerToolbar();
+    // The remembered font holds from the first character typed.
     if (!m_fontApplied && m_initialised) {
         applyFontBoxes();
         m_fontApplied = true;
@@ -514,20 +354,31 @@ void ComposePage::dhtCompose_onclick()
 {
     m_previewStale = true;
     dhtCompose_GotFocus();
-    const QTextCharFormat format = dhtCompose->currentCharFormat();
-    m_writingFontBoxes = true;
-    const QStringList families = format.fontFamilies().toStringList();
-    if (!families.isEmpty()) {
-        cboFont->setCurrentText(families.first());
-    }
-    if (format.fontPointSize() > 0) {
-        cboFontSize->setCurrentText(QString::number(htmlSizeOfPoints(format.fontPointSize())));
-    }
-    m_writingFontBoxes = false;
+    // The boxes show the font at the caret, as the screen draws it.
+    const QFontInfo shown(dhtCompose->currentCharFormat().font().resolve(dhtCompose->document()->defaultFont()));
+    const QSignalBlocker fontBlocker(cboFont);
+    const QSignalBlocker sizeBlocker(cboFontSize);
+    cboFont->setCurrentText(shown.family());
+    cboFontSize->setCurrentText(QString::number(htmlSizeOfPoints(shown.pointSizeF())));
+}
+
+void ComposePage::cboFont_Click()
+{
+    applyFontName(cboFont->currentText());
+    dhtCompose->setFocus();
+}
+
+void ComposePage::cboFontSize_Click()
+{
+    applyFontSize(cboFontSize->currentText().toInt());
+    dhtCompose->setFocus();
 }
 
 void ComposePage::applyFontName(const QString& name)
 {
+    if (name.isEmpty()) {
+        return;
+    }
     QTextCharFormat format;
     format.setFontFamilies({name});
     dhtCompose->mergeCurrentCharFormat(format);
@@ -545,9 +396,7 @@ void ComposePage::applyFontSize(int htmlSize)
 
 void ComposePage::applyFontBoxes()
 {
-    if (!cboFont->currentText().isEmpty()) {
-        applyFontName(cboFont->currentText());
-    }
+    applyFontName(cboFont->currentText());
     applyFontSize(cboFontSize->currentText().toInt());
 }
 
@@ -590,7 +439,9 @@ void ComposePage::indent(int step)
 void ComposePage::insertLink()
 {
     QTextCursor cursor = dhtCompose->textCursor();
-    const QString address = Dialogs::askText(u"Hyperlink"_s, u"URL :"_s, u"http://"_s, this);
+    const QString current = cursor.charFormat().anchorHref();
+    const QString address =
+        Dialogs::askText(u"Hyperlink"_s, u"URL :"_s, current.isEmpty() ? u"http://"_s : current, this);
     if (address.isEmpty() || address == u"http://"_s) {
         return;
     }
@@ -610,28 +461,38 @@ void ComposePage::insertPicture()
 {
     const QString path =
         Dialogs::ShowFileDialog(u"Images (*.png;*.jpg;*.jpeg;*.gif;*.bmp)|*.png;*.jpg;*.jpeg;*.gif;*.bmp"_s, {}, this);
-    if (path.isEmpty()) {
+    const QImage picture(path);
+    if (path.isEmpty() || picture.isNull()) {
         return;
     }
-    // The picture is named by its file URL, which the mail run finds and carries inline.
-    const QString reference = QUrl::fromLocalFile(QFileInfo(path).absoluteFilePath()).toString();
-    dhtCompose->document()->addResource(QTextDocument::ImageResource, QUrl(reference), QImage(path));
+    // The picture is named by "file://" and its absolute path, written as it stands (no
+    // percent escapes): the mail run takes that name apart to find the file and carry it inline.
+    const QString reference = u"file://"_s + QFileInfo(path).absoluteFilePath();
+    dhtCompose->document()->addResource(QTextDocument::ImageResource, QUrl(reference), picture);
     QTextImageFormat image;
     image.setName(reference);
     dhtCompose->textCursor().insertImage(image);
 }
 
+void ComposePage::deleteSelection()
+{
+    QTextCursor cursor = dhtCompose->textCursor();
+    if (cursor.hasSelection()) {
+        cursor.removeSelectedText();
+    } else {
+        cursor.deleteChar();
+    }
+}
+
 void ComposePage::TbEdit_ButtonClick(const QString& key)
 {
     framColor->setVisible(false);
-    QTextCharFormat format;
     if (key == u"OPEN"_s) {
         OpenHtmlFile();
     } else if (key == u"SAVE"_s) {
         SaveHtmlFile();
     } else if (key == u"Bold"_s) {
-        format.setFontWeight(dhtCompose->fontWeight() >= QFont::Bold ? QFont::Normal : QFont::Bold);
-        dhtCompose->mergeCurrentCharFormat(format);
+        dhtCompose->setFontWeight(dhtCompose->fontWeight() >= QFont::Bold ? QFont::Normal : QFont::Bold);
     } else if (key == u"Italic"_s) {
         dhtCompose->setFontItalic(!dhtCompose->fontItalic());
     } else if (key == u"UnderLine"_s) {
@@ -651,11 +512,9 @@ void ComposePage::TbEdit_ButtonClick(const QString& key)
     } else if (key == u"Outdent"_s) {
         indent(-1);
     } else if (key == u"HColor"_s) {
-        format.setBackground(picHColor);
-        dhtCompose->mergeCurrentCharFormat(format);
+        applyColor(u"HC"_s, picHColor);
     } else if (key == u"Color"_s) {
-        format.setForeground(picColor);
-        dhtCompose->mergeCurrentCharFormat(format);
+        applyColor(u"C"_s, picColor);
     } else if (key == u"Link"_s) {
         insertLink();
     } else if (key == u"Picture"_s) {
@@ -673,66 +532,87 @@ void ComposePage::TbEdit_ButtonClick(const QString& key)
     }
 }
 
-void ComposePage::toggleColorFrame(const QString& tag)
+bool ComposePage::TbEdit_MouseDown(int x)
 {
     if (!TbEdit->isEnabled()) {
-        return;
+        return false;
     }
-    const bool show = !framColor->isVisible() || m_colorFrameTag != tag;
-    framColor->setVisible(show);
-    if (!show) {
-        return;
+    framColor->setVisible(false);
+    // A colour button is wider than the others by its drop-down area: the part past the width
+    // of "Bold" is that area.
+    const int buttonWidth = TbEdit->buttonWidth(u"Bold"_s);
+    const int highlight = TbEdit->buttonLeft(u"HColor"_s);
+    const int font = TbEdit->buttonLeft(u"Color"_s);
+    if (x > highlight + buttonWidth && x < font) {
+        dropColorFrame(u"HC"_s);
+        return true;
     }
-    m_colorFrameTag = tag;
-    QToolButton* button = tag == u"HC"_s ? m_hColorButton : m_colorButton;
-    QPalette palette = lblColor[0]->palette();
-    palette.setColor(QPalette::Window, tag == u"HC"_s ? QColor(Qt::white) : QColor(Qt::black));
-    lblColor[0]->setPalette(palette);
+    if (x > font + buttonWidth && x < TbEdit->buttonLeft(u"Link"_s)) {
+        dropColorFrame(u"C"_s);
+        return true;
+    }
+    return false;
+}
+
+void ComposePage::dropColorFrame(const QString& tag)
+{
+    framColor->setTag(tag);
+    framColor->setAutomatic(tag == u"HC"_s ? QColor(Qt::white) : QColor(Qt::black));
+    // Below its button, 500 twips to the left of it, and inside the page.
+    const QToolButton* button = TbEdit->button(tag == u"HC"_s ? u"HColor"_s : u"Color"_s);
     const QPoint below = button->mapTo(this, QPoint(0, button->height()));
-    framColor->move(qMax(0, below.x() - 30), below.y());
+    framColor->adjustSize();
+    const int left = qBound(0, below.x() - Twips::toPixels(500), qMax(0, width() - framColor->width()));
+    framColor->move(left, below.y());
+    framColor->setVisible(true);
     framColor->raise();
 }
 
-void ComposePage::lblColor_Click(int index)
+void ComposePage::applyColor(const QString& tag, const QColor& color)
 {
-    const QColor color = lblColor[index]->palette().color(QPalette::Window);
     QTextCharFormat format;
-    if (m_colorFrameTag == u"HC"_s) {
+    if (tag == u"HC"_s) {
         picHColor = color;
-        m_savedHColor = color;
         format.setBackground(color);
     } else {
         picColor = color;
-        m_savedColor = color;
         format.setForeground(color);
     }
     dhtCompose->mergeCurrentCharFormat(format);
     paintColorButtons();
+}
+
+void ComposePage::lblColor_Click(int index)
+{
+    applyColor(framColor->tag(), framColor->color(index));
     framColor->setVisible(false);
+    QCoreApplication::processEvents();
     dhtCompose->setFocus();
+    QCoreApplication::processEvents();
 }
 
 void ComposePage::cmdMoreColors_Click()
 {
-    const QColor color = Dialogs::chooseColor(m_colorFrameTag == u"HC"_s ? picHColor : picColor, this);
+    const bool highlight = framColor->tag() == u"HC"_s;
+    const QColor color = Dialogs::chooseColor(highlight ? picHColor : picColor, this);
     if (color.isValid()) {
-        QTextCharFormat format;
-        if (m_colorFrameTag == u"HC"_s) {
-            picHColor = color;
-            format.setBackground(color);
-        } else {
-            picColor = color;
-            format.setForeground(color);
-        }
-        dhtCompose->mergeCurrentCharFormat(format);
-        paintColorButtons();
+        applyColor(framColor->tag(), color);
     }
     framColor->setVisible(false);
     dhtCompose->setFocus();
 }
 
+void ComposePage::lblMergeFields_Click()
+{
+    if (G1_Tab->currentIndex() == 0) {
+        m_mnuMergeFlds->popup(lblMergeFields->mapToGlobal(QPoint(0, lblMergeFields->height())));
+    }
+}
+
 void ComposePage::InsertMergeField(const QString& token)
 {
+    // The editor inserts at the caret by itself, so the clipboard is not needed: whatever the
+    // user keeps there, text or picture, stays.
     framColor->setVisible(false);
     QTextCharFormat format = dhtCompose->currentCharFormat();
     if (!cboFont->currentText().isEmpty()) {
@@ -751,8 +631,16 @@ void ComposePage::InsertMergeField(const QString& token)
 void ComposePage::writeWorkingFile(const QString& text) const
 {
     QFile file(AppPaths::file(u"myhtml.htm"_s));
-    if (file.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Text)) {
+    if (file.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
         file.write(text.toUtf8() + '\n');
+    }
+}
+
+void ComposePage::loadDocument(const QString& path)
+{
+    QFile file(path);
+    if (file.open(QIODevice::ReadOnly)) {
+        dhtCompose->setHtml(TextDecoding::decode(file.readAll()));
     }
 }
 
@@ -760,16 +648,14 @@ void ComposePage::writeSourceBack()
 {
     // A change made in the source reaches the body only by this round trip through the file.
     writeWorkingFile(txtSource->toPlainText());
-    QFile file(AppPaths::file(u"myhtml.htm"_s));
-    if (file.open(QIODevice::ReadOnly)) {
-        dhtCompose->setHtml(TextDecoding::decode(file.readAll()));
-    }
+    loadDocument(AppPaths::file(u"myhtml.htm"_s));
 }
 
 void ComposePage::G1_Tab_Click(int tab)
 {
     const int previous = m_previousTab;
     m_previousTab = tab;
+    framColor->setVisible(false);
     if (tab == 0) {
         if (previous == 1) {
             writeSourceBack();
@@ -814,20 +700,20 @@ void ComposePage::CboPTo_Click()
 void ComposePage::ImgSrl_Click(int index)
 {
     const int count = CboPTo->count();
-    const int position = TxtPScrl->text().toInt();
+    const int current = CboPTo->currentIndex();
     switch (index) {
     case 0:
         if (TxtPScrl->text() == u"1"_s) {
             CboPTo->setCurrentIndex(0);
-        } else if (position > 1) {
-            CboPTo->setCurrentIndex(position - 2);
+        } else if (current > 0) {
+            CboPTo->setCurrentIndex(current - 1);
             TxtPScrl->setText(QString::number(CboPTo->currentIndex() + 1));
         }
         break;
     case 1:
-        // At the last entry the step forward has nowhere to go, and the preview stays.
-        if (position < count) {
-            CboPTo->setCurrentIndex(position);
+        // On the last entry the step forward has nowhere to go, and the preview stays.
+        if (TxtPScrl->text().toInt() < count) {
+            CboPTo->setCurrentIndex(current + 1);
             TxtPScrl->setText(QString::number(CboPTo->currentIndex() + 1));
         }
         break;
@@ -838,7 +724,7 @@ void ComposePage::ImgSrl_Click(int index)
         }
         break;
     case 3:
-        if (position != count) {
+        if (TxtPScrl->text().toInt() != count) {
             TxtPScrl->setText(QString::number(count));
             CboPTo->setCurrentIndex(count - 1);
         }
@@ -855,22 +741,19 @@ void ComposePage::cboPAtTo_Click()
     }
     QApplication::setOverrideCursor(Qt::WaitCursor);
     const int row = CboPAtIndex->itemText(cboPAtTo->currentIndex()).toInt();
-    const Result<QString> document = m_attachment(row);
-    if (document.ok()) {
-        const Result<QString> pdf = wordlink::exportPdf(document.value());
-        if (pdf.ok()) {
-            OleAtWord->setPixmap(QPixmap::fromImage(wordlink::renderFirstPage(pdf.value(), 96)));
-            OleAtWord->adjustSize();
-            SizeAttachmentView();
+    QImage page;
+    if (const Result<QString> document = m_attachment(row); document.ok()) {
+        // The office suite makes the PDF; while it works the window still paints.
+        const wordlink::WordJob job;
+        if (const Result<QString> pdf = wordlink::exportPdf(document.value()); pdf.ok()) {
+            const qreal ratio = devicePixelRatioF();
+            page = wordlink::renderFirstPage(pdf.value(), qRound(96 * ratio));
+            page.setDevicePixelRatio(ratio);
         }
     }
+    // A preview that could not be made leaves the box empty rather than show another contact's page.
+    PicOleAt->showPage(page);
     QApplication::restoreOverrideCursor();
-}
-
-void ComposePage::SizeAttachmentView()
-{
-    PicOleAt->horizontalScrollBar()->setValue(0);
-    PicOleAt->verticalScrollBar()->setValue(0);
 }
 
 void ComposePage::OpenHtmlFile()
@@ -883,10 +766,7 @@ void ComposePage::OpenHtmlFile()
         MessageBoxes::information(u"Not a Legal Source"_s);
         return;
     }
-    QFile file(name);
-    if (file.open(QIODevice::ReadOnly)) {
-        dhtCompose->setHtml(TextDecoding::decode(file.readAll()));
-    }
+    loadDocument(name);
     m_previewStale = true;
 }
 
@@ -897,7 +777,7 @@ void ComposePage::SaveHtmlFile()
         return;
     }
     QFile file(name);
-    if (file.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Text)) {
+    if (file.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
         file.write(DocumentHTML().toUtf8() + '\n');
         txtSource->setProperty("Tag", name);
     }

@@ -8,15 +8,15 @@
 #include <array>
 #include <functional>
 
+class AttachmentView;
+class ColorFrame;
+class ComposerToolbar;
 class QComboBox;
-class QFrame;
 class QLabel;
 class QLineEdit;
 class QMenu;
-class QScrollArea;
 class QTabWidget;
 class QTextEdit;
-class QToolBar;
 class QToolButton;
 class TokenEngine;
 
@@ -29,7 +29,7 @@ class ComposePage : public QWidget
     Q_OBJECT
 
 public:
-    // Gives the document of a contact's attachment preview (its path), or an error.
+    // Merges a contact's copy of the attachment template and gives its path, or an error.
     using AttachmentPreviewer = std::function<Result<QString>(int row)>;
 
     explicit ComposePage(QWidget* parent = nullptr);
@@ -54,12 +54,15 @@ public:
     void setMergeSources(const TokenEngine* tokens, AttachmentPreviewer attachment);
 
     void TbEdit_ButtonClick(const QString& key);
+    // A mouse press on the toolbar at x, in the toolbar's coordinates. The area right of a colour
+    // button is its drop-down: a press there opens the colour frame for that colour, and the
+    // press is taken (true).
+    bool TbEdit_MouseDown(int x);
     void OpenHtmlFile();
     void SaveHtmlFile();
     void lblColor_Click(int index);
     void cmdMoreColors_Click();
-    // The drop-down area beside a colour button: "HC" for the highlight, "C" for the font colour.
-    void toggleColorFrame(const QString& tag);
+    void lblMergeFields_Click();
     void CboPTo_Click();
     void ImgSrl_Click(int index);
     void cboPAtTo_Click();
@@ -67,7 +70,7 @@ public:
 
     QLineEdit* txtSubject;
     QTabWidget* G1_Tab;
-    QToolBar* TbEdit;
+    ComposerToolbar* TbEdit;
     QComboBox* cboFont;
     QComboBox* cboFontSize;
     QLabel* lblMergeFields;
@@ -76,15 +79,15 @@ public:
     QComboBox* CboPTo;
     QComboBox* CboPIndex;
     QLineEdit* TxtPScrl;
+    // Backward View, Forward View, First mail preview, Last mail preview.
     std::array<QToolButton*, 4> ImgSrl;
     QTextEdit* dhtPreview;
     QComboBox* cboPAtTo;
     QComboBox* CboPAtIndex;
-    QScrollArea* PicOleAt;
-    QLabel* OleAtWord;
-    QFrame* framColor;
-    std::array<QLabel*, 17> lblColor;
-    QColor picColor{Qt::black};
+    AttachmentView* PicOleAt;
+    ColorFrame* framColor;
+    // The current highlight and font colours, shown on the colour buttons while the toolbar works.
+    QColor picColor{Qt::red};
     QColor picHColor{Qt::yellow};
     QMenu* MnuControls;
 
@@ -95,13 +98,15 @@ private:
     QWidget* buildEditTab();
     QWidget* buildPreviewTab();
     QWidget* buildAttachmentTab();
-    void buildColorFrame();
     void buildFieldMenu();
     void buildContextMenu();
-    QToolButton* addButton(const QString& key, const QString& icon, const QString& tip);
     void paintColorButtons();
+    void dropColorFrame(const QString& tag);
+    void applyColor(const QString& tag, const QColor& color);
     void dhtCompose_GotFocus();
     void dhtCompose_onclick();
+    void cboFont_Click();
+    void cboFontSize_Click();
     void applyFontBoxes();
     void applyFontName(const QString& name);
     void applyFontSize(int htmlSize);
@@ -109,21 +114,16 @@ private:
     void indent(int step);
     void insertLink();
     void insertPicture();
+    void deleteSelection();
+    void loadDocument(const QString& path);
     void G1_Tab_Click(int tab);
     void writeSourceBack();
     void writeWorkingFile(const QString& text) const;
-    void SizeAttachmentView();
 
     QMenu* m_mnuMergeFlds;
-    QToolButton* m_hColorButton = nullptr;
-    QToolButton* m_colorButton = nullptr;
     bool m_initialised = false;
     bool m_fontApplied = false;
     bool m_previewStale = false;
-    bool m_writingFontBoxes = false;
-    QString m_colorFrameTag;
-    QColor m_savedColor;
-    QColor m_savedHColor;
     int m_previousTab = 0;
     const TokenEngine* m_tokens = nullptr;
     AttachmentPreviewer m_attachment;

@@ -1,15 +1,21 @@
 #include "SmtpSink.h"
 #include "TestSupport.h"
+#include "composer/AttachmentView.h"
 #include "composer/ComposePage.h"
+#include "composer/ComposerToolbar.h"
+#include "core/AppPaths.h"
 #include "core/Dialogs.h"
 #include "delivery/SmtpAccount.h"
 #include "wizard/ui/FrmMailMerge.h"
 #include "wizard/ui/WizardPages.h"
+#include "wordlink/BridgeDocument.h"
+#include "wordlink/OfficeBridge.h"
 
 #include <QAction>
 #include <QCheckBox>
 #include <QComboBox>
 #include <QFile>
+#include <QFileInfo>
 #include <QImage>
 #include <QLabel>
 #include <QLineEdit>
@@ -17,6 +23,7 @@
 #include <QMenu>
 #include <QPointer>
 #include <QRadioButton>
+#include <QScrollBar>
 #include <QTabWidget>
 #include <QTemporaryDir>
 #include <QTest>
@@ -25,24 +32,54 @@
 
 using namespace Qt::StringLiterals;
 
-// A formatted mail written in the composer of the wizard window, previewed and sent.
+// The composer inside the wizard window: a formatted mail written, previewed and sent to a real
+// SMTP server, and the attachment preview of a Word template.
 class ComposerMailTest : public QObject
 {
     Q_OBJECT
 
 private:
     QTemporaryDir m_dir;
+    QString m_list;
+
+    // The wizard on the sample list, up to the template page.
+    FrmMailMerge* toTemplatePage()
+    {
+        FrmMailMerge* wizard = FrmMailMerge::instance();
+        wizard->show();
+        wizard->sourcePage()->LstDataSrc->setCurrentRow(5);
+        Dialogs::setNextResult(m_list);
+        wizard->sourcePage()->CmdBrowseWab->click();
+        wizard->CmdNext_Click();
+        wizard->fieldMapPage()->ChkSkip->setChecked(true);
+        wizard->CmdNext_Click();
+        wizard->CmdNext_Click();
+        return wizard;
+    }
+
+    // Opens the colour frame for the font colour by its drop-down area and picks a swatch.
+    static void pickFontColor(ComposePage* page, int swatch)
+    {
+        const int dropDown = page->TbEdit->buttonLeft(u"Color"_s) + page->TbEdit->buttonWidth(u"Bold"_s) + 2;
+        QVERIFY(page->TbEdit_MouseDown(dropDown));
+        page->lblColor_Click(swatch);
+    }
 
 private slots:
-    void initTestCase() { TestSupport::isolateUserFolders(); }
-
-    void aFormattedMail_arrivesWithItsFormatting_andItsPictureInline()
+    void initTestCase()
     {
-        QFile list(m_dir.filePath(u"list.csv"_s));
+        TestSupport::isolateUserFolders();
+        m_list = m_dir.filePath(u"list.csv"_s);
+        QFile list(m_list);
         QVERIFY(list.open(QIODevice::WriteOnly));
         list.write("First Name,Email,Company\r\nAnn,ann@example.com,Acme\r\nBob,bob@example.com,Nord\r\n"
                    "Cy,cy@example.com,Ceta\r\n");
-        list.close();
+    }
+
+    void cleanupTestCase() { wordlink::OfficeBridge::instance().shutdown(); }
+
+    void aFormattedMail_arrivesWithItsFormatting_andItsPictureInline()
+    {
         QImage logo(16, 12, QImage::Format_RGB32);
         logo.fill(QColor(Qt::darkGreen));
         const QString png = m_dir.filePath(u"logo.png"_s);
@@ -60,23 +97,18 @@ private slots:
         account.fromEmail = u"club@example.org"_s;
         account.save();
 
-        QPointer<FrmMailMerge> wizard = FrmMailMerge::instance();
-        wizard->show();
-        wizard->sourcePage()->LstDataSrc->setCurrentRow(5);
-        Dialogs::setNextResult(list.fileName());
-        wizard->sourcePage()->CmdBrowseWab->click();
-        wizard->CmdNext_Click();
-        wizard->fieldMapPage()->ChkSkip->setChecked(true);
-        wizard->CmdNext_Click();
-        wizard->CmdNext_Click();
+        QPointer<FrmMailMerge> wizard = toTemplatePage();
         wizard->CmdNext_Click();
         ComposePage* page = wizard->composePage();
         QCOMPARE(wizard->currentPage(), int(FrmMailMerge::Compose));
+        QVERIFY(!page->G1_Tab->isTabEnabled(3)); // no "Word Document Attachment"
+        QVERIFY(!page->TbEdit->isEnabled());     // the caret is in the subject
 
         // Write: a greeting with a field, a list, a link, two colours, a picture, two more fields.
         page->txtSubject->setText(u"News for [[FirstName]]"_s);
         QTextEdit* body = page->dhtCompose;
         body->setFocus();
+        QVERIFY(page->TbEdit->isEnabled());
         body->insertPlainText(u"Dear "_s);
         page->MnuMergeFlds()->findChild<QAction*>(u"MnuFirstName"_s)->trigger();
         body->textCursor().insertBlock();
@@ -86,11 +118,9 @@ private slots:
         body->insertPlainText(u"second point"_s);
         body->textCursor().insertBlock();
         page->TbEdit_ButtonClick(u"Bullets"_s);
-        page->toggleColorFrame(u"C"_s);
-        page->lblColor_Click(4); // red
+        pickFontColor(page, 4); // red
         body->insertPlainText(u"Red words "_s);
-        page->toggleColorFrame(u"C"_s);
-        page->lblColor_Click(6); // blue
+        pickFontColor(page, 6); // blue
         body->insertPlainText(u"blue words "_s);
         Dialogs::setNextResult(u"https://example.org/club"_s);
         page->TbEdit_ButtonClick(u"Link"_s);
@@ -103,11 +133,11 @@ private slots:
 
         // Preview the three contacts.
         page->G1_Tab->setCurrentIndex(2);
-        QVERIFY(page->dhtPreview->toPlainText().contains(u"Dear Ann"_s));
+        QVERIFY(page->dhtPreview->toPlainText().startsWith(u"Dear Ann\t"_s));
         page->ImgSrl_Click(1);
-        QVERIFY(page->dhtPreview->toPlainText().contains(u"Nord"_s));
+        QVERIFY(page->dhtPreview->toPlainText().contains(u"Nord\tbob@example.com"_s));
         page->ImgSrl_Click(3);
-        QVERIFY(page->dhtPreview->toPlainText().contains(u"cy@example.com"_s));
+        QVERIFY(page->dhtPreview->toPlainText().contains(u"Ceta\tcy@example.com"_s));
         page->G1_Tab->setCurrentIndex(0);
 
         wizard->CmdNext_Click();
@@ -120,20 +150,44 @@ private slots:
         QCOMPARE(stored.size(), 3);
         const QByteArray& mail = stored.at(1).content;
         QVERIFY(mail.contains("Subject: News for Bob\r\n"));
-        QVERIFY(mail.contains("Dear Bob"));
+        QVERIFY(mail.contains("Dear Bob\t"));
         QVERIFY(mail.contains("<ul"));
-        QVERIFY(mail.contains("first point"));
-        QVERIFY(mail.contains("color:#ff0000"));
-        QVERIFY(mail.contains("color:#0000c0"));
-        QVERIFY(mail.contains("href=\"https://example.org/club\""));
-        QVERIFY(mail.contains("Nord"));
-        QVERIFY(mail.contains("bob@example.com\t") || mail.contains("bob@example.com"));
-        QVERIFY(mail.contains("src=cid:logo.png"));
+        QVERIFY(mail.contains("<li") && mail.contains(">first point</li>") && mail.contains(">second point</li>"));
+        QVERIFY(mail.contains("color:#ff0000;\">Red words"));
+        QVERIFY(mail.contains("color:#0000c0;\">blue words"));
+        QVERIFY(mail.contains("<a href=\"https://example.org/club\">"));
+        QVERIFY(mail.contains("Nord\tbob@example.com\t"));
+        QVERIFY(!mail.contains("Ann") && !mail.contains("Acme"));
+        QVERIFY(mail.contains("<img src=cid:logo.png"));
         const qsizetype part = mail.indexOf("Content-ID: <logo.png>");
         QVERIFY(part > 0);
         const qsizetype start = mail.indexOf("\r\n\r\n", part) + 4;
         const qsizetype end = mail.indexOf("\r\n--NextMimePart", start);
         QCOMPARE(QByteArray::fromBase64(mail.mid(start, end - start).replace("\r\n", "")), logoBytes);
+        wizard->close();
+    }
+
+    void aDocTemplate_isPreviewedThroughDocPreviewDoc()
+    {
+        const QString docx = m_dir.filePath(u"letter.docx"_s);
+        QVERIFY(TestSupport::makeDocx(u"letter"_s, docx));
+        const QString doc = m_dir.filePath(u"letter.doc"_s);
+        QVERIFY(wordlink::BridgeDocument::convert(docx, doc).ok());
+
+        QPointer<FrmMailMerge> wizard = toTemplatePage();
+        TemplatePage* templates = wizard->templatePage();
+        templates->ChkAttachment->click();
+        templates->txtTemplate[0]->setText(doc);
+        wizard->CmdNext_Click();
+        ComposePage* page = wizard->composePage();
+        QCOMPARE(wizard->currentPage(), int(FrmMailMerge::Compose));
+        QVERIFY(page->G1_Tab->isTabEnabled(3));
+        QCOMPARE(page->cboPAtTo->count(), 3);
+        page->G1_Tab->setCurrentIndex(3);
+        QCOMPARE(page->cboPAtTo->currentText(), u"ann@example.com"_s);
+        QVERIFY(QFileInfo(AppPaths::file(u"DocPreview.doc"_s)).size() > 0);
+        QVERIFY(page->PicOleAt->hasPage());
+        QVERIFY(page->PicOleAt->PicVSAt->isVisible());
         wizard->close();
     }
 };
