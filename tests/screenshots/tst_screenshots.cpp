@@ -10,6 +10,7 @@
 #include "delivery/FrmSmtp.h"
 #include "explorer/FrmFileList.h"
 #include "search/FrmSearch.h"
+#include "wizard/ui/ContactListView.h"
 #include "wizard/ui/FrmMailMerge.h"
 #include "wizard/ui/WizardPages.h"
 
@@ -17,6 +18,7 @@
 #include <QComboBox>
 #include <QDir>
 #include <QFile>
+#include <QHeaderView>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QPointer>
@@ -77,6 +79,7 @@ private slots:
     void shots_data()
     {
         QTest::addColumn<QString>("name");
+        QTest::newRow("splash") << u"frmSplash"_s;
         QTest::newRow("main window") << u"frmFileList"_s;
         QTest::newRow("welcome") << u"frmWelcome"_s;
         QTest::newRow("about") << u"frmSplash-about"_s;
@@ -142,6 +145,9 @@ private slots:
         wizard->fieldMapPage()->ChkSkip->setChecked(true);
         save(wizard, prefix + u"-6-fieldmap.png"_s);
         wizard->CmdNext_Click();
+        QHeaderView* headings = wizard->contactsPage()->LsvSelection->horizontalHeader();
+        QTest::mouseClick(headings->viewport(), Qt::LeftButton, {},
+                          QPoint(headings->sectionViewportPosition(1) + 10, headings->height() / 2));
         save(wizard, prefix + u"-1-contacts.png"_s);
         wizard->CmdNext_Click();
         const QString letter = m_documents + u"/Invitation letter.docx"_s;
@@ -178,6 +184,15 @@ private slots:
             Main();
             QVERIFY(QTest::qWaitFor([] { return mainWindow() != nullptr && mainWindow()->isVisible(); }, 5000));
             save(mainWindow(), path);
+        } else if (name == u"frmSplash"_s) {
+            // The splash as it stands while the main window loads: taken from inside the load.
+            bool saved = false;
+            (new FrmSplash)->startLoading([&](FrmSplash& loading) -> QWidget* {
+                loading.setLoadingText(u"Initializing Drives..."_s);
+                saved = loading.grab().save(path);
+                return nullptr;
+            });
+            QVERIFY(QTest::qWaitFor([&] { return saved; }, 5000));
         } else if (name == u"frmWelcome"_s) {
             FrmWelcome* welcome = FrmWelcome::instance();
             welcome->show();
