@@ -204,7 +204,7 @@ void FrmSmtp::cmdOk_Click(int index)
     }
     if (!cancelling) {
         bool ok = false;
-        const int port = TextUtil::trimSpaces(txtSMTPPort->text()).toShort(&ok);
+        const int port = TextUtil::trimSpaces(txtSMTPPort->text()).toUShort(&ok);
         if (!ok) {
             // A port that is no number cannot be taken; the dialog stays open on it.
             tell(u"Please Specify SMTP Port!"_s);

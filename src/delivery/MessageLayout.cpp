@@ -24,20 +24,25 @@ bool isAscii(const QString& text)
 }
 
 // Every line end of the body becomes CR LF, as mail wants it; CR LF pairs stay as they are.
+// The text between line ends is copied in one piece.
 QByteArray crlfLines(const QByteArray& text)
 {
     QByteArray result;
     result.reserve(text.size() + text.size() / 40);
+    qsizetype copied = 0;
     for (qsizetype i = 0; i < text.size(); ++i) {
         const char c = text.at(i);
-        if (c == '\n' && (i == 0 || text.at(i - 1) != '\r')) {
-            result.append(CRLF);
-        } else if (c == '\r' && (i + 1 >= text.size() || text.at(i + 1) != '\n')) {
-            result.append(CRLF);
-        } else {
-            result.append(c);
+        if (c != '\r' && c != '\n') {
+            continue;
         }
+        result.append(text.constData() + copied, i - copied);
+        result.append(CRLF);
+        if (c == '\r' && i + 1 < text.size() && text.at(i + 1) == '\n') {
+            ++i;
+        }
+        copied = i + 1;
     }
+    result.append(text.constData() + copied, text.size() - copied);
     return result;
 }
 

@@ -124,11 +124,14 @@ private slots:
         dialog->cmdOk_Click(0);
         QCOMPARE(messages.lastText(), u"Please Specify SMTP Port!"_s);
         QVERIFY(dialog->isVisible());
+        dialog->txtSMTPPort->setText(u"70000"_s);
+        dialog->cmdOk_Click(0);
+        QCOMPARE(messages.texts().count(u"Please Specify SMTP Port!"_s), 2);
         QCOMPARE(GetSetting(u"SMTP"_s, u"SMTPServer"_s, u"none"_s), u"none"_s);
-        dialog->txtSMTPPort->setText(u"2525"_s);
+        dialog->txtSMTPPort->setText(u"40025"_s);
         dialog->chkNoEncryption->setChecked(true);
         dialog->cmdOk_Click(0);
-        QCOMPARE(GetSetting(u"SMTP"_s, u"SMTPPort"_s), u"2525"_s);
+        QCOMPARE(GetSetting(u"SMTP"_s, u"SMTPPort"_s), u"40025"_s);
         QCOMPARE(GetSetting(u"SMTP"_s, u"NoEncryption"_s), u"1"_s);
         QVERIFY(SmtpAccount::current().noEncryption);
     }

@@ -2,11 +2,14 @@
 #include "TestSupport.h"
 #include "composer/ComposePage.h"
 #include "core/Dialogs.h"
+#include "core/SettingsStore.h"
+#include "delivery/FrmSmtp.h"
 #include "delivery/SmtpAccount.h"
 #include "delivery/SmtpConversation.h"
 #include "wizard/ui/FrmMailMerge.h"
 #include "wizard/ui/WizardPages.h"
 
+#include <QApplication>
 #include <QCheckBox>
 #include <QFile>
 #include <QJsonArray>
@@ -17,9 +20,11 @@
 #include <QPushButton>
 #include <QRadioButton>
 #include <QSslCertificate>
+#include <QTcpServer>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTextEdit>
+#include <QTimer>
 #include <QToolButton>
 
 using namespace Qt::StringLiterals;
@@ -163,6 +168,75 @@ private slots:
         QVERIFY(stored.at(2).envelope.value(u"tls"_s).toBool());
         QVERIFY(stored.at(2).envelope.value(u"authenticated"_s).toBool());
         QVERIFY(stored.at(2).content.contains("Hello Cy"));
+    }
+
+    void aSilentServer_leavesTheWindowResponsive_andCancelEndsTheRun()
+    {
+        QTcpServer silent; // accepts, and never says a word
+        QVERIFY(silent.listen(QHostAddress::LocalHost));
+        SmtpAccount account;
+        account.server = u"127.0.0.1"_s;
+        account.port = silent.serverPort();
+        account.interval = 0; // no timeout: only Cancel ends the wait
+        account.fromEmail = u"events@example.org"_s;
+        account.save();
+        composeFor(u"<p>Hello [[FirstName]]</p>"_s);
+        m_wizard->sendPage()->OptSMTP->setChecked(true);
+        FinishPage* page = m_wizard->finishPage();
+
+        // While the greeting is awaited the window handles input: a click on Cancel gets through.
+        QStringList during;
+        int ticks = 0;
+        QTimer ticker;
+        connect(&ticker, &QTimer::timeout, this, [&ticks] { ++ticks; });
+        ticker.start(20);
+        QTimer::singleShot(600, this, [&] {
+            during << page->lblheader->text() << page->lblstatus->text() << m_wizard->CmdNext()->text();
+            QVERIFY(page->CmdCancelSend->isEnabled());
+            QVERIFY(!m_wizard->CmdBack()->isEnabled());
+            QVERIFY(!m_wizard->CmdNext()->isEnabled());
+            QVERIFY(!page->lblSendProcess->isVisibleTo(page));
+            QTest::mouseClick(page->CmdCancelSend, Qt::LeftButton);
+        });
+        m_wizard->CmdNext_Click();
+        QCOMPARE(during, (QStringList{u"Sending Mails via Quillbay+ SMTP"_s, u"Connecting 127.0.0.1"_s, u"Finish"_s}));
+        QVERIFY2(ticks >= 15, qPrintable(QString::number(ticks)));
+        QCOMPARE(page->lblSendProcess->text(), u"Process Cancelled!"_s);
+        QVERIFY(page->lblSendProcess->isVisibleTo(page));
+        QCOMPARE(page->barWidth(), 7500.0);
+        QCOMPARE(page->lblstatus->text(), QString());
+        QVERIFY(!page->CmdCancelSend->isEnabled());
+        QVERIFY(m_wizard->CmdBack()->isEnabled());
+        QVERIFY(!m_wizard->CmdNext()->isEnabled());
+    }
+
+    void anIncompleteAccount_opensTheSettingsModally_andTheRunUsesWhatWasEntered()
+    {
+        SmtpSink sink;
+        QVERIFY2(sink.isRunning(), qPrintable(sink.errorText()));
+        composeFor(u"<p>Hello [[FirstName]]</p>"_s);
+        m_wizard->sendPage()->OptSMTP->setChecked(true);
+        bool answered = false;
+        QTimer watcher;
+        connect(&watcher, &QTimer::timeout, this, [&] {
+            auto* dialog = qobject_cast<FrmSmtp*>(QApplication::activeModalWidget());
+            if (dialog == nullptr || answered) {
+                return;
+            }
+            answered = true;
+            dialog->txtFromMail->setText(u"events@example.org"_s);
+            dialog->txtSmtp->setText(u"127.0.0.1"_s);
+            dialog->txtSMTPPort->setText(QString::number(sink.port()));
+            dialog->cmdOk[0]->click();
+        });
+        watcher.start(50);
+        m_wizard->CmdNext_Click();
+        QVERIFY(answered);
+        QCOMPARE(m_wizard->finishPage()->lblSendProcess->text(), u"All mails are successfully Sent."_s);
+        QCOMPARE(GetSetting(u"SMTP"_s, u"SMTPServer"_s), u"127.0.0.1"_s);
+        const QList<SmtpSink::StoredMessage> stored = sink.messages(3);
+        QCOMPARE(stored.size(), 3);
+        QCOMPARE(stored.at(0).envelope.value(u"from"_s).toString(), u"events@example.org"_s);
     }
 
     void aCancelledRun_keepsNextDisabled_andBackLeadsToTheSendingPage()
