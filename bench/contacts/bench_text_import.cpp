@@ -8,6 +8,7 @@
 #include "contacts/FieldMap.h"
 #include "core/Dialogs.h"
 #include "core/SettingsStore.h"
+#include "wizard/ui/ContactListView.h"
 #include "wizard/ui/FrmMailMerge.h"
 #include "wizard/ui/WizardPages.h"
 

@@ -2,6 +2,7 @@
 #include "composer/ComposePage.h"
 #include "core/Dialogs.h"
 #include "core/SettingsKeys.h"
+#include "wizard/ui/ContactListView.h"
 #include "wizard/ui/FrmMailMerge.h"
 #include "wizard/ui/ProgressPanel.h"
 #include "wizard/ui/WizardPages.h"
@@ -24,6 +25,7 @@
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTextEdit>
+#include <QTimer>
 #include <QToolButton>
 
 using namespace Qt::StringLiterals;
@@ -358,6 +360,35 @@ private slots:
         page->ChkPostalMerge->click();
         QVERIFY(page->ChkMailMerge->isChecked());
         QCOMPARE(m_wizard->CmdNext()->text(), u"Next>>"_s);
+    }
+
+    void buttonsPressedDuringAnImport_waitForItsEnd()
+    {
+        // The import lets pending events through every 200 lines: presses of Next, Back and
+        // Close that arrive then must neither import twice nor take the window away under it.
+        const QString big = m_dir.filePath(u"big.csv"_s);
+        QByteArray content = "Name,Email\r\n";
+        for (int i = 0; i < 2000; ++i) {
+            content += "P" + QByteArray::number(i) + ",p" + QByteArray::number(i) + "@x.org\r\n";
+        }
+        writeFile(big, content);
+        TestSupport::MessageRecorder messages;
+        openWizard();
+        QPointer<FrmMailMerge> wizard = m_wizard;
+        chooseCommaFile(big);
+        wizard->CmdNext_Click();
+        wizard->fieldMapPage()->ChkSkip->click();
+        messages.answerNext(MessageAnswer::Yes);
+        QTimer::singleShot(0, wizard, [wizard] {
+            wizard->CmdNext_Click();
+            wizard->CmdBack_Click();
+            wizard->cmdCancel_Click();
+        });
+        wizard->CmdNext_Click();
+        QVERIFY(!wizard.isNull());
+        QCOMPARE(wizard->contactTable().count(), 2000);
+        QCOMPARE(wizard->currentPage(), int(FrmMailMerge::Contacts));
+        QVERIFY(messages.messages().isEmpty());
     }
 
     void memory_restoresSourcesBlanksColumnsAndTheWayOfSending()

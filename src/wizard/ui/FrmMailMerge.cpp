@@ -1,5 +1,6 @@
 #include "FrmMailMerge.h"
 
+#include "ContactListView.h"
 #include "ProgressPanel.h"
 #include "WizardPages.h"
 #include "WizardRunView.h"
@@ -12,6 +13,7 @@
 #include "core/MessageBoxes.h"
 #include "core/SettingsKeys.h"
 #include "core/TextUtil.h"
+#include "core/Twips.h"
 #include "delivery/FrmSmtp.h"
 #include "delivery/MergedAttachment.h"
 #include "delivery/SmtpAccount.h"
@@ -38,6 +40,7 @@
 #include <QProcess>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QScopedValueRollback>
 #include <QStackedWidget>
 #include <QTabWidget>
 #include <QTableView>
@@ -133,13 +136,12 @@ FrmMailMerge::FrmMailMerge(QWidget* parent)
     }
     auto* layout = new QVBoxLayout(this);
     layout->addWidget(m_pages, 1);
-    layout->addWidget(m_progress, 0, Qt::AlignHCenter);
     layout->addWidget(buildButtonBar());
     resize(760, 560);
 
     m_contacts->LsvSelection->setModel(&m_table);
     m_compose->setMergeSources(&m_tokens, [this](int row) { return attachmentPreview(row); });
-    m_contacts->LsvSelection->setColumnWidth(0, 200);
+    fitStandardColumns();
     connectSourcePage();
     connectFieldMapPage();
     connectContactsPage();
@@ -207,6 +209,11 @@ void FrmMailMerge::Form_Activate()
 
 void FrmMailMerge::closeEvent(QCloseEvent* event)
 {
+    if (m_importing) {
+        // An import lets events through as it goes; the window stays until it has ended.
+        event->ignore();
+        return;
+    }
     if (m_smtpRun != nullptr || m_postalRun != nullptr) {
         // A run in hand is cancelled first; the window stays until it has ended.
         CmdCancelSend_Click();
@@ -312,6 +319,9 @@ void FrmMailMerge::UpdateSelectedCount()
 
 void FrmMailMerge::CmdNext_Click()
 {
+    if (m_importing) {
+        return;
+    }
     if (m_cmdNext->text() == FinishCaption && m_currentPage == Finish) {
         close();
         return;
@@ -387,6 +397,9 @@ void FrmMailMerge::CmdNext_Click()
 
 void FrmMailMerge::CmdBack_Click()
 {
+    if (m_importing) {
+        return;
+    }
     switch (m_currentPage) {
     case Contacts:
         ShowPage(DataSources::isFileLike(sourceIndex()) ? FieldMapping : DataSource);
@@ -422,6 +435,9 @@ void FrmMailMerge::CmdBack_Click()
 
 void FrmMailMerge::cmdCancel_Click()
 {
+    if (m_importing) {
+        return;
+    }
     if (m_currentPage == DataSource) {
         close();
         return;
@@ -549,6 +565,7 @@ void FrmMailMerge::OpenTextSource(TextKind kind)
         return;
     }
     WaitCursor wait;
+    const QScopedValueRollback importing(m_importing, true);
     if (box->text() == m_openedSource) {
         ShowPage(FieldMapping);
     } else {
@@ -588,8 +605,8 @@ void FrmMailMerge::ImportTextFile(TextKind kind)
             return;
         }
         WaitCursor wait;
+        const QScopedValueRollback importing(m_importing, true);
         m_table.clear();
-        m_importedLines = 0;
         ApplyCustomHeadings();
         QByteArray bytes;
         const auto text = DelimitedText::readText(TextUtil::trimSpaces(m_source->txtWabfile->text()), &bytes);
@@ -599,9 +616,10 @@ void FrmMailMerge::ImportTextFile(TextKind kind)
         if (text) {
             const bool skipFirst = m_fieldMapPage->ChkSkip->isChecked();
             QCoreApplication::processEvents();
-            rows = DelimitedText::importRows(*text, kind, skipFirst, m_map.listIndex, [this](qsizetype) {
+            qsizetype linesRead = 0;
+            rows = DelimitedText::importRows(*text, kind, skipFirst, m_map.listIndex, [this, &linesRead](qsizetype) {
                 m_progress->advance();
-                if (++m_importedLines % 200 == 0) {
+                if (++linesRead % 200 == 0) {
                     QCoreApplication::processEvents();
                 }
             });
@@ -698,7 +716,7 @@ void FrmMailMerge::ApplyCustomHeadings()
         const int cell = MergeFieldTable::FirstCustomCell + k;
         m_table.setCustomHeading(cell, TextUtil::trimSpaces(m_map.customNames[k]));
         m_contacts->LsvSelection->setColumnHidden(cell, false);
-        m_contacts->LsvSelection->setColumnWidth(cell, 96);
+        m_contacts->LsvSelection->setColumnWidth(cell, Twips::toPixels(1440));
     }
 }
 
@@ -752,9 +770,17 @@ void FrmMailMerge::lblSel_Click()
 void FrmMailMerge::LsvSelection_ColumnClick(int column)
 {
     const bool descending = m_selection.LsvSelection_ColumnClick(column);
-    QHeaderView* header = m_contacts->LsvSelection->horizontalHeader();
-    header->setSortIndicatorShown(true);
-    header->setSortIndicator(column, descending ? Qt::DescendingOrder : Qt::AscendingOrder);
+    m_contacts->LsvSelection->setSortIcon(column, descending ? u"DOWN"_s : u"UP"_s);
+}
+
+void FrmMailMerge::fitStandardColumns()
+{
+    // Wide enough for each heading and its sort icon; the address column a little wider.
+    QTableView* list = m_contacts->LsvSelection;
+    for (int cell = 0; cell < MergeFieldTable::FirstCustomCell; ++cell) {
+        list->setColumnWidth(cell, qMax(list->columnWidth(cell), list->horizontalHeader()->sectionSizeHint(cell)));
+    }
+    list->setColumnWidth(0, qMax(list->columnWidth(0), Twips::toPixels(3000)));
 }
 
 void FrmMailMerge::applyColumnPositions(const QList<int>& positions)

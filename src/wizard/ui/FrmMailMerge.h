@@ -121,6 +121,7 @@ private:
     void LsvSelection_ItemCheck(int position);
     void lblSel_Click();
     void LsvSelection_ColumnClick(int column);
+    void fitStandardColumns();
     void applyColumnPositions(const QList<int>& positions);
     QList<int> columnPositions() const;
 
@@ -177,7 +178,8 @@ private:
     QString m_tabFile;
     QString m_commaFile;
     int m_shownSourceIndex = 0;
-    qsizetype m_importedLines = 0;
+    // True while a contact source is read: presses of Next, Back and Close are then dropped.
+    bool m_importing = false;
 
     QStackedWidget* m_pages;
     SourcePage* m_source;

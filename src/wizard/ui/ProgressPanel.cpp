@@ -38,6 +38,11 @@ void ProgressPanel::BeginProgress(double total)
     m_shownPixels = -1;
     m_lblPer->setText(u"0 %"_s);
     show(0);
+    // In front of the page, in the middle of the window.
+    adjustSize();
+    if (QWidget* window = parentWidget()) {
+        move((window->width() - width()) / 2, (window->height() - height()) / 2);
+    }
     setVisible(true);
     raise();
 }

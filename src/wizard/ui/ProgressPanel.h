@@ -5,8 +5,8 @@
 class QLabel;
 
 // The import progress of the wizard: the frame fraProcess with the bar ShpProcess, which grows
-// to 4000 twips, and the percentage lblPer. The window repaints only when the event loop runs
-// (every 200th row of an import), so the widgets are touched only when what they show changes.
+// to 4000 twips, and the percentage lblPer, shown in front of the page while a step runs. The window repaints only when
+// the event loop runs (every 200th row of an import), so the widgets are touched only when what they show changes.
 class ProgressPanel : public QFrame
 {
     Q_OBJECT
@@ -16,7 +16,7 @@ public:
 
     explicit ProgressPanel(QWidget* parent = nullptr);
 
-    // Brings the frame to the front at 0 % with a step of 4000 / total.
+    // Brings the frame to the front, in the middle of its window, at 0 % with a step of 4000 / total.
     void BeginProgress(double total);
     void advance();
     // Shows a width reached by a caller that keeps its own step.

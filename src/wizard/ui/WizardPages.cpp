@@ -224,6 +224,7 @@ ContactsPage::ContactsPage(QWidget* parent)
     LsvSelection->horizontalHeader()->setSectionsMovable(true);
     LsvSelection->horizontalHeader()->setSectionsClickable(true);
     LsvSelection->horizontalHeader()->setSortIndicatorShown(false);
+    LsvSelection->horizontalHeader()->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
     LsvSelection->horizontalHeader()->setDefaultSectionSize(Twips::toPixels(1440));
     LsvSelection->setWordWrap(false);
     lblSel = named(new QLabel(u"<a href='#'>Select/UnSelect All</a>"_s, this), u"lblSel"_s);

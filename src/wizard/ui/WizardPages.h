@@ -4,6 +4,7 @@
 
 #include <array>
 
+class ContactListView;
 class QCheckBox;
 class QComboBox;
 class QFrame;
@@ -14,7 +15,6 @@ class QPushButton;
 class QRadioButton;
 class QStackedWidget;
 class QTabWidget;
-class QTableView;
 class QToolButton;
 
 // The seven pages of the merge wizard. Each holds its controls under the names the handlers
@@ -79,7 +79,7 @@ public:
 
     QLabel* lblConTitle;
     QLabel* lblTopContacts;
-    QTableView* LsvSelection;
+    ContactListView* LsvSelection;
     QLabel* lblSel;
 };
 
