@@ -113,6 +113,7 @@ int main(int argc, char* argv[])
     const int written = static_cast<int>(QDir(ours).entryList(QDir::Files).size());
     std::printf("Quillbay+ postal run   : %4d letters in %7.2f s = %8.1f letters/s  (%s)\n", written, oursSeconds,
                 written / oursSeconds, qPrintable(view.process()));
+    std::fflush(stdout);
 
     // The office suite, through the bridge, on a sample of the same letters (it is warmed first).
     const QString bridgeFolder = dir.filePath(u"bridge"_s);

@@ -21,18 +21,13 @@ enum DocumentError
     NoBody
 };
 
-const char* const TemplateTypes[][2] = {
-    {"application/vnd.openxmlformats-officedocument.wordprocessingml.template.main+xml",
-     "application/vnd.openxmlformats-officedocument.wordprocessingml.document.main+xml"},
-    {"application/vnd.ms-word.template.macroEnabledTemplate.main+xml",
-     "application/vnd.ms-word.document.macroEnabled.main+xml"},
+// The content type of the main part for each extension of the family.
+const char* const MainPartTypes[][2] = {
+    {"docx", "application/vnd.openxmlformats-officedocument.wordprocessingml.document.main+xml"},
+    {"dotx", "application/vnd.openxmlformats-officedocument.wordprocessingml.template.main+xml"},
+    {"docm", "application/vnd.ms-word.document.macroEnabled.main+xml"},
+    {"dotm", "application/vnd.ms-word.template.macroEnabledTemplate.main+xml"},
 };
-
-bool isTemplateName(const QString& path)
-{
-    const QString suffix = QFileInfo(path).suffix().toLower();
-    return suffix == u"dotx"_s || suffix == u"dotm"_s;
-}
 
 // The main part named by the package relationships, else the usual name.
 QString mainPartOf(const OoxmlPackage& package)
@@ -89,7 +84,9 @@ Result<std::unique_ptr<Document>> NativeDocument::fromTemplate(const QString& te
     if (const Status loaded = document->load(); !loaded.ok()) {
         return loaded.error();
     }
-    document->setMainContentType(false);
+    // Documents.Add: a template gives a document of its family.
+    const QString suffix = QFileInfo(templatePath).suffix().toLower();
+    document->setMainContentType(suffix == u"dotm"_s || suffix == u"docm"_s ? u"docm"_s : u"docx"_s);
     document->m_saved = false;
     return std::unique_ptr<Document>(std::move(document));
 }
@@ -103,7 +100,10 @@ Status NativeDocument::load()
     }
     const pugi::xml_parse_result parsed = m_xml.load_buffer(
         xml->constData(), static_cast<size_t>(xml->size()),
-        pugi::parse_default | pugi::parse_declaration | pugi::parse_ws_pcdata_single, pugi::encoding_utf8);
+        // Comments, processing instructions and the whitespace between elements are kept, so that
+        // a saved part differs from the original only where the text was changed.
+        pugi::parse_default | pugi::parse_declaration | pugi::parse_ws_pcdata | pugi::parse_comments | pugi::parse_pi,
+        pugi::encoding_utf8);
     if (!parsed) {
         return Error{Malformed,
                      u"the document's text is not well-formed XML: "_s + QString::fromUtf8(parsed.description())};
@@ -119,15 +119,22 @@ pugi::xml_node NativeDocument::body()
     return m_xml.child("w:document").child("w:body");
 }
 
-void NativeDocument::setMainContentType(bool templateKind)
+void NativeDocument::setMainContentType(const QString& suffix)
 {
+    // Word opens a file only when its main part's type matches its extension.
     const Result<QByteArray> types = m_package.part(u"[Content_Types].xml"_s);
     if (!types.ok()) {
         return;
     }
+    const char* wanted = MainPartTypes[0][1];
+    for (const auto& [extension, type] : MainPartTypes) {
+        if (suffix == QLatin1StringView(extension)) {
+            wanted = type;
+        }
+    }
     QByteArray changed = types.value();
-    for (const auto& [templateType, documentType] : TemplateTypes) {
-        changed.replace(templateKind ? documentType : templateType, templateKind ? templateType : documentType);
+    for (const auto& [extension, type] : MainPartTypes) {
+        changed.replace(QByteArray("\"") + type + '"', QByteArray("\"") + wanted + '"');
     }
     if (changed != types.value()) {
         m_package.setPart(u"[Content_Types].xml"_s, changed);
@@ -185,44 +192,24 @@ Result<int> NativeDocument::ReplaceAll(const QString& findText, const QString& r
 Status NativeDocument::AppendPageBreakAndText(const QString& text)
 {
     pugi::xml_node documentBody = body();
-    pugi::xml_node sectionProperties = documentBody.child("w:sectPr");
-    const auto newParagraph = [&] {
-        return sectionProperties ? documentBody.insert_child_before("w:p", sectionProperties)
-                                 : documentBody.append_child("w:p");
-    };
-    newParagraph().append_child("w:r").append_child("w:br").append_attribute("w:type").set_value("page");
+    const pugi::xml_node sectionProperties = documentBody.child("w:sectPr");
     QString plain = text;
     plain.remove(u'\a');
     if (plain.endsWith(u'\r')) {
         plain.chop(1);
     }
-    const QStringList lines = plain.split(u'\r');
-    for (const QString& line : lines) {
-        pugi::xml_node run = newParagraph().append_child("w:r");
-        QString pending;
-        const auto flush = [&] {
-            if (!pending.isEmpty()) {
-                pugi::xml_node t = run.append_child("w:t");
-                t.append_attribute("xml:space").set_value("preserve");
-                t.text().set(pending.toUtf8().constData());
-                pending.clear();
-            }
-        };
-        for (const QChar c : line) {
-            if (c == u'\t') {
-                flush();
-                run.append_child("w:tab");
-            } else if (c == u'\v' || c == u'\f') {
-                flush();
-                pugi::xml_node brk = run.append_child("w:br");
-                if (c == u'\f') {
-                    brk.append_attribute("w:type").set_value("page");
-                }
-            } else if (c.unicode() >= 0x20) {
-                pending += c;
-            }
+    // The page break opens the first new paragraph, so the appended text starts at the top of
+    // the next page; each CR of the text begins another paragraph.
+    bool first = true;
+    for (const QString& line : plain.split(u'\r')) {
+        pugi::xml_node paragraph = sectionProperties ? documentBody.insert_child_before("w:p", sectionProperties)
+                                                     : documentBody.append_child("w:p");
+        pugi::xml_node run = paragraph.append_child("w:r");
+        if (first) {
+            run.append_child("w:br").append_attribute("w:type").set_value("page");
+            first = false;
         }
-        flush();
+        OoxmlText::setRunContent(run.append_child("w:t"), line);
     }
     m_text.reset();
     m_xmlChanged = true;
@@ -259,13 +246,13 @@ Status NativeDocument::SaveAs(const QString& path)
     const QString absolute = QFileInfo(path).absoluteFilePath();
     Status stored;
     if (isNativeFormat(absolute)) {
-        setMainContentType(isTemplateName(absolute));
+        setMainContentType(QFileInfo(absolute).suffix().toLower());
         stored = store(absolute);
     } else {
         // Another format: the office suite converts a saved copy.
         QTemporaryDir scratch;
         const QString copy = scratch.filePath(QFileInfo(absolute).completeBaseName() + u".docx"_s);
-        setMainContentType(false);
+        setMainContentType(u"docx"_s);
         stored = store(copy);
         if (stored.ok()) {
             stored = m_convert ? m_convert(copy, absolute) : Status(Error{ReadOnly, u"no converter"_s});

@@ -36,7 +36,7 @@ private:
     NativeDocument(OoxmlPackage package, Converter converter);
     Status load();
     Status store(const QString& path);
-    void setMainContentType(bool templateKind);
+    void setMainContentType(const QString& suffix);
     pugi::xml_node body();
 
     OoxmlPackage m_package;

@@ -20,7 +20,7 @@ class OoxmlPackage
 {
 public:
     static constexpr qint64 MaxFileSize = qint64(512) << 20;
-    static constexpr qint64 MaxPartSize = qint64(256) << 20;
+    static constexpr qint64 MaxPartSize = qint64(128) << 20;
 
     static Result<OoxmlPackage> open(const QString& path);
 
@@ -36,6 +36,8 @@ public:
 
 private:
     OoxmlPackage();
+    // The bytes of the package with the changed parts in place.
+    Result<QByteArray> packed() const;
 
     struct ZipCloser
     {

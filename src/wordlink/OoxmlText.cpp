@@ -120,12 +120,46 @@ void OoxmlText::endParagraph(pugi::xml_node paragraph)
 void OoxmlText::setText(pugi::xml_node element, const QString& text)
 {
     element.text().set(text.toUtf8().constData());
-    if (!text.isEmpty() && (text.front().isSpace() || text.back().isSpace())) {
+    const bool edgeSpace = !text.isEmpty() && (text.front().isSpace() || text.back().isSpace());
+    if (edgeSpace || text.contains(u"  "_s)) {
         pugi::xml_attribute space = element.attribute("xml:space");
         if (!space) {
             space = element.append_attribute("xml:space");
         }
         space.set_value("preserve");
+    }
+}
+
+void OoxmlText::setRunContent(pugi::xml_node element, const QString& text)
+{
+    // The elements follow the w:t in the same run, so they take its formatting.
+    QString piece;
+    pugi::xml_node current = element;
+    pugi::xml_node last = element;
+    const auto place = [&](const char* name) {
+        setText(current, piece);
+        piece.clear();
+        last = element.parent().insert_child_after(name, last);
+        current = pugi::xml_node();
+        return last;
+    };
+    for (const QChar c : text) {
+        const char16_t code = c.unicode();
+        if (code >= 0x20 && code != 0xFFFE && code != 0xFFFF) {
+            if (!current) {
+                current = last = element.parent().insert_child_after("w:t", last);
+            }
+            piece += c;
+        } else if (code == u'\t') {
+            place("w:tab");
+        } else if (code == u'\r' || code == u'\n' || code == u'\v') {
+            place("w:br");
+        } else if (code == u'\f') {
+            place("w:br").append_attribute("w:type").set_value("page");
+        }
+    }
+    if (current) {
+        setText(current, piece);
     }
 }
 
@@ -149,10 +183,10 @@ bool OoxmlText::replace(qsizetype start, qsizetype end, const QString& replaceme
     const QString firstText = QString::fromUtf8(first->element.text().get());
     const qsizetype head = start - first->start;
     if (first == last) {
-        setText(first->element, firstText.left(head) + replacement + firstText.mid(end - first->start));
+        setRunContent(first->element, firstText.left(head) + replacement + firstText.mid(end - first->start));
         return true;
     }
-    setText(first->element, firstText.left(head) + replacement);
+    setRunContent(first->element, firstText.left(head) + replacement);
     for (auto middle = first + 1; middle != last; ++middle) {
         setText(middle->element, QString());
     }

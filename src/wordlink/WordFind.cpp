@@ -1,5 +1,7 @@
 #include "WordFind.h"
 
+#include <QHash>
+
 using namespace Qt::StringLiterals;
 
 namespace wordlink::WordFind {
@@ -33,6 +35,14 @@ QString plainExpression(const QString& text)
                 pattern += u"\\d"_s;
             } else if (code == u'$') {
                 pattern += u"\\p{L}"_s;
+            } else if (code == u'l') {
+                pattern += u"\\x{000B}"_s; // a line break, as the text holds it
+            } else if (code == u'm') {
+                pattern += u"\\f"_s;
+            } else if (code == u's') {
+                pattern += u"\\x{00A0}"_s;
+            } else if (code == u'w') {
+                pattern += u"[ \\t\\x{00A0}]+"_s;
             } else if (code == u'^') {
                 pattern += u"\\^"_s;
             } else {
@@ -116,9 +126,7 @@ QString wildcardExpression(const QString& text, bool* valid)
     return pattern;
 }
 
-} // namespace
-
-QRegularExpression expression(const QString& findText, const FindOptions& options)
+QRegularExpression compile(const QString& findText, const FindOptions& options)
 {
     if (findText.isEmpty()) {
         return QRegularExpression(u"(?!)"_s);
@@ -134,6 +142,27 @@ QRegularExpression expression(const QString& findText, const FindOptions& option
     }
     return QRegularExpression(pattern, options.matchCase ? QRegularExpression::NoPatternOption
                                                          : QRegularExpression::CaseInsensitiveOption);
+}
+
+} // namespace
+
+QRegularExpression expression(const QString& findText, const FindOptions& options)
+{
+    // A merge asks for the same dozen finds in every letter: each is compiled once.
+    thread_local QHash<QString, QRegularExpression> compiled;
+    const QString key =
+        QString::number(int(options.matchCase) | int(options.matchWholeWord) << 1 | int(options.matchWildcards) << 2) +
+        u'|' + findText;
+    if (const auto known = compiled.constFind(key); known != compiled.constEnd()) {
+        return known.value();
+    }
+    if (compiled.size() >= 512) {
+        compiled.clear();
+    }
+    QRegularExpression made = compile(findText, options);
+    made.optimize();
+    compiled.insert(key, made);
+    return made;
 }
 
 QString replacement(const QString& replaceWith, const QRegularExpressionMatch& hit, bool wildcards)
@@ -152,6 +181,12 @@ QString replacement(const QString& replaceWith, const QRegularExpressionMatch& h
                 result += u'\r';
             } else if (code == u't') {
                 result += u'\t';
+            } else if (code == u'l') {
+                result += u'\v';
+            } else if (code == u'm') {
+                result += u'\f';
+            } else if (code == u's') {
+                result += QChar(0x00A0);
             } else if (code == u'^') {
                 result += u'^';
             } else {

@@ -46,6 +46,29 @@ bool writeZip(const QString& path, const QString& entriesAsPython)
     return python.waitForFinished(60000) && python.exitCode() == 0;
 }
 
+// The most memory this process has held so far, in bytes.
+qint64 peakMemory()
+{
+    QFile status(u"/proc/self/status"_s);
+    if (!status.open(QIODevice::ReadOnly)) {
+        return -1;
+    }
+    for (const QByteArray& line : status.readAll().split('\n')) {
+        if (line.startsWith("VmHWM:")) {
+            return line.mid(6).trimmed().split(' ').value(0).toLongLong() * 1024;
+        }
+    }
+    return -1;
+}
+
+// A 32-bit field of a zip header.
+void putLittleEndian(QByteArray& bytes, qsizetype at, quint32 value)
+{
+    for (int i = 0; i < 4; ++i) {
+        bytes[at + i] = static_cast<char>((value >> (8 * i)) & 0xFF);
+    }
+}
+
 const FindOptions Plain;
 
 } // namespace
@@ -109,6 +132,9 @@ private slots:
         QVERIFY(!find(u"Max@il"_s, {false, false, true}));
         QVERIFY(find(u"Kind r?gards"_s, {false, false, true}));
         QVERIFY(find(u"^tis at"_s));
+        QVERIFY(find(u"club^m^p"_s)); // the page break, then the paragraph mark
+        QVERIFY(find(u"Kind^wregards"_s));
+        QVERIFY(!find(u"Kind^sregards"_s));
         QVERIFY(!document->Find(u"[unclosed"_s, {false, false, true}).ok());
     }
 
@@ -182,7 +208,49 @@ private slots:
         QVERIFY(partOf(out, u"[Content_Types].xml"_s).contains("wordprocessingml.document.main+xml"));
         QVERIFY(!partOf(out, u"[Content_Types].xml"_s).contains("template.main+xml"));
         const QString text = openDocument(*m_application, out)->ContentText().value();
-        QVERIFY(text.endsWith(u"\f\rSecond letter\r\tindented\rlast line\r"_s));
+        // The break opens the first appended paragraph: no empty line at the top of the page.
+        QVERIFY2(text.endsWith(u"Second page for [[FirstName]].\r\fSecond letter\r\tindented\rlast line\r"_s),
+                 qPrintable(text.right(60)));
+
+        // A macro-enabled template gives a macro-enabled document; saved as .docx, a plain one.
+        const QString dotm = m_dir.filePath(u"letter.dotm"_s);
+        QVERIFY(QFile::copy(dotx, dotm));
+        std::unique_ptr<Document> macro = std::move(m_application->Add(dotm)).value();
+        const QString docm = m_dir.filePath(u"letter.docm"_s);
+        QVERIFY(macro->SaveAs(docm).ok());
+        QVERIFY(partOf(docm, u"[Content_Types].xml"_s)
+                    .contains("\"application/vnd.ms-word.document.macroEnabled.main+xml\""));
+        QVERIFY(macro->SaveAs(out).ok());
+        QVERIFY(!partOf(out, u"[Content_Types].xml"_s).contains("macroEnabled"));
+    }
+
+    void replacementsWithTabsBreaksAndControlCharacters_stayValidXml()
+    {
+        const QString path = m_dir.filePath(u"twice.docx"_s);
+        QVERIFY(TestSupport::makeDocx(u"plain"_s, path, u"[[City]] and [[city]].|end"_s));
+        auto document = openDocument(*m_application, path, false);
+        // Two hits in one w:t, each becoming several elements of the run.
+        QCOMPARE(document->ReplaceAll(u"[[City]]"_s, u"Le\u0001eds\tWest\r\nYorks"_s, Plain).value(), 2);
+        QCOMPARE(document->ContentText().value(), u"Leeds\tWest\v\vYorks and Leeds\tWest\v\vYorks.\rend\r"_s);
+        QCOMPARE(document->ReplaceAll(u"end"_s, u"^l^m^s^^"_s, Plain).value(), 1);
+        QVERIFY(document->SaveAs(path).ok());
+        QCOMPARE(openDocument(*m_application, path)->ContentText().value(),
+                 u"Leeds\tWest\v\vYorks and Leeds\tWest\v\vYorks.\r\v\f\u00A0^\r"_s);
+        const QByteArray xml = partOf(path, u"word/document.xml"_s);
+        QVERIFY(xml.contains("<w:t>Leeds</w:t><w:tab/><w:t>West</w:t><w:br/><w:br/><w:t>Yorks and Leeds</w:t>"));
+        QVERIFY(!xml.contains('\x01'));
+    }
+
+    void savingWithoutChanges_copiesThePackageByteForByte()
+    {
+        auto document = openDocument(*m_application, m_letter, false);
+        QCOMPARE(document->ReplaceAll(u"[[Nowhere]]"_s, u"x"_s, Plain).value(), 0);
+        const QString copy = m_dir.filePath(u"unchanged.docx"_s);
+        QVERIFY(document->SaveAs(copy).ok());
+        QFile original(m_letter);
+        QFile saved(copy);
+        QVERIFY(original.open(QIODevice::ReadOnly) && saved.open(QIODevice::ReadOnly));
+        QCOMPARE(saved.readAll(), original.readAll());
     }
 
     void badPackages_failCleanly()
@@ -212,6 +280,21 @@ private slots:
         const auto exploded = m_application->Open(bomb, true);
         QVERIFY(!exploded.ok());
         QVERIFY(exploded.error().message.contains(u"too large"_s));
+
+        // The same bomb claiming to hold 1 KB: reading stops at the ceiling all the same.
+        QFile packed(bomb);
+        QVERIFY(packed.open(QIODevice::ReadWrite));
+        QByteArray bytes = packed.readAll();
+        putLittleEndian(bytes, 22, 1024);                                   // the local header's uncompressed size
+        putLittleEndian(bytes, bytes.lastIndexOf("PK\x01\x02") + 24, 1024); // the central directory's
+        packed.seek(0);
+        packed.write(bytes);
+        packed.close();
+        const qint64 before = peakMemory();
+        const auto lying = m_application->Open(bomb, true);
+        QVERIFY(!lying.ok());
+        QVERIFY2(peakMemory() - before < OoxmlPackage::MaxPartSize * 3 / 2,
+                 qPrintable(u"%1 MB more at the peak"_s.arg((peakMemory() - before) >> 20)));
     }
 
     void aDeclaredTwoGigabyteEntry_isRefusedBeforeReading()
@@ -224,10 +307,7 @@ private slots:
         // Claim 2.5 GB in the central directory's uncompressed size of the entry.
         const qsizetype central = bytes.indexOf("PK\x01\x02");
         QVERIFY(central > 0);
-        const quint32 claimed = 2500u * 1024u * 1024u;
-        for (int i = 0; i < 4; ++i) {
-            bytes[central + 24 + i] = static_cast<char>((claimed >> (8 * i)) & 0xFF);
-        }
+        putLittleEndian(bytes, central + 24, 2500u * 1024u * 1024u);
         file.seek(0);
         file.write(bytes);
         file.close();
