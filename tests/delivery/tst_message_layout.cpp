@@ -67,6 +67,16 @@ template <size_t N> QByteArray literal(const char (&text)[N])
     return QByteArray(text, N - 1);
 }
 
+// A six-byte picture file in the folder; its Base64 text is "R0lGODlh".
+QString writeGif(const QTemporaryDir& dir, const QString& name)
+{
+    QFile picture(dir.filePath(name));
+    if (picture.open(QIODevice::WriteOnly)) {
+        picture.write("GIF89a");
+    }
+    return picture.fileName();
+}
+
 void addAttachment(OutgoingMessage& message)
 {
     message.attachmentName = u"letter.doc"_s;
@@ -225,11 +235,8 @@ private slots:
     void loadInlineImages_encodesEachFile_orFails()
     {
         QTemporaryDir dir;
-        QFile picture(dir.filePath(u"a.gif"_s));
-        QVERIFY(picture.open(QIODevice::WriteOnly));
-        picture.write("GIF89a");
-        picture.close();
-        const auto images = InlineImages::LoadInlineImages(picture.fileName() + u"||"_s + picture.fileName());
+        const QString picture = writeGif(dir, u"a.gif"_s);
+        const auto images = InlineImages::LoadInlineImages(picture + u"||"_s + picture);
         QVERIFY(images.ok());
         QCOMPARE(images.value().size(), 3);
         QCOMPARE(images.value().at(0), QByteArray("\r\nR0lGODlh\r\n"));
@@ -278,14 +285,10 @@ private slots:
         // Each non-empty path fills the next data element, while the parts take their names by
         // position in the list: an empty reference lends its name to the next image's data.
         QTemporaryDir dir;
-        QFile picture(dir.filePath(u"x.gif"_s));
-        QVERIFY(picture.open(QIODevice::WriteOnly));
-        picture.write("GIF89a");
-        picture.close();
-        const EmbeddedHtml embedded =
-            InlineImages::Embed(u"<img src=\"\"><img src=\"file://"_s + picture.fileName() + u"\">"_s);
+        const QString picture = writeGif(dir, u"x.gif"_s);
+        const EmbeddedHtml embedded = InlineImages::Embed(u"<img src=\"\"><img src=\"file://"_s + picture + u"\">"_s);
         QCOMPARE(embedded.html, u"<img src=cid:><img src=cid:x.gif>"_s);
-        QCOMPARE(embedded.InlineImageList, u"|"_s + picture.fileName());
+        QCOMPARE(embedded.InlineImageList, u"|"_s + picture);
         OutgoingMessage message = plainMessage();
         message.inlineImagePaths = InlineImages::paths(embedded.InlineImageList);
         message.inlineImageData = InlineImages::LoadInlineImages(embedded.InlineImageList).value();

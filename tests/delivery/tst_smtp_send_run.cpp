@@ -39,18 +39,6 @@ private:
     QString m_path;
 };
 
-// The base64 lines of a MIME part that follows the given header line.
-QByteArray partData(const QByteArray& message, const QByteArray& headerLine)
-{
-    const qsizetype start = message.indexOf(headerLine);
-    if (start < 0) {
-        return {};
-    }
-    const qsizetype body = message.indexOf("\r\n\r\n", start) + 4;
-    const qsizetype end = message.indexOf("\r\n--NextMimePart", body);
-    return QByteArray::fromBase64(message.mid(body, end - body).replace("\r\n", ""));
-}
-
 } // namespace
 
 class SmtpSendRunTest : public QObject
@@ -129,7 +117,7 @@ private slots:
             QVERIFY(content.contains("To: " + m_table.cell(i + 1, 0).toUtf8() + "\r\n"));
             QVERIFY(content.contains("<p>Dear " + m_table.cell(i + 1, 1).toUtf8() + ",</p>"));
             QVERIFY(content.contains("src=cid:logo.png"));
-            QCOMPARE(partData(content, "Content-ID: <logo.png>"), m_image);
+            QCOMPARE(SmtpSink::decodedPart(content, "Content-ID: <logo.png>"), m_image);
         }
         QVERIFY(stored.at(0).content.contains("Subject: Spring news for Ann Lee\r\n"));
         QVERIFY(stored.at(1).content.contains("Subject: =?UTF-8?B?" +
@@ -157,7 +145,7 @@ private slots:
         QCOMPARE(stored.size(), 2); // the second contact's copy failed: no mail for that contact
         QVERIFY(!stored.at(1).content.contains("bjorn@example.com"));
         QVERIFY(stored.at(0).content.contains("Content-Disposition: attachment; filename=\"Invitation.docx\""));
-        QCOMPARE(partData(stored.at(0).content, "Content-Type: application/msword"),
+        QCOMPARE(SmtpSink::decodedPart(stored.at(0).content, "Content-Type: application/msword"),
                  QByteArray("PK\x03\x04 a document", 16));
     }
 

@@ -114,3 +114,14 @@ QList<SmtpSink::StoredMessage> SmtpSink::messages(int atLeast, int timeoutMs) co
     }
     return stored;
 }
+
+QByteArray SmtpSink::decodedPart(const QByteArray& message, const QByteArray& headerLine)
+{
+    const qsizetype start = message.indexOf(headerLine);
+    if (start < 0) {
+        return {};
+    }
+    const qsizetype body = message.indexOf("\r\n\r\n", start) + 4;
+    const qsizetype end = message.indexOf("\r\n--NextMimePart", body);
+    return QByteArray::fromBase64(message.mid(body, end - body).replace("\r\n", ""));
+}

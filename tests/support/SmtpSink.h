@@ -41,6 +41,10 @@ public:
     // The messages stored so far, in the order they arrived; waits up to timeoutMs for `atLeast`.
     QList<StoredMessage> messages(int atLeast = 0, int timeoutMs = 5000) const;
 
+    // The decoded Base64 data of the MIME part whose headers hold `headerLine` (the lines
+    // between the part's empty line and the next boundary); empty when there is no such part.
+    static QByteArray decodedPart(const QByteArray& message, const QByteArray& headerLine);
+
 private:
     bool makeCertificates();
 

@@ -29,21 +29,6 @@
 
 using namespace Qt::StringLiterals;
 
-namespace {
-
-QByteArray partData(const QByteArray& message, const QByteArray& headerLine)
-{
-    const qsizetype start = message.indexOf(headerLine);
-    if (start < 0) {
-        return {};
-    }
-    const qsizetype body = message.indexOf("\r\n\r\n", start) + 4;
-    const qsizetype end = message.indexOf("\r\n--NextMimePart", body);
-    return QByteArray::fromBase64(message.mid(body, end - body).replace("\r\n", ""));
-}
-
-} // namespace
-
 // A three-contact merge from a comma file, through the wizard window, to a real SMTP server.
 class WizardMailTest : public QObject
 {
@@ -137,7 +122,7 @@ private slots:
             QVERIFY(content.contains("Subject: Your " + companies.at(i).toUtf8() + " invitation\r\n"));
             QVERIFY(content.contains("Dear " + greetings.at(i).toUtf8() + " of " + companies.at(i).toUtf8()));
             QVERIFY(content.contains("src=cid:logo.gif"));
-            QCOMPARE(partData(content, "Content-ID: <logo.gif>"), image);
+            QCOMPARE(SmtpSink::decodedPart(content, "Content-ID: <logo.gif>"), image);
         }
 
         // The finished run can be left with Finish.
