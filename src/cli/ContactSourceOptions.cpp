@@ -1,5 +1,6 @@
 #include "ContactSourceOptions.h"
 
+#include "CliOutput.h"
 #include "contacts/DataSources.h"
 #include "contacts/DelimitedText.h"
 #include "contacts/MergeFieldTable.h"
@@ -256,4 +257,16 @@ Result<LoadedContacts> loadContacts(const ContactSourceOptions& options, Contact
     SettingsStore::instance().setValue(kind == TextKind::Tab ? Keys::TabFile : Keys::CommaFile, options.path);
     FieldMapMemory::SaveMap(loaded.map, where.section);
     return loaded;
+}
+
+std::optional<int> MergeContacts::read(const ContactSourceOptions& source)
+{
+    Result<LoadedContacts> result = loadContacts(source, table);
+    if (!result.ok()) {
+        return CliOutput::badArguments(result.error().message);
+    }
+    loaded = result.value();
+    tokens.setSourceIndex(source.sourceIndex());
+    tokens.setBlankReplacers(loaded.blanks);
+    return std::nullopt;
 }

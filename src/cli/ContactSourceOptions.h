@@ -4,9 +4,12 @@
 #include "contacts/ContactTable.h"
 #include "contacts/FieldMap.h"
 #include "core/Result.h"
+#include "wizard/TokenEngine.h"
 
 #include <QString>
 #include <QStringList>
+
+#include <optional>
 
 class QCommandLineParser;
 
@@ -48,3 +51,14 @@ Result<LoadedContacts> loadContacts(const ContactSourceOptions& options, Contact
 // The map index of a field given by its token name without brackets ("FirstName", "Job-Title",
 // "Email1Address", …), or -1.
 int mapIndexOfTokenName(const QString& name);
+
+// The contacts of a merge command and the token engine over them, set for their source.
+struct MergeContacts
+{
+    ContactTable table;
+    TokenEngine tokens{table};
+    LoadedContacts loaded;
+
+    // Reads the source; on failure prints its one-line error and gives the exit status 2.
+    std::optional<int> read(const ContactSourceOptions& source);
+};

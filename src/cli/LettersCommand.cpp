@@ -5,11 +5,9 @@
 #include "ConsoleRunView.h"
 #include "ContactSourceOptions.h"
 #include "Interruption.h"
-#include "contacts/ContactTable.h"
 #include "core/CommonRoutines.h"
 #include "core/TextUtil.h"
 #include "wizard/PostalMergeRun.h"
-#include "wizard/TokenEngine.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -94,18 +92,16 @@ int runLettersCommand(const QStringList& arguments)
         return CliOutput::badArguments(parsed.error().message);
     }
     const LetterOptions& options = parsed.value();
-    ContactTable table;
-    const Result<LoadedContacts> loaded = loadContacts(options.source, table);
-    if (!loaded.ok()) {
-        return CliOutput::badArguments(loaded.error().message);
+    MergeContacts contacts;
+    if (const std::optional<int> failed = contacts.read(options.source)) {
+        return *failed;
     }
-    TokenEngine tokens(table);
-    tokens.setSourceIndex(options.source.sourceIndex());
+    const int count = contacts.table.count();
 
     ConsoleRunView view;
     PostalMergeRun run(view);
     const Interruption interruption([&run] { run.CmdCancelSend_Click(); });
-    run.run({&table, &tokens, options.templatePath, options.combined, table.count()}, options.folder);
+    run.run({&contacts.table, &contacts.tokens, options.templatePath, options.combined, count}, options.folder);
 
     // A run that stopped on a failure leaves its label at the letter it could not make or save;
     // a cancelled run had written every letter it reached.
@@ -125,7 +121,7 @@ int runLettersCommand(const QStringList& arguments)
         CliOutput::out(closingText + u'\n');
         return 0;
     }
-    CliOutput::out(u"%1 of %2 letters written\n"_s.arg(written).arg(table.count()));
+    CliOutput::out(u"%1 of %2 letters written\n"_s.arg(written).arg(count));
     CliOutput::err(
         failed ? u"quillbay-cli: the run stopped at letter %1: it could not be made or saved\n"_s.arg(run.done())
                : u"quillbay-cli: the run was cut off by a signal\n"_s);

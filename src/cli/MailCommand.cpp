@@ -5,7 +5,6 @@
 #include "ConsoleRunView.h"
 #include "ContactSourceOptions.h"
 #include "Interruption.h"
-#include "contacts/ContactTable.h"
 #include "core/CommonRoutines.h"
 #include "core/MessageBoxes.h"
 #include "core/TextDecoding.h"
@@ -16,7 +15,6 @@
 #include "delivery/SmtpConversation.h"
 #include "delivery/SmtpSendRun.h"
 #include "wizard/DocumentMerge.h"
-#include "wizard/TokenEngine.h"
 
 #include <QDir>
 #include <QFile>
@@ -241,17 +239,15 @@ int runMailCommand(const QStringList& arguments)
         return CliOutput::badArguments(parsed.error().message);
     }
     const MailOptions& options = parsed.value();
-    ContactTable table;
-    const Result<LoadedContacts> loaded = loadContacts(options.source, table);
-    if (!loaded.ok()) {
-        return CliOutput::badArguments(loaded.error().message);
+    MergeContacts contacts;
+    if (const std::optional<int> failed = contacts.read(options.source)) {
+        return *failed;
     }
+    const ContactTable& table = contacts.table;
+    TokenEngine& tokens = contacts.tokens;
 
     // The wizard's steps from the contact page to the send page: the catalogue, the attachment's
     // tokens, the body's tokens.
-    TokenEngine tokens(table);
-    tokens.setSourceIndex(options.source.sourceIndex());
-    tokens.setBlankReplacers(loaded->blanks);
     tokens.BuildTokenCatalog();
     std::unique_ptr<MergedAttachment> attachment;
     if (!options.attachTemplate.isEmpty()) {

@@ -65,18 +65,6 @@ QByteArray withoutDate(QByteArray message)
     return QString::fromLatin1(message).replace(date, u"\r\nDate: (date)\r\n"_s).toLatin1();
 }
 
-// The Base64 data of the MIME part under the header line, decoded.
-QByteArray partData(const QByteArray& message, const QByteArray& headerLine)
-{
-    const qsizetype start = message.indexOf(headerLine);
-    if (start < 0) {
-        return {};
-    }
-    const qsizetype body = message.indexOf("\r\n\r\n", start) + 4;
-    const qsizetype end = message.indexOf("\r\n--NextMimePart", body);
-    return QByteArray::fromBase64(message.mid(body, end - body).replace("\r\n", ""));
-}
-
 QString documentText(const QString& path)
 {
     auto application = wordlink::NewApplication();
@@ -397,7 +385,8 @@ private slots:
         const QList<QByteArray> expected = {"Offer for Ann Lee", "Offer for  Moe"};
         for (int k = 0; k < expected.size(); ++k) {
             const QByteArray message = readFile(folder + u"/0000%1.eml"_s.arg(k + 1));
-            const QByteArray copy = partData(message, "Content-Type: application/msword; name=\"offer.docx\"\r\n");
+            const QByteArray copy =
+                SmtpSink::decodedPart(message, "Content-Type: application/msword; name=\"offer.docx\"\r\n");
             QVERIFY2(!copy.isEmpty(), message.left(600).constData());
             const QString copyPath = path(u"copy%1.docx"_s.arg(k));
             QVERIFY(writeFile(copyPath, copy));
