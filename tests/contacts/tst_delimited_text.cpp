@@ -1,6 +1,8 @@
 #include "TestSupport.h"
 #include "contacts/DelimitedText.h"
 
+#include <QFile>
+#include <QTemporaryDir>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
@@ -82,6 +84,64 @@ private slots:
         QCOMPARE(DelimitedText::splitLines(u"a\r\n\r\nb"_s), (QStringList{u"a"_s, QString(), u"b"_s}));
         QCOMPARE(DelimitedText::CountFileLines("a\r\nb\r\nc"), 2);
         QCOMPARE(DelimitedText::CountFileLines("a\nb\rc"), 1);
+    }
+
+    void files_readAsUtf8WithOrWithoutMark_elseWindows1252_data()
+    {
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::newRow("UTF-8 with mark") << QByteArray(
+            "\xEF\xBB\xBFName,Email\r\nBj\xC3\xB6rn \xC3\x89lo\xC3\xAFse,b@x.org\r\n");
+        QTest::newRow("UTF-8") << QByteArray("Name,Email\r\nBj\xC3\xB6rn \xC3\x89lo\xC3\xAFse,b@x.org\r\n");
+        QTest::newRow("Windows-1252") << QByteArray("Name,Email\r\nBj\xF6rn \xC9lo\xEFse,b@x.org\r\n");
+    }
+
+    void files_readAsUtf8WithOrWithoutMark_elseWindows1252()
+    {
+        QFETCH(QByteArray, bytes);
+        QTemporaryDir dir;
+        const QString path = dir.filePath(u"list.csv"_s);
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write(bytes);
+        file.close();
+        QByteArray raw;
+        const auto text = DelimitedText::readText(path, &raw);
+        QVERIFY(text);
+        QCOMPARE(raw, bytes);
+        // The mark is no part of the first column's name.
+        QCOMPARE(DelimitedText::headerColumns(DelimitedText::LineReader(*text).readLine(), TextKind::Comma),
+                 (QStringList{u"Name"_s, u"Email"_s}));
+        std::array<int, 16> columns;
+        columns.fill(-1);
+        columns[0] = 0;
+        columns[12] = 1;
+        const std::vector<Contact> rows = DelimitedText::importRows(*text, TextKind::Comma, true, columns);
+        QCOMPARE(rows.size(), size_t{1});
+        QCOMPARE(rows.front().cells[1], u"Bj\u00f6rn \u00c9lo\u00efse"_s);
+        QVERIFY(!DelimitedText::readText(dir.filePath(u"missing.csv"_s)));
+    }
+
+    void importRows_readsLineByLine_andPassesOverLinesThatAddNoRow()
+    {
+        std::array<int, 16> columns = nameEmailCompany();
+        // A lone LF stays inside its line; a CR alone ends one; a closing CR LF adds no empty line.
+        const QString text = u"Name,Email\r\nAnn,ann@x.org,A\nB\rBob,\"bob@x.org,Co\r\nCy\r\nDi,di@x.org\r\n"_s;
+        QList<qsizetype> numbers;
+        const std::vector<Contact> rows = DelimitedText::importRows(text, TextKind::Comma, true, columns,
+                                                                    [&numbers](qsizetype line) { numbers << line; });
+        QCOMPARE(numbers, (QList<qsizetype>{2, 3, 4, 5}));
+        QCOMPARE(rows.size(), size_t{2});
+        QCOMPARE(rows[0].cells[4], u"A\nB"_s);
+        QCOMPARE(rows[1].cells[0], u"di@x.org"_s);
+        // Without "Skip First Row" the header is a contact too, and the lines of a list give
+        // the same rows as the file's text.
+        const std::vector<Contact> withHeader = DelimitedText::importRows(text, TextKind::Comma, false, columns);
+        QCOMPARE(withHeader.size(), size_t{3});
+        QCOMPARE(withHeader[0].cells[0], u"Email"_s);
+        const std::vector<Contact> fromLines =
+            DelimitedText::importRows(DelimitedText::splitLines(text), TextKind::Comma, false, columns);
+        QCOMPARE(fromLines.size(), withHeader.size());
+        QCOMPARE(fromLines[2].cells, withHeader[2].cells);
     }
 
     void header_splitsDifferentlyFromTheRows()

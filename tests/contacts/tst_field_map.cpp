@@ -49,6 +49,40 @@ private slots:
         QCOMPARE(FieldDictionary::MatchDictionary(0, 7, u"contactname"_s), 7);
     }
 
+    void dictionary_knowsTheTabledAliases_data()
+    {
+        QTest::addColumn<int>("field");
+        QTest::addColumn<QString>("column");
+        QTest::addColumn<bool>("matches");
+        QTest::newRow("names") << 0 << u"NAMES"_s << true;
+        QTest::newRow("first-name") << 0 << u"first-name"_s << true;
+        QTest::newRow("surname is no last name") << 1 << u"Surname"_s << false;
+        QTest::newRow("occupation") << 2 << u"Occupation"_s << true;
+        QTest::newRow("party") << 3 << u"party"_s << true;
+        QTest::newRow("company url is the web page") << 3 << u"CompanyURL"_s << false;
+        QTest::newRow("street") << 4 << u"Business-Street"_s << true;
+        QTest::newRow("province") << 6 << u"Province"_s << true;
+        QTest::newRow("postal code, lower c") << 7 << u"Business-Postalcode"_s << true;
+        QTest::newRow("postal code with blanks") << 7 << u"Business Postal Code"_s << true;
+        QTest::newRow("no hyphen-less postal code with blanks") << 7 << u"Business Postalcode"_s << false;
+        QTest::newRow("country") << 8 << u"BUSINESS COUNTRY"_s << true;
+        QTest::newRow("fax") << 10 << u"BusinessFax"_s << true;
+        QTest::newRow("own page") << 11 << u"OwnPage"_s << true;
+        QTest::newRow("site url") << 11 << u"WebSiteURL"_s << true;
+        QTest::newRow("second address") << 12 << u"E-mail 2 Address"_s << true;
+        QTest::newRow("email id") << 12 << u"EmailID"_s << true;
+        QTest::newRow("mail alone") << 12 << u"Mail"_s << false;
+        QTest::newRow("leading blank") << 12 << u" Email"_s << false;
+    }
+
+    void dictionary_knowsTheTabledAliases()
+    {
+        QFETCH(int, field);
+        QFETCH(QString, column);
+        QFETCH(bool, matches);
+        QCOMPARE(FieldDictionary::MatchDictionary(field, 9, column), matches ? 9 : -1);
+    }
+
     void defaultMap_overwritesStandardFields_andLeavesCustomOnes()
     {
         FieldMap map = mapOf({u"Name"_s, u"Email"_s, u"Member"_s});
@@ -102,6 +136,31 @@ private slots:
         QCOMPARE(other.text[0], u"Name"_s);
         QCOMPARE(other.customNames[0], u"Member No"_s);
         QCOMPARE(other.customNames[1], QString());
+    }
+
+    void savedMap_matchesNamesWithCase_andCustomNamesAloneCountAsSaved()
+    {
+        SettingsStore::instance().setValue(Keys::CommaFile, u"/data/a.csv"_s);
+        SaveSetting(u"CommaValues"_s, u"12"_s, u"email"_s);
+        FieldMap map = mapOf({u"Email"_s, u"Name"_s});
+        FieldMapMemory::PrepareMapPage(map, CommaSection, u"/data/a.csv"_s, {});
+        QCOMPARE(map.listIndex[12], -1); // "email" is not "Email" here, and no guess runs
+        QCOMPARE(map.listIndex[0], -1);
+        QCOMPARE(map.customNames[0], QString());
+
+        TestSupport::resetSettings();
+        SettingsStore::instance().setValue(Keys::CommaFile, u"/data/a.csv"_s);
+        SaveSetting(u"CommaValues"_s, u"14C"_s, u"Region"_s);
+        FieldMap names = mapOf({u"Email"_s, u"Name"_s});
+        QVERIFY(FieldMapMemory::LoadSavedMap(names, u"CommaValues"_s));
+        QCOMPARE(names.customNames, (std::array<QString, 3>{QString(), u"Region"_s, QString()}));
+        QVERIFY(FieldMapMemory::MapIsEmpty(names));
+        // The path is compared exactly: a trailing blank makes it another source.
+        FieldMap other = mapOf({u"Email"_s, u"Name"_s});
+        FieldMapMemory::PrepareMapPage(other, CommaSection, u"/data/a.csv "_s, {});
+        QCOMPARE(other.text[12], u"Email"_s);
+        QCOMPARE(other.customNames[0], u"Custom Field 1"_s);
+        QCOMPARE(other.customNames[1], u"Region"_s);
     }
 
     void sheetMemory_needsTheSameSheet_andAnEmptySectionFallsToTheGuess()

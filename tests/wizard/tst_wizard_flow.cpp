@@ -9,6 +9,7 @@
 
 #include <QCheckBox>
 #include <QComboBox>
+#include <QDir>
 #include <QFile>
 #include <QHeaderView>
 #include <QLabel>
@@ -18,6 +19,7 @@
 #include <QPointer>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QStackedWidget>
 #include <QStyle>
 #include <QStyleOptionViewItem>
 #include <QTabWidget>
@@ -251,6 +253,128 @@ private slots:
         QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::Contacts));
     }
 
+    void sourcePanel_keepsEachFileKindItsOwnPath()
+    {
+        openWizard();
+        SourcePage* source = m_wizard->sourcePage();
+        QCOMPARE(source->LstDataSrc->count(), 6);
+        QCOMPARE(source->LstDataSrc->item(4)->text(), u"Text File (Tab Separated Values)"_s);
+        source->LstDataSrc->setCurrentRow(4);
+        QCOMPARE(FrmMailMerge::Tag(source->txtWabfile), u"TAB"_s);
+        QCOMPARE(source->lblCommon->text(), u"Import Contacts Data from a text file with Tab seperated values"_s);
+        source->txtWabfile->setText(u"/lists/tab.txt"_s);
+        source->LstDataSrc->setCurrentRow(5);
+        QCOMPARE(FrmMailMerge::Tag(source->txtWabfile), u"COM"_s);
+        QCOMPARE(source->lblCommon->text(), u"Import Contacts Data from a text file with Comma Seperated Values"_s);
+        QCOMPARE(source->txtWabfile->text(), QString());
+        source->txtWabfile->setText(u"  /lists/members.csv "_s);
+        source->LstDataSrc->setCurrentRow(2);
+        QCOMPARE(source->panels->currentWidget(), source->FraControls[2]);
+        source->LstDataSrc->setCurrentRow(0);
+        QCOMPARE(FrmMailMerge::Tag(source->txtWabfile), u"WAB"_s);
+        QCOMPARE(source->panels->currentWidget(), source->FraControls[0]);
+        source->LstDataSrc->setCurrentRow(4);
+        QCOMPARE(source->txtWabfile->text(), u"/lists/tab.txt"_s);
+        source->LstDataSrc->setCurrentRow(5);
+        QCOMPARE(source->txtWabfile->text(), u"/lists/members.csv"_s); // kept trimmed
+        m_wizard->close();
+        m_wizard = nullptr;
+        QCOMPARE(GetSetting(u"TabValues"_s, u"TxtTabFile"_s), u"/lists/tab.txt"_s);
+        QCOMPARE(GetSetting(u"CommaValues"_s, u"TxtComaFile"_s), u"/lists/members.csv"_s);
+        QCOMPARE(GetSetting(u"AddBookValues"_s, u"WabFilename"_s), QString());
+    }
+
+    void columnClicks_sortWithOneSharedOrder_andShowTheirIcons()
+    {
+        openWizard();
+        chooseCommaFile(m_commaFile);
+        m_wizard->CmdNext_Click();
+        m_wizard->fieldMapPage()->ChkSkip->click();
+        m_wizard->CmdNext_Click();
+        ContactListView* list = m_wizard->contactsPage()->LsvSelection;
+        QHeaderView* headings = list->horizontalHeader();
+        const auto clickHeading = [headings](int column) {
+            QTest::mouseClick(headings->viewport(), Qt::LeftButton, {},
+                              QPoint(headings->sectionViewportPosition(column) + 8, headings->height() / 2));
+        };
+        ContactTable& table = m_wizard->contactTable();
+        clickHeading(1); // First Name: the first sort of all is descending
+        QCOMPARE(list->sortIcon(1), u"DOWN"_s);
+        QStringList names;
+        for (int position = 1; position <= table.count(); ++position) {
+            names << table.cell(position, 1);
+        }
+        QCOMPARE(names, (QStringList{u"Eve"_s, u"Cy"_s, u"Bj\u00f6rn"_s, u"Ann"_s}));
+        clickHeading(0); // another column: the shared order flips to ascending
+        QCOMPARE(list->sortIcon(0), u"UP"_s);
+        QCOMPARE(list->sortIcon(1), QString());
+        QCOMPARE(table.cell(1, 0), u"ann@example.com"_s);
+        clickHeading(0);
+        QCOMPARE(list->sortIcon(0), u"DOWN"_s);
+        QCOMPARE(table.cell(1, 0), u"eve@example.com"_s);
+
+        // The recipient lists follow the positions of the sorted list.
+        table.setData(table.index(0, 0), Qt::Unchecked, Qt::CheckStateRole);
+        m_wizard->CmdNext_Click();
+        m_wizard->CmdNext_Click();
+        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::Compose));
+        QCOMPARE(m_wizard->composePage()->CboPTo->itemText(0), u"cy@example.com"_s);
+        QCOMPARE(m_wizard->composePage()->CboPIndex->itemText(0), u"2"_s);
+        QCOMPARE(m_wizard->lblTotContacts()->text(), u"Selected Contacts : 3"_s);
+    }
+
+    void postalMerge_runsThroughPages_0_6_1_2_4_andBackAgain()
+    {
+        TestSupport::MessageRecorder messages;
+        const QString letter = m_dir.filePath(u"postal letter.docx"_s);
+        QVERIFY(TestSupport::makeDocx(u"letter"_s, letter));
+        openWizard();
+        QPointer<FrmMailMerge> wizard = m_wizard;
+        QList<int> pages{wizard->currentPage()};
+        chooseCommaFile(m_commaFile);
+        wizard->CmdNext_Click();
+        pages << wizard->currentPage();
+        // Close asks on the map page; No keeps the wizard where it was.
+        messages.answerNext(MessageAnswer::No);
+        wizard->cmdCancel_Click();
+        QCOMPARE(messages.lastText(), u"Are you sure to Exit from this wizard?"_s);
+        QCOMPARE(wizard->currentPage(), int(FrmMailMerge::FieldMapping));
+        wizard->fieldMapPage()->ChkSkip->click();
+        wizard->CmdNext_Click();
+        pages << wizard->currentPage();
+        wizard->CmdNext_Click();
+        pages << wizard->currentPage();
+        TemplatePage* page = wizard->templatePage();
+        page->ChkPostalMerge->click();
+        page->txtTemplate[1]->setText(letter);
+        page->OptDocs[1]->click();
+        page->txtDocs->setText(m_dir.filePath(u"letters"_s));
+        QCOMPARE(wizard->CmdNext()->text(), u"Start"_s);
+        wizard->CmdNext_Click();
+        pages << wizard->currentPage();
+        QCOMPARE(pages, (QList<int>{FrmMailMerge::DataSource, FrmMailMerge::FieldMapping, FrmMailMerge::Contacts,
+                                    FrmMailMerge::Template, FrmMailMerge::Finish}));
+        QCOMPARE(wizard->finishPage()->FinishTab->tabText(0), u"Send Files"_s);
+        QCOMPARE(wizard->CmdNext()->text(), u"Finish"_s);
+        QCOMPARE(wizard->lblTotContacts()->text(), u"Selected Contacts : 4"_s);
+        QCOMPARE(QDir(m_dir.filePath(u"letters"_s)).entryList(QDir::Files).size(), 4);
+
+        // Back from the finished run goes to the template page, ready to start again.
+        wizard->CmdBack_Click();
+        QCOMPARE(wizard->currentPage(), int(FrmMailMerge::Template));
+        QCOMPARE(wizard->CmdNext()->text(), u"Start"_s);
+        QVERIFY(wizard->CmdNext()->isEnabled());
+        QVERIFY(!wizard->finishPage()->PicOpen->isVisible());
+        wizard->CmdNext_Click();
+        QCOMPARE(wizard->currentPage(), int(FrmMailMerge::Finish));
+        // "Finish" unloads without a question.
+        messages.clear();
+        wizard->CmdNext_Click();
+        QTRY_VERIFY(wizard.isNull());
+        QVERIFY(messages.messages().isEmpty());
+        m_wizard = nullptr;
+    }
+
     void tickingOneBoxOfAHighlightedSet_appliesToTheWholeSet()
     {
         openWizard();
@@ -384,11 +508,25 @@ private slots:
             wizard->CmdBack_Click();
             wizard->cmdCancel_Click();
         });
+        // Each time the events go through, the progress frame shows how far the import is.
+        QStringList shown;
+        QTimer watch;
+        connect(&watch, &QTimer::timeout, wizard, [&shown, wizard] {
+            if (wizard->progress()->isVisible()) {
+                shown << wizard->progress()->findChild<QLabel*>(u"lblPer"_s)->text();
+            }
+        });
+        watch.start(0);
         wizard->CmdNext_Click();
+        watch.stop();
         QVERIFY(!wizard.isNull());
         QCOMPARE(wizard->contactTable().count(), 2000);
         QCOMPARE(wizard->currentPage(), int(FrmMailMerge::Contacts));
         QVERIFY(messages.messages().isEmpty());
+        // Once before the first line, then every 200 lines: 4000 twips over 2001 line ends.
+        QCOMPARE(shown.mid(0, 3), (QStringList{u"0 %"_s, u"10 %"_s, u"20 %"_s}));
+        QVERIFY(!wizard->progress()->isVisible());
+        QCOMPARE(wizard->progress()->findChild<QLabel*>(u"lblPer"_s)->text(), u"0 %"_s);
     }
 
     void memory_restoresSourcesBlanksColumnsAndTheWayOfSending()
@@ -414,6 +552,32 @@ private slots:
         QCOMPARE(GetSetting(u"SMTP"_s, u"SendMail"_s), u"SMTP"_s);
         QCOMPARE(GetSetting(u"ContactsList"_s, u"2"_s), u"5"_s);
         QCOMPARE(GetSetting(u"MSAccess"_s, u"MDBFileName"_s, u"untouched"_s), u"untouched"_s);
+
+        // Database memory: read as "MDBFilename", written as "MDBFileName" (one key, case aside);
+        // an emptied box leaves file, table and password stored, the password in plain text.
+        SaveSetting(u"MSAccess"_s, u"MDBFilename"_s, u"/db/club.mdb"_s);
+        SaveSetting(u"MSAccess"_s, u"Password"_s, u"pa ss"_s);
+        SaveSetting(u"MSAccess"_s, u"TableName"_s, u"People"_s);
+        openWizard();
+        QCOMPARE(m_wizard->sourcePage()->txtMdbFile->text(), u"/db/club.mdb"_s);
+        QCOMPARE(m_wizard->sourcePage()->txtPassword->text(), u"pa ss"_s);
+        QVERIFY(m_wizard->sendPage()->OptSMTP->isChecked());
+        m_wizard->sourcePage()->txtMdbFile->clear();
+        m_wizard->sourcePage()->txtPassword->setText(u"changed"_s);
+        m_wizard->sendPage()->OptOutbox->setChecked(true);
+        // A column moved by the user comes back at its place.
+        m_wizard->contactsPage()->LsvSelection->horizontalHeader()->moveSection(7, 0);
+        m_wizard->close();
+        m_wizard = nullptr;
+        QCOMPARE(GetSetting(u"MSAccess"_s, u"MDBFileName"_s), u"/db/club.mdb"_s);
+        QCOMPARE(GetSetting(u"MSAccess"_s, u"Password"_s), u"pa ss"_s);
+        QCOMPARE(GetSetting(u"MSAccess"_s, u"TableName"_s), u"People"_s);
+        QCOMPARE(GetSetting(u"SMTP"_s, u"SendMail"_s), u"outbox"_s);
+        openWizard();
+        QCOMPARE(m_wizard->contactsPage()->LsvSelection->horizontalHeader()->logicalIndex(0), 7);
+        QVERIFY(m_wizard->sendPage()->OptOutbox->isChecked());
+        m_wizard->close();
+        m_wizard = nullptr;
 
         // A stored position the list cannot take ends the reading: the way of sending stays unset.
         SaveSetting(u"ContactsList"_s, u"3"_s, u"x"_s);
