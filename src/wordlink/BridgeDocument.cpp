@@ -29,8 +29,17 @@ QJsonObject findRequest(QJsonObject request, const QString& findText, const Find
 
 BridgeDocument::BridgeDocument(QString key, QString fullName)
     : m_key(std::move(key))
+    , m_generation(OfficeBridge::instance().generation())
     , m_fullName(std::move(fullName))
 {
+}
+
+Result<QJsonObject> BridgeDocument::ask(const QJsonObject& request) const
+{
+    if (!OfficeBridge::instance().isServing(m_generation)) {
+        return Error{51, u"the office suite that held the document has ended"_s};
+    }
+    return OfficeBridge::instance().call(request);
 }
 
 BridgeDocument::~BridgeDocument()
@@ -79,7 +88,7 @@ Status BridgeDocument::convert(const QString& from, const QString& to)
 
 Result<QString> BridgeDocument::ContentText()
 {
-    const Result<QJsonObject> answer = OfficeBridge::instance().call(request("text"));
+    const Result<QJsonObject> answer = ask(request("text"));
     if (!answer.ok()) {
         return answer.error();
     }
@@ -88,7 +97,7 @@ Result<QString> BridgeDocument::ContentText()
 
 Result<bool> BridgeDocument::Find(const QString& findText, const FindOptions& options)
 {
-    const Result<QJsonObject> answer = OfficeBridge::instance().call(findRequest(request("find"), findText, options));
+    const Result<QJsonObject> answer = ask(findRequest(request("find"), findText, options));
     if (!answer.ok()) {
         return answer.error();
     }
@@ -97,7 +106,7 @@ Result<bool> BridgeDocument::Find(const QString& findText, const FindOptions& op
 
 Result<int> BridgeDocument::ReplaceAll(const QString& findText, const QString& replaceWith, const FindOptions& options)
 {
-    const Result<QJsonObject> found = OfficeBridge::instance().call(findRequest(request("hits"), findText, options));
+    const Result<QJsonObject> found = ask(findRequest(request("hits"), findText, options));
     if (!found.ok()) {
         return found.error();
     }
@@ -115,7 +124,7 @@ Result<int> BridgeDocument::ReplaceAll(const QString& findText, const QString& r
     }
     QJsonObject replace = request("replaceHits");
     replace.insert(u"replacements"_s, replacements);
-    const Result<QJsonObject> done = OfficeBridge::instance().call(replace);
+    const Result<QJsonObject> done = ask(replace);
     if (!done.ok()) {
         return done.error();
     }
@@ -128,12 +137,12 @@ Status BridgeDocument::AppendPageBreakAndText(const QString& text)
     QJsonObject append = request("append");
     append.insert(u"text"_s, text);
     m_saved = false;
-    return statusOf(OfficeBridge::instance().call(append));
+    return statusOf(ask(append));
 }
 
 Status BridgeDocument::Save()
 {
-    const Status saved = statusOf(OfficeBridge::instance().call(request("save")));
+    const Status saved = statusOf(ask(request("save")));
     if (saved.ok()) {
         m_saved = true;
     }
@@ -145,7 +154,7 @@ Status BridgeDocument::SaveAs(const QString& path)
     QJsonObject saveAs = request("saveAs");
     const QString absolute = QFileInfo(path).absoluteFilePath();
     saveAs.insert(u"path"_s, absolute);
-    const Status saved = statusOf(OfficeBridge::instance().call(saveAs));
+    const Status saved = statusOf(ask(saveAs));
     if (saved.ok() && !absolute.endsWith(u".pdf"_s, Qt::CaseInsensitive)) {
         m_fullName = absolute;
         m_saved = true;
@@ -157,7 +166,7 @@ void BridgeDocument::Close()
 {
     if (!m_closed) {
         m_closed = true;
-        OfficeBridge::instance().call(request("close"));
+        ask(request("close"));
     }
 }
 

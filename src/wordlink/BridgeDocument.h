@@ -30,8 +30,12 @@ public:
 private:
     BridgeDocument(QString key, QString fullName);
     QJsonObject request(const char* op) const;
+    // One operation on this document; it fails at once when the helper that held the document
+    // has ended, rather than starting a new one that does not know it.
+    Result<QJsonObject> ask(const QJsonObject& request) const;
 
     QString m_key;
+    int m_generation;
     QString m_fullName;
     bool m_saved = true;
     bool m_closed = false;

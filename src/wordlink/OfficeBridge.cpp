@@ -72,6 +72,7 @@ Status OfficeBridge::ensureStarted()
         return {};
     }
     m_pending.clear();
+    ++m_generation;
     m_process.start(u"/usr/bin/python3"_s, {scriptPath()});
     if (!m_process.waitForStarted(10000)) {
         return Error{NotStarted, u"the office bridge cannot start: "_s + m_process.errorString()};
@@ -100,6 +101,12 @@ Result<QJsonObject> OfficeBridge::awaitAnswer(int timeoutMs)
             const QByteArray line = m_pending.left(end);
             m_pending.remove(0, end + 1);
             const QJsonObject answer = QJsonDocument::fromJson(line).object();
+            if (answer.value(u"fatal"_s).toBool()) {
+                // The office suite crashed and the helper is ending: the next use starts afresh.
+                if (!m_process.waitForFinished(20000)) {
+                    stopProcess();
+                }
+            }
             if (!answer.value(u"ok"_s).toBool()) {
                 return Error{Failed, answer.value(u"error"_s).toString(u"the office bridge failed"_s)};
             }
@@ -134,6 +141,11 @@ Result<QJsonObject> OfficeBridge::call(const QJsonObject& request, int timeoutMs
     }
     m_busy = false;
     return answer;
+}
+
+bool OfficeBridge::isServing(int generation) const
+{
+    return generation == m_generation && m_process.state() == QProcess::Running;
 }
 
 void OfficeBridge::shutdown()

@@ -25,6 +25,11 @@ public:
     // Ends the helper and its office suite.
     void shutdown();
 
+    // Counts the starts of the helper: a document belongs to the start it was opened in, and
+    // is gone when the helper has ended since.
+    int generation() const { return m_generation; }
+    bool isServing(int generation) const;
+
 private:
     OfficeBridge();
     ~OfficeBridge() override;
@@ -36,6 +41,7 @@ private:
     QProcess m_process;
     QByteArray m_pending;
     bool m_busy = false;
+    int m_generation = 0;
 };
 
 } // namespace wordlink

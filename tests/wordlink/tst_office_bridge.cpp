@@ -4,10 +4,13 @@
 #include "wordlink/DocumentEngine.h"
 #include "wordlink/OfficeBridge.h"
 
+#include <QDir>
 #include <QFile>
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
+
+#include <csignal>
 
 using namespace Qt::StringLiterals;
 using namespace wordlink;
@@ -22,6 +25,49 @@ std::unique_ptr<Document> openDocument(DocumentApplication& application, const Q
         return nullptr;
     }
     return std::move(opened).value();
+}
+
+// This test's own office bridge helper: its script lies in the test's own application folder.
+qint64 helperProcess()
+{
+    const QByteArray script = QFile::encodeName(AppPaths::file(u"office_bridge.py"_s));
+    for (const QString& entry : QDir(u"/proc"_s).entryList(QDir::Dirs)) {
+        QFile commandLine(u"/proc/"_s + entry + u"/cmdline"_s);
+        if (commandLine.open(QIODevice::ReadOnly) && commandLine.readAll().split('\0').contains(script)) {
+            return entry.toLongLong();
+        }
+    }
+    return -1;
+}
+
+// The office suite that a helper started.
+qint64 officeOf(qint64 helper)
+{
+    for (const QString& entry : QDir(u"/proc"_s).entryList(QDir::Dirs)) {
+        QFile stat(u"/proc/"_s + entry + u"/stat"_s);
+        QFile commandLine(u"/proc/"_s + entry + u"/cmdline"_s);
+        if (!stat.open(QIODevice::ReadOnly) || !commandLine.open(QIODevice::ReadOnly)) {
+            continue;
+        }
+        // pid (name) state ppid …
+        const QByteArray fields = stat.readAll();
+        const qint64 parent = fields.mid(fields.lastIndexOf(')') + 2).split(' ').value(1).toLongLong();
+        if (parent == helper && commandLine.readAll().contains("soffice")) {
+            return entry.toLongLong();
+        }
+    }
+    return -1;
+}
+
+// Alive and not waiting to be reaped.
+bool isRunning(qint64 pid)
+{
+    QFile stat(u"/proc/"_s + QString::number(pid) + u"/stat"_s);
+    if (!stat.open(QIODevice::ReadOnly)) {
+        return false;
+    }
+    const QByteArray fields = stat.readAll();
+    return fields.mid(fields.lastIndexOf(')') + 2, 1) != "Z";
 }
 
 } // namespace
@@ -104,6 +150,8 @@ private slots:
     {
         auto document = openDocument(*m_application, m_docx, true);
         QVERIFY(document->ReplaceAll(u"[[CompanyName]]"_s, u"Acme & Co"_s, {}).ok());
+        // A tab and a line break become the run's own elements; a control character is dropped.
+        QVERIFY(document->ReplaceAll(u"[[FirstName]]"_s, u"Zoë\tW\u0001\nX"_s, {}).ok());
         const QString merged = m_dir.filePath(u"native.docx"_s);
         QVERIFY(document->SaveAs(merged).ok());
         // Read through the office suite: a valid package with the merged text.
@@ -111,7 +159,9 @@ private slots:
         QVERIFY(BridgeDocument::convert(merged, odt).ok());
         auto reopened = openDocument(*m_application, odt);
         QVERIFY(reopened);
-        QVERIFY(reopened->ContentText().value().contains(u"Acme & Co\tis at [[Business-City]]"_s));
+        const QString text = reopened->ContentText().value();
+        QVERIFY(text.contains(u"Acme & Co\tis at [[Business-City]]"_s));
+        QVERIFY2(text.startsWith(u"Dear Zoë\tW\vX,\r"_s), qPrintable(text.left(30)));
 
         // Saving a native document as .doc goes through the office suite.
         const QString asDoc = m_dir.filePath(u"native-as.doc"_s);
@@ -143,12 +193,32 @@ private slots:
         QVERIFY(file.read(5) == "%PDF-");
     }
 
-    void aCrashedBridge_failsTheStep_andStartsAgainOnTheNextUse()
+    void anOfficeCrash_failsTheStep_andTheNextUseStartsAfresh()
     {
-        // Only this program's helper: its script lies in this test's own application folder.
-        QProcess::execute(u"pkill"_s, {u"-f"_s, AppPaths::file(u"office_bridge.py"_s)});
-        QTest::qWait(300);
-        const Result<std::unique_ptr<Document>> failed = m_application->Open(m_doc, true);
+        auto document = openDocument(*m_application, m_doc);
+        QVERIFY(document);
+        const qint64 helper = helperProcess();
+        const qint64 office = officeOf(helper);
+        QVERIFY2(helper > 0 && office > 0, "this test's own helper and its office suite are running");
+        QCOMPARE(::kill(static_cast<pid_t>(office), SIGKILL), 0);
+
+        const Result<QString> failed = document->ContentText();
+        QVERIFY(!failed.ok());
+        QTRY_VERIFY_WITH_TIMEOUT(!isRunning(helper), 20000); // the helper ended with its office suite
+        auto fresh = openDocument(*m_application, m_doc);
+        QVERIFY(fresh);
+        QVERIFY(fresh->ContentText().value().startsWith(u"Dear"_s));
+        QVERIFY(helperProcess() != helper);
+    }
+
+    void aKilledHelper_takesItsOfficeSuiteAlong_andIsStartedAgain()
+    {
+        QVERIFY(openDocument(*m_application, m_doc));
+        const qint64 helper = helperProcess();
+        const qint64 office = officeOf(helper);
+        QVERIFY(helper > 0 && office > 0);
+        QCOMPARE(::kill(static_cast<pid_t>(helper), SIGKILL), 0);
+        QTRY_VERIFY_WITH_TIMEOUT(!isRunning(office), 10000);
         // The dead helper is noticed on this call or the next; then a fresh one serves.
         Result<std::unique_ptr<Document>> served = m_application->Open(m_doc, true);
         if (!served.ok()) {
@@ -156,8 +226,20 @@ private slots:
         }
         QVERIFY2(served.ok(), qPrintable(served.error().message));
         QVERIFY(served.value()->ContentText().value().startsWith(u"Dear"_s));
-        Q_UNUSED(failed)
         QVERIFY(!m_application->Open(m_dir.filePath(u"nowhere.doc"_s), true).ok());
+    }
+
+    void aMissingOfficeSuite_failsTheStep_untilItIsThere()
+    {
+        OfficeBridge::instance().shutdown();
+        const QByteArray path = qgetenv("PATH");
+        QTemporaryDir empty;
+        qputenv("PATH", QFile::encodeName(empty.path()));
+        const Result<std::unique_ptr<Document>> missing = m_application->Open(m_doc, true);
+        qputenv("PATH", path);
+        QVERIFY(!missing.ok());
+        QVERIFY2(missing.error().message.contains(u"not installed"_s), qPrintable(missing.error().message));
+        QVERIFY(openDocument(*m_application, m_doc));
     }
 };
 

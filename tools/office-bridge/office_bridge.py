@@ -5,6 +5,7 @@ output. Each request is one JSON object with an "op"; each answer one JSON objec
 and, on failure, "error". Only the main text of a document is read or changed, as in Word:
 headers, footers, notes and text frames are left alone (a table's cells belong to the text).
 """
+import ctypes
 import json
 import os
 import shutil
@@ -18,6 +19,9 @@ import uuid
 import uno
 from com.sun.star.beans import PropertyValue
 from com.sun.star.connection import NoConnectException
+
+PR_SET_PDEATHSIG = 1
+RESTART_CODE = 81
 
 FILTERS = {
     ".doc": "MS Word 97",
@@ -46,42 +50,87 @@ def url(path):
     return uno.systemPathToFileUrl(os.path.abspath(path))
 
 
+class OfficeFailure(RuntimeError):
+    """The office suite is gone: this helper ends, and its client starts a fresh one."""
+
+
+def office_program():
+    """soffice.bin itself, so that it can be bound to this helper's life; its launcher script
+    would stand between them."""
+    launcher = shutil.which("soffice")
+    if launcher is None:
+        raise OfficeFailure("LibreOffice is not installed (no soffice on the path)")
+    program = os.path.join(os.path.dirname(os.path.realpath(launcher)), "soffice.bin")
+    return program if os.access(program, os.X_OK) else launcher
+
+
+def end_with_parent():
+    # The office suite is killed by the kernel when this helper dies, however it dies.
+    ctypes.CDLL(None, use_errno=True).prctl(PR_SET_PDEATHSIG, signal.SIGKILL)
+
+
 class Bridge:
     def __init__(self):
         self.profile = tempfile.mkdtemp(prefix="quillbay-office-")
         self.pipe = "quillbay" + uuid.uuid4().hex
-        office = shutil.which("soffice") or "/usr/bin/soffice"
+        self.program = office_program()
+        self.process = None
+        for number in (signal.SIGTERM, signal.SIGHUP):
+            signal.signal(number, self.end_office)
+        try:
+            self.desktop = self.connect()
+        except Exception:
+            self.stop_office()
+            raise
+        self.documents = {}
+        self.pending = (None, [])
+
+    def start_office(self):
         self.process = subprocess.Popen(
-            [office, "--headless", "--invisible", "--nologo", "--norestore", "--nodefault", "--nolockcheck",
+            [self.program, "--headless", "--invisible", "--nologo", "--norestore", "--nodefault", "--nolockcheck",
              "-env:UserInstallation=" + uno.systemPathToFileUrl(self.profile),
              "--accept=pipe,name=%s;urp;" % self.pipe],
             stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
-            start_new_session=True)
-        # The office suite and its launcher form a process group of their own, ended with the
-        # helper when the helper is told to stop.
-        for number in (signal.SIGTERM, signal.SIGHUP):
-            signal.signal(number, self.end_office)
+            env=dict(os.environ, SAL_ENABLE_FILE_LOCKING="1"), preexec_fn=end_with_parent)
+
+    def connect(self):
+        self.start_office()
         local = uno.getComponentContext()
         resolver = local.ServiceManager.createInstanceWithContext("com.sun.star.bridge.UnoUrlResolver", local)
         deadline = time.time() + 90
         while True:
             try:
                 context = resolver.resolve("uno:pipe,name=%s;urp;StarOffice.ComponentContext" % self.pipe)
-                break
+                return context.ServiceManager.createInstanceWithContext("com.sun.star.frame.Desktop", context)
             except NoConnectException:
-                if time.time() > deadline or self.process.poll() is not None:
-                    raise RuntimeError("the office suite did not start")
+                if self.process.poll() == RESTART_CODE:
+                    # The first start of a fresh profile asks for a restart.
+                    self.start_office()
+                elif time.time() > deadline or self.process.poll() is not None:
+                    raise OfficeFailure("the office suite did not start")
                 time.sleep(0.1)
-        self.desktop = context.ServiceManager.createInstanceWithContext("com.sun.star.frame.Desktop", context)
-        self.documents = {}
+
+    def stop_office(self):
+        if self.process is not None:
+            try:
+                self.process.kill()
+            except OSError:
+                pass
+        shutil.rmtree(self.profile, ignore_errors=True)
 
     def end_office(self, *_):
-        try:
-            os.killpg(self.process.pid, signal.SIGKILL)
-        except OSError:
-            pass
-        shutil.rmtree(self.profile, ignore_errors=True)
+        self.stop_office()
         os._exit(1)
+
+    def alive(self):
+        """False once the office suite has ended or its connection is broken."""
+        if self.process.poll() is not None:
+            return False
+        try:
+            self.desktop.getComponents()
+            return True
+        except Exception:
+            return False
 
     def close(self):
         for document in list(self.documents.values()):
@@ -123,14 +172,15 @@ class Bridge:
         return names
 
     @staticmethod
-    def in_main_text(hit, tables):
+    def in_main_text(hit, body_tables):
+        """body_tables: gives the names of the body's tables (asked only for a hit in a cell)."""
         text = hit.getText()
         if text.getImplementationName() == "SwXBodyText":
             return True
         # A cell of a table of the body counts; header tables, frames and notes do not.
         if text.getImplementationName() == "SwXCell":
             try:
-                return hit.TextTable.getName() in tables
+                return hit.TextTable.getName() in body_tables()
             except Exception:
                 return False
         return False
@@ -162,13 +212,15 @@ class Bridge:
         descriptor.SearchRegularExpression = True
         descriptor.SearchCaseSensitive = bool(request.get("caseSensitive", False))
         found = document.findAll(descriptor)
-        tables = self.body_tables(document)
-        result = []
-        for index in range(found.getCount()):
-            hit = found.getByIndex(index)
-            if self.in_main_text(hit, tables):
-                result.append(hit)
-        return result
+        tables = []
+
+        def body_tables():
+            if not tables:
+                tables.append(self.body_tables(document))
+            return tables[0]
+
+        return [hit for hit in (found.getByIndex(index) for index in range(found.getCount()))
+                if self.in_main_text(hit, body_tables)]
 
     def handle(self, request):
         op = request["op"]
@@ -253,6 +305,7 @@ def main():
     for line in sys.stdin:
         if not line.strip():
             continue
+        fatal = False
         try:
             request = json.loads(line)
             if request.get("op") == "quit":
@@ -261,8 +314,15 @@ def main():
             answer["ok"] = True
         except Exception as error:
             answer = {"ok": False, "error": "%s: %s" % (type(error).__name__, error)}
+            # A step that failed because the office suite crashed ends this helper: the client
+            # waits for the end and starts a fresh helper on the next use.
+            fatal = not bridge.alive()
+            if fatal:
+                answer["fatal"] = True
         sys.stdout.write(json.dumps(answer) + "\n")
         sys.stdout.flush()
+        if fatal:
+            break
     bridge.close()
     return 0
 
