@@ -571,6 +571,18 @@ private slots:
         QCOMPARE(text.count(u'\f'), 2);
     }
 
+    void letters_aTemplateThatCannotBeOpened_stopsAtTheFirstLetter()
+    {
+        const QString broken = path(u"broken.docx"_s);
+        QVERIFY(writeFile(broken, "this is no zip package"));
+        const CliResult result = runCli({u"letters"_s, u"--contacts"_s, m_contacts, u"--skip-first-row"_s,
+                                         u"--template"_s, broken, u"--out-dir"_s, path(u"brokenLetters"_s)});
+        QCOMPARE(result.exitCode, 1);
+        QCOMPARE(result.out, u"0 of 3 letters written\n"_s);
+        QCOMPARE(result.err, u"quillbay-cli: the run stopped at letter 1: it could not be made or saved\n"_s);
+        QCOMPARE(QDir(path(u"brokenLetters"_s)).entryList(QDir::Files), QStringList());
+    }
+
     void search_byNameAndWords_data()
     {
         QTest::addColumn<QStringList>("options");
