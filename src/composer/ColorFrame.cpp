@@ -37,6 +37,7 @@ ColorFrame::ColorFrame(QWidget* parent)
         swatch->setFixedSize(SwatchSize, SwatchSize);
         swatch->setFrameShape(QFrame::Box);
         swatch->setAutoFillBackground(true);
+        swatch->setBackgroundRole(QPalette::Window); // not the frame's own background
         swatch->setCursor(Qt::PointingHandCursor);
         swatch->installEventFilter(this);
         lblColor[i] = swatch;

@@ -64,8 +64,13 @@ int htmlSizeOfPoints(double points)
 QFont sourceFont()
 {
     QFont font(u"Courier New"_s);
-    if (QFontInfo(font).family() != u"Courier New"_s) {
-        font = QFontDatabase::systemFont(QFontDatabase::FixedFont);
+    if (QFontInfo(font).family() == u"Courier New"_s) {
+        return font;
+    }
+    font = QFontDatabase::systemFont(QFontDatabase::FixedFont);
+    if (!QFontInfo(font).fixedPitch()) {
+        font = QFont(u"monospace"_s);
+        font.setStyleHint(QFont::TypeWriter);
     }
     return font;
 }

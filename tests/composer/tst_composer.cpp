@@ -236,6 +236,10 @@ private slots:
         QCOMPARE(m_page->framColor->lblCAutomatic->text(), u"Automatic"_s);
         QCOMPARE(m_page->framColor->cmdMoreColors->text(), u"More Colors..."_s);
         QCOMPARE(m_page->framColor->color(16), QColor(QRgb(0x804040)));
+        for (int swatch : {0, 4, 16}) { // as the user sees them
+            QCOMPARE(m_page->framColor->lblColor[swatch]->grab().toImage().pixelColor(8, 8),
+                     m_page->framColor->color(swatch));
+        }
         // Inside the page, close below its button.
         const QRect frame = m_page->framColor->geometry();
         QVERIFY(m_page->rect().contains(frame));
@@ -340,6 +344,7 @@ private slots:
         m_page->G1_Tab->setCurrentIndex(1);
         QVERIFY(m_page->txtSource->toPlainText().contains(u"First"_s));
         QVERIFY(m_page->txtSource->hasFocus());
+        QVERIFY(QFontInfo(m_page->txtSource->font()).fixedPitch());
         QFile working(AppPaths::file(u"myhtml.htm"_s));
         QVERIFY(working.open(QIODevice::ReadOnly));
         QCOMPARE(QString::fromUtf8(working.readAll()), m_page->txtSource->toPlainText() + u'\n');

@@ -134,6 +134,10 @@ private slots:
         // Preview the three contacts.
         page->G1_Tab->setCurrentIndex(2);
         QVERIFY(page->dhtPreview->toPlainText().startsWith(u"Dear Ann\t"_s));
+        // The picture shows in the preview too, found by the name it was inserted under.
+        const QVariant picture =
+            page->dhtPreview->document()->resource(QTextDocument::ImageResource, QUrl(u"file://"_s + png));
+        QCOMPARE(picture.value<QImage>().size(), logo.size());
         page->ImgSrl_Click(1);
         QVERIFY(page->dhtPreview->toPlainText().contains(u"Nord\tbob@example.com"_s));
         page->ImgSrl_Click(3);

@@ -1,5 +1,6 @@
 #include "TestSupport.h"
 #include "composer/ComposePage.h"
+#include "composer/ComposerToolbar.h"
 #include "core/AppPaths.h"
 #include "core/DesktopTheme.h"
 #include "core/Dialogs.h"
@@ -161,7 +162,11 @@ private slots:
         compose->setDocumentHTML(u"<h2 style='color:#0000c0'>Spring letter</h2><p>Dear [[FirstName]],</p>"
                                  u"<ul><li>Walk on <b>Saturday</b></li><li>Meeting at [[CompanyName]]</li></ul>"
                                  u"<p>See <a href='https://example.org'>the club's page</a>.</p>"_s);
+        compose->dhtCompose->setFocus(); // the toolbar works while the caret is in the body
         save(wizard, prefix + u"-5-compose.png"_s);
+        const int dropDown = compose->TbEdit->buttonLeft(u"Color"_s) + compose->TbEdit->buttonWidth(u"Bold"_s) + 2;
+        compose->TbEdit_MouseDown(dropDown);
+        save(wizard, prefix + u"-5-compose-colors.png"_s);
         compose->G1_Tab->setCurrentIndex(1);
         save(wizard, prefix + u"-5-compose-source.png"_s);
         compose->G1_Tab->setCurrentIndex(2);
