@@ -307,14 +307,24 @@ MailTransport::Outcome SmtpConversation::SendSmtpMessage(const OutgoingMessage& 
     if (outcome != Outcome::Accepted) {
         return outcome;
     }
-    // The parts go out one after another; the message is never joined into one text.
-    for (const QByteArray& chunk : chunks) {
-        if (!send(chunk)) {
-            return Outcome::Raised;
-        }
+    if (!sendMessageText(chunks)) {
+        return Outcome::Raised;
     }
-    outcome = step(".\r\n", "250");
+    outcome = WaitForReply("250", true) ? Outcome::Accepted : Outcome::Failed;
     return outcome == Outcome::Accepted ? step("RSET\r\n", "250") : outcome;
+}
+
+bool SmtpConversation::sendMessageText(const QList<QByteArray>& chunks)
+{
+    // The parts and the "." line behind them are queued on the socket and leave together, with
+    // no wait before the "."; the parts are not joined into one text first.
+    if (m_socket.state() != QAbstractSocket::ConnectedState) {
+        return false;
+    }
+    for (const QByteArray& chunk : chunks) {
+        m_socket.write(chunk);
+    }
+    return send(".\r\n");
 }
 
 void SmtpConversation::SendQuit()

@@ -69,6 +69,7 @@ private:
     bool completeMultilineReply();
     bool upgradeToTls();
     bool send(const QByteArray& data);
+    bool sendMessageText(const QList<QByteArray>& chunks);
     void wns_DataArrival();
     void wns_Error(QAbstractSocket::SocketError error);
     void tmrSMTP_Timer();
