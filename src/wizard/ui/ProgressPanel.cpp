@@ -39,9 +39,10 @@ void ProgressPanel::BeginProgress(double total)
     m_lblPer->setText(u"0 %"_s);
     show(0);
     // In front of the page, in the middle of the window.
-    adjustSize();
+    const QSize size = sizeHint();
     if (QWidget* window = parentWidget()) {
-        move((window->width() - width()) / 2, (window->height() - height()) / 2);
+        setGeometry((window->width() - size.width()) / 2, (window->height() - size.height()) / 2, size.width(),
+                    size.height());
     }
     setVisible(true);
     raise();
