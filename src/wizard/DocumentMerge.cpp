@@ -6,6 +6,9 @@
 #include "wordlink/WordStatus.h"
 
 #include <QFile>
+#include <QFileInfo>
+
+using namespace Qt::StringLiterals;
 
 DocumentMerge::DocumentMerge(wordlink::DocumentApplication& application, const TokenEngine& tokens)
     : m_application(application)
@@ -34,6 +37,9 @@ Status DocumentMerge::ScanDocTokens(TokenEngine& tokens, const QString& template
 template <typename Replacements>
 Status DocumentMerge::merge(const QString& templatePath, const QString& outputPath, const Replacements& replacements)
 {
+    if (isTemplateItself(outputPath, TextUtil::trimSpaces(templatePath))) {
+        return Error{70, u"the copy would overwrite its template"_s};
+    }
     // Whatever stood at the output belongs to no contact once this merge begins: a failed merge
     // must not leave an earlier contact's copy there.
     QFile::remove(outputPath);
@@ -55,6 +61,25 @@ Status DocumentMerge::merge(const QString& templatePath, const QString& outputPa
         QFile::remove(outputPath);
     }
     return saved;
+}
+
+QString DocumentMerge::mergedExtension(const QString& templatePath)
+{
+    const QString suffix = QFileInfo(TextUtil::trimSpaces(templatePath)).suffix().toLower();
+    if (suffix == u"docm"_s || suffix == u"dotm"_s) {
+        return u".docm"_s; // its macros come along, and Word opens such a file only by that name
+    }
+    if (wordlink::isNativeFormat(TextUtil::trimSpaces(templatePath))) {
+        return u".docx"_s;
+    }
+    return suffix == u"doc"_s || suffix == u"dot"_s || suffix.isEmpty() ? u".doc"_s : u"."_s + suffix;
+}
+
+bool DocumentMerge::isTemplateItself(const QString& target, const QString& templatePath)
+{
+    const QFileInfo output(target);
+    const QFileInfo original(templatePath);
+    return output.exists() && original.exists() && output.canonicalFilePath() == original.canonicalFilePath();
 }
 
 Status DocumentMerge::MergeDocTokens(int row, const QString& templatePath, const QString& outputPath)

@@ -27,6 +27,16 @@ public:
     // The attachment preview: every field in fixed order.
     Status MergeDocAllFields(int row, const QString& templatePath, const QString& outputPath);
 
+    // The extension of a merged document, in its template's format: ".docx" for the Word 2007
+    // family (".docm" when macros are enabled), ".doc" for a .doc or .dot template, the
+    // template's own otherwise.
+    static QString mergedExtension(const QString& templatePath);
+
+    // True when writing to the target would overwrite the template itself (say, a template kept
+    // in the application folder, where the personalised copy goes): the next contact would then
+    // get this contact's copy, so such a merge fails instead.
+    static bool isTemplateItself(const QString& target, const QString& templatePath);
+
 private:
     template <typename Replacements>
     Status merge(const QString& templatePath, const QString& outputPath, const Replacements& replacements);

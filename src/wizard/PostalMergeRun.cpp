@@ -1,5 +1,6 @@
 #include "PostalMergeRun.h"
 
+#include "DocumentMerge.h"
 #include "RunView.h"
 #include "TokenEngine.h"
 #include "contacts/ContactTable.h"
@@ -8,8 +9,6 @@
 #include "wordlink/DocumentEngine.h"
 #include "wordlink/WordStatus.h"
 
-#include <QFileInfo>
-
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -17,15 +16,6 @@ namespace {
 constexpr double FullBar = 7500.0;
 // The count of letters is a 16-bit number: a run beyond it ends as a failure.
 constexpr int MostLetters = 32767;
-
-QString letterExtension(const QString& templatePath)
-{
-    if (wordlink::isNativeFormat(templatePath)) {
-        return u".docx"_s;
-    }
-    const QString suffix = QFileInfo(templatePath).suffix().toLower();
-    return suffix == u"doc"_s || suffix == u"dot"_s || suffix.isEmpty() ? u".doc"_s : u"."_s + suffix;
-}
 
 } // namespace
 
@@ -36,12 +26,12 @@ PostalMergeRun::PostalMergeRun(RunView& view)
 
 QString PostalMergeRun::numberedName(int number, const QString& templatePath)
 {
-    return u"Quillbay+"_s + QString::number(number) + letterExtension(templatePath);
+    return u"Quillbay+"_s + QString::number(number) + DocumentMerge::mergedExtension(templatePath);
 }
 
 QString PostalMergeRun::scratchName(const QString& templatePath)
 {
-    return u"Temp"_s + letterExtension(templatePath);
+    return u"Temp"_s + DocumentMerge::mergedExtension(templatePath);
 }
 
 void PostalMergeRun::InitRunProgress(int selectedCount)
@@ -66,6 +56,12 @@ Status PostalMergeRun::mergeContact(wordlink::DocumentApplication& application, 
         return added.error();
     }
     std::unique_ptr<wordlink::Document> letter = std::move(added).value();
+    // Never over the template: the next contact's letter would be made from this one.
+    const auto saveLetterAs = [&](const QString& target) {
+        return DocumentMerge::isTemplateItself(target, TextUtil::trimSpaces(input.templatePath))
+                   ? Status(Error{71, u"the letter would overwrite its template"_s})
+                   : letter->SaveAs(target);
+    };
     for (const auto& [token, value] : input.tokens->allFieldReplacements(row)) {
         if (const Result<int> replaced = letter->ReplaceAll(token, value, {}); !replaced.ok()) {
             return replaced.error();
@@ -74,7 +70,7 @@ Status PostalMergeRun::mergeContact(wordlink::DocumentApplication& application, 
     const QString combined = TextUtil::trimSpaces(input.documentName);
     if (folder.isEmpty()) {
         if (!outputStarted) {
-            if (const Status saved = letter->SaveAs(combined); !saved.ok()) {
+            if (const Status saved = saveLetterAs(combined); !saved.ok()) {
                 return saved;
             }
             outputStarted = true;
@@ -96,10 +92,10 @@ Status PostalMergeRun::mergeContact(wordlink::DocumentApplication& application, 
             }
         }
         // The letter takes the scratch name, which frees the output for the next contact.
-        if (const Status scratch = letter->SaveAs(AppPaths::file(scratchName(input.templatePath))); !scratch.ok()) {
+        if (const Status scratch = saveLetterAs(AppPaths::file(scratchName(input.templatePath))); !scratch.ok()) {
             return scratch;
         }
-    } else if (const Status saved = letter->SaveAs(folder + u'/' + numberedName(m_done, input.templatePath));
+    } else if (const Status saved = saveLetterAs(folder + u'/' + numberedName(m_done, input.templatePath));
                !saved.ok()) {
         return saved;
     }

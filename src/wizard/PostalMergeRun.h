@@ -38,8 +38,7 @@ public:
     QString OutputName() const { return m_outputName; }
     int done() const { return m_done; }
 
-    // "Quillbay+N" with the extension of the template's format: .docx for the Word 2007 family,
-    // .doc for a .doc or .dot template, the template's own otherwise.
+    // "Quillbay+N" with the extension of the template's format (DocumentMerge::mergedExtension).
     static QString numberedName(int number, const QString& templatePath);
     // The scratch document of the combined form, in the format of the letters.
     static QString scratchName(const QString& templatePath);

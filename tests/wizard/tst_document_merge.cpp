@@ -83,6 +83,11 @@ private slots:
         // A failed merge never leaves the previous contact's copy in place.
         QVERIFY(!merge.MergeDocTokens(1, m_dir.filePath(u"gone.docx"_s), copy).ok());
         QVERIFY(!QFile::exists(copy));
+
+        // A template that lies where its copies go is never written over: the merge fails.
+        QVERIFY(QFile::copy(m_letter, copy));
+        QVERIFY(!merge.MergeDocTokens(1, u" "_s + copy, copy).ok());
+        QVERIFY(textOf(copy).startsWith(u"Dear [[FirstName]],"_s));
     }
 
     void mergeDocAllFields_replacesEveryField_customOnesForMappedSourcesOnly()

@@ -1,12 +1,14 @@
 #include "TestSupport.h"
 #include "contacts/ContactTable.h"
 #include "core/AppPaths.h"
+#include "core/SettingsKeys.h"
 #include "wizard/PostalMergeRun.h"
 #include "wizard/RunView.h"
 #include "wizard/TokenEngine.h"
 #include "wordlink/BridgeDocument.h"
 #include "wordlink/DocumentEngine.h"
 #include "wordlink/OfficeBridge.h"
+#include "wordlink/OoxmlPackage.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -124,12 +126,23 @@ private slots:
         QDir().mkpath(folder);
         RecordingView view;
         PostalMergeRun run(view);
+        QStringList running;
+        view.onProcess = [&running](const QString&) {
+            running << SettingsStore::instance().value(Keys::WordRunning);
+        };
         run.run(input(m_template), folder);
         QCOMPARE(QDir(folder).entryList(QDir::Files, QDir::Name),
                  (QStringList{u"Quillbay+1.docx"_s, u"Quillbay+2.docx"_s, u"Quillbay+3.docx"_s}));
+        QCOMPARE(running, QStringList(5, u"Y"_s)); // from the cleared label to the closing words
+        QCOMPARE(SettingsStore::instance().value(Keys::WordRunning), u"N"_s);
         QVERIFY(textOf(folder + u"/Quillbay+1.docx"_s).startsWith(u"Dear Name2,"_s));
         QVERIFY(textOf(folder + u"/Quillbay+2.docx"_s).startsWith(u"Dear ,"_s)); // no "Sir" in a letter
         QVERIFY(textOf(folder + u"/Quillbay+3.docx"_s).contains(u"c9@example.com"_s));
+        QVERIFY(!textOf(folder + u"/Quillbay+1.docx"_s).contains(u"[["_s));
+        // Only the main text is merged: the header keeps its token.
+        Result<wordlink::OoxmlPackage> letter = wordlink::OoxmlPackage::open(folder + u"/Quillbay+1.docx"_s);
+        QVERIFY(letter.ok());
+        QVERIFY(letter->part(u"word/header1.xml"_s).value().contains("Header for [[FirstName]]"));
         QCOMPARE(view.folder, QString());
         QCOMPARE(view.statuses.at(1), u"Quillbay+1.docx"_s);
         QVERIFY(view.processes.contains(u"Processing  2  of  3"_s));
@@ -142,6 +155,7 @@ private slots:
         QVERIFY(!view.cancelEnabled);
         QCOMPARE(PostalMergeRun::numberedName(7, u"/x/letter.doc"_s), u"Quillbay+7.doc"_s);
         QCOMPARE(PostalMergeRun::numberedName(1, u"/x/letter.dotx"_s), u"Quillbay+1.docx"_s);
+        QCOMPARE(PostalMergeRun::numberedName(12, u"/x/letter.DOTM "_s), u"Quillbay+12.docm"_s);
     }
 
     void combinedForm_keepsTheFirstLetter_andAppendsTheOthersAsText()
@@ -155,7 +169,7 @@ private slots:
         const QString text = textOf(combined);
         QVERIFY(text.startsWith(u"Dear Name2,"_s));
         QCOMPARE(text.count(u"Dear "_s), 3);
-        QVERIFY(text.contains(u"\f\rDear ,"_s));
+        QVERIFY(text.contains(u"\fDear ,"_s)); // the second letter: plain text behind a page break
         QVERIFY(QFile::exists(AppPaths::file(u"Temp.docx"_s)));
         QVERIFY(textOf(m_template).startsWith(u"Dear [[FirstName]]"_s)); // the template is untouched
     }
@@ -207,6 +221,22 @@ private slots:
         QCOMPARE(failing.process(), u"Processing  1  of  3"_s); // the labels stay as they were
         QVERIFY(failing.nextEnabled);
         QVERIFY(failing.backEnabled);
+        QVERIFY(!failing.cancelEnabled);
+    }
+
+    void aTemplateNamedLikeTheFirstLetter_isNeverOverwritten()
+    {
+        // The second contact's letter would be made from the first one's.
+        const QString folder = m_dir.filePath(u"own-folder"_s);
+        QDir().mkpath(folder);
+        const QString templatePath = folder + u"/Quillbay+1.docx"_s;
+        QVERIFY(QFile::copy(m_template, templatePath));
+        RecordingView view;
+        PostalMergeRun run(view);
+        run.run(input(templatePath), folder);
+        QCOMPARE(view.process(), u"Processing  1  of  3"_s);
+        QVERIFY(textOf(templatePath).startsWith(u"Dear [[FirstName]],"_s));
+        QCOMPARE(QDir(folder).entryList(QDir::Files), QStringList{u"Quillbay+1.docx"_s});
     }
 };
 
