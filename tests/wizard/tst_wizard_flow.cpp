@@ -284,6 +284,40 @@ private slots:
         QCOMPARE(GetSetting(u"AddBookValues"_s, u"WabFilename"_s), QString());
     }
 
+    void nextOnTheSourcePage_setsTheSkipBoxAndTheMarksOfEachSource()
+    {
+        openWizard();
+        goToContacts();
+        m_wizard->CmdBack_Click();
+        m_wizard->CmdBack_Click();
+        SourcePage* source = m_wizard->sourcePage();
+        QCheckBox* skip = m_wizard->fieldMapPage()->ChkSkip;
+        const auto nextWithMarks = [this, source](int index) {
+            source->LstDataSrc->setCurrentRow(index);
+            FrmMailMerge::setTag(source->lblContact, u"folder"_s);
+            FrmMailMerge::setTag(source->lblWabName, u"book.wab"_s);
+            m_wizard->CmdNext_Click();
+        };
+        nextWithMarks(3); // database: no skipping of a first row
+        QVERIFY(!skip->isEnabled());
+        QCOMPARE(FrmMailMerge::Tag(source->lblContact), QString());
+        QCOMPARE(FrmMailMerge::Tag(source->lblWabName), QString());
+        QVERIFY(m_wizard->mapImported());
+        nextWithMarks(1); // mail client: the box is left alone, the address book is to be read again
+        QVERIFY(!skip->isEnabled());
+        QCOMPARE(FrmMailMerge::Tag(source->lblContact), u"folder"_s);
+        QCOMPARE(FrmMailMerge::Tag(source->lblWabName), QString());
+        QVERIFY(!m_wizard->mapImported());
+        nextWithMarks(0);
+        QVERIFY(skip->isEnabled());
+        QCOMPARE(FrmMailMerge::Tag(source->lblContact), QString());
+        QCOMPARE(FrmMailMerge::Tag(source->lblWabName), u"book.wab"_s);
+        nextWithMarks(3);
+        nextWithMarks(5);
+        QVERIFY(skip->isEnabled());
+        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::FieldMapping));
+    }
+
     void columnClicks_sortWithOneSharedOrder_andShowTheirIcons()
     {
         openWizard();

@@ -511,21 +511,22 @@ void FrmMailMerge::LstDataSrc_Click(int index)
 
 void FrmMailMerge::ImportSource(int index)
 {
-    switch (index) {
-    case 4:
-        OpenTextSource(TextKind::Tab);
-        break;
-    case 5:
-        OpenTextSource(TextKind::Comma);
-        break;
-    default:
-        // The address book, mail-client, spreadsheet and database readers are not part of this
-        // build: as with a missing component, the wizard stays on its page without a message.
-        return;
+    // The address book, mail-client, spreadsheet and database readers are not part of this
+    // build: as with a missing component, their step ends without a message and the wizard stays
+    // on its page. What follows each source's import is done all the same.
+    if (index == 4 || index == 5) {
+        OpenTextSource(index == 4 ? TextKind::Tab : TextKind::Comma);
     }
-    m_fieldMapPage->ChkSkip->setEnabled(true);
-    setTag(m_source->lblContact, QString());
-    setTag(m_source->lblWabName, QString());
+    if (index != 1) {
+        m_fieldMapPage->ChkSkip->setEnabled(index != 3);
+        setTag(m_source->lblContact, QString());
+    }
+    if (index != 0) {
+        setTag(m_source->lblWabName, QString());
+    }
+    if (index == 0 || index == 1) {
+        m_mapImported = false;
+    }
 }
 
 void FrmMailMerge::CmdBrowseWab_Click()
