@@ -26,6 +26,7 @@ public:
         QByteArray command; // the beginning of the awaited line; empty for the greeting
         QList<QByteArray> pieces;
         bool hangUp = false; // close the connection after the pieces
+        int pauseMs = 0;     // before the first piece
     };
 
     explicit ScriptedServer(QList<Step> script)
@@ -74,7 +75,7 @@ private:
 
     void play(QTcpSocket* socket, const Step& step)
     {
-        int delay = 0;
+        int delay = step.pauseMs;
         for (const QByteArray& piece : step.pieces) {
             QTimer::singleShot(delay, socket, [socket, piece] {
                 socket->write(piece);
@@ -215,6 +216,23 @@ private slots:
         // A wrong code is silent: the run reports its end as usual.
         QVERIFY(!view.processes.contains(u"SMTP service error, unable to get a response!"_s));
         QCOMPARE(view.process(), u"All mails are successfully Sent."_s);
+    }
+
+    void bothWaitsShareOneBudget()
+    {
+        // A wrong greeting after 1.5 s of a 2 s wait leaves the wait for the code 0.5 s, not 2 s.
+        ScriptedServer server(QList<ScriptedServer::Step>{{{}, {"421 too busy\r\n"}, false, 1500}});
+        useServer(server, 2);
+        SmtpConversation conversation(m_account, {});
+        conversation.setInterval(m_account.interval);
+        OutgoingMessage message;
+        message.fromEmail = m_account.fromEmail;
+        message.to = u"ann@example.com"_s;
+        QElapsedTimer timer;
+        timer.start();
+        QCOMPARE(conversation.SendSmtpMessage(message, message.to), MailTransport::Outcome::Failed);
+        QVERIFY2(timer.elapsed() >= 1900 && timer.elapsed() < 3200, qPrintable(QString::number(timer.elapsed())));
+        QVERIFY(!conversation.connectedFlag());
     }
 
     void aSilentServer_givesTheServiceErrorText_andTheEventLoopRunsMeanwhile()
