@@ -67,6 +67,19 @@ private:
         m_wizard->sourcePage()->CmdBrowseWab->click();
     }
 
+    // Close on a page past the first asks its question; No keeps the wizard on that page.
+    void refuseClose(TestSupport::MessageRecorder& messages)
+    {
+        const int page = m_wizard->currentPage();
+        const qsizetype asked = messages.messages().size();
+        messages.answerNext(MessageAnswer::No);
+        m_wizard->cmdCancel_Click();
+        QCOMPARE(messages.messages().size(), asked + 1);
+        QCOMPARE(messages.lastText(), u"Are you sure to Exit from this wizard?"_s);
+        QCOMPARE(m_wizard->currentPage(), page);
+        QVERIFY(m_wizard->isVisible());
+    }
+
     void goToContacts()
     {
         chooseCommaFile(m_commaFile);
@@ -181,16 +194,21 @@ private slots:
         QCOMPARE(m_wizard->sendPage()->txtselected[1]->text(), u"2 Contacts"_s);
         QCOMPARE(m_wizard->sendPage()->Label5[0]->text(), u"Selected File :"_s);
 
-        // And back again, page by page, to the source.
+        // And back again, page by page, to the source; Close asks on each page on the way.
+        refuseClose(messages);
         m_wizard->CmdBack_Click();
         QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::Compose));
         QCOMPARE(m_wizard->CmdNext()->text(), u"Next>>"_s);
+        refuseClose(messages);
         m_wizard->CmdBack_Click();
         QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::Template));
+        refuseClose(messages);
         m_wizard->CmdBack_Click();
         QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::Contacts));
+        refuseClose(messages);
         m_wizard->CmdBack_Click();
         QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::FieldMapping));
+        refuseClose(messages);
         m_wizard->CmdBack_Click();
         QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::DataSource));
         QVERIFY(!m_wizard->CmdBack()->isEnabled());
