@@ -79,8 +79,11 @@ void FrmSearch::buildControls()
     auto* fraSearch = new QGroupBox(this);
     fraSearch->setObjectName(u"FraSearch"_s);
     auto* grid = new QGridLayout(fraSearch);
-    // The buttons stand 1200 twips inside the frame's right edge: their own width and a margin.
-    grid->setContentsMargins(Twips::toPixels(120), Twips::toPixels(90), Twips::toPixels(105), Twips::toPixels(90));
+    // The buttons stand 1200 twips inside the frame's right edge: their own width and a margin,
+    // of which the frame's border is a part.
+    const QMargins border = fraSearch->contentsMargins();
+    grid->setContentsMargins(Twips::toPixels(120) - border.left(), Twips::toPixels(90) - border.top(),
+                             Twips::toPixels(105) - border.right(), Twips::toPixels(90) - border.bottom());
     grid->setHorizontalSpacing(Twips::toPixels(80));
     grid->setVerticalSpacing(Twips::toPixels(60));
     CboCriteria = new QComboBox(fraSearch);
@@ -111,13 +114,18 @@ void FrmSearch::buildControls()
     txtReplace->setObjectName(u"txtReplace"_s);
     txtReplace->setEnabled(false);
 
-    // The name and the folder fill the width up to the browse button; the browse button and
-    // "Include subfolders" end 150 twips left of the button column.
+    // The name and the folder fill the width up to 80 twips before the browse button; the browse
+    // button and "Include subfolders" end 150 twips left of the button column.
+    auto* fields = new QGridLayout;
+    fields->setHorizontalSpacing(Twips::toPixels(80));
+    fields->setVerticalSpacing(grid->verticalSpacing());
+    fields->addWidget(CboCriteria, 0, 0);
+    fields->addWidget(TxtFolder, 1, 0);
+    fields->addWidget(CmdBrowse, 1, 1);
+    fields->setColumnStretch(0, 1);
     grid->addWidget(new QLabel(u"Look for File Named : "_s, fraSearch), 0, 0);
-    grid->addWidget(CboCriteria, 0, 1);
     grid->addWidget(new QLabel(u"In Folder :"_s, fraSearch), 1, 0);
-    grid->addWidget(TxtFolder, 1, 1);
-    grid->addWidget(CmdBrowse, 1, 2, Qt::AlignRight);
+    grid->addLayout(fields, 0, 1, 2, 2);
     grid->addWidget(new QLabel(u"Search for the Word(s) :"_s, fraSearch), 2, 0);
     grid->addWidget(txtwords, 2, 1);
     grid->addWidget(ChkIncSubFolder, 2, 2, Qt::AlignRight);
@@ -148,9 +156,6 @@ void FrmSearch::buildControls()
     lvList->setSelectionMode(QAbstractItemView::ExtendedSelection);
     lvList->setHeaderLabels({u"Name"_s, u"Path"_s, u"Date Modified"_s, u"Size"_s, u"Type"_s});
     lvList->header()->setSectionsClickable(true);
-    for (const auto& [column, twips] : {std::pair{0, 3000}, {1, 3600}, {2, 2700}, {3, 900}}) {
-        lvList->header()->resizeSection(column, Twips::toPixels(twips));
-    }
     lvList->setContextMenuPolicy(Qt::CustomContextMenu);
     txtNoItems = new QLabel(lvList->viewport());
     txtNoItems->setObjectName(u"txtNoItems"_s);
@@ -275,7 +280,7 @@ QStringList FrmSearch::criteriaHistory() const
 bool FrmSearch::eventFilter(QObject* watched, QEvent* event)
 {
     if (watched == lvList->viewport() && event->type() == QEvent::Resize) {
-        txtNoItems->setGeometry(lvList->viewport()->rect());
+        Form_Resize();
     }
     if (event->type() == QEvent::KeyPress) {
         const auto* key = static_cast<QKeyEvent*>(event);
@@ -286,6 +291,19 @@ bool FrmSearch::eventFilter(QObject* watched, QEvent* event)
         }
     }
     return QWidget::eventFilter(watched, event);
+}
+
+// The frame, the list and the status bar follow the window through its layout; run when the
+// list's visible area changes size: "no items" text covers it, and the columns share its width
+// (name, folder, date and size, and the type the rest).
+void FrmSearch::Form_Resize()
+{
+    txtNoItems->setGeometry(lvList->viewport()->rect());
+    const int width = lvList->viewport()->width();
+    const double shares[4] = {0.26, 0.26, 0.25, 0.08};
+    for (int column = 0; column < 4; ++column) {
+        lvList->header()->resizeSection(column, static_cast<int>(width * shares[column]));
+    }
 }
 
 void FrmSearch::UpdateFindButtons()

@@ -59,6 +59,7 @@ private:
     void buildControls();
     void Form_Load();
     void Form_Unload();
+    void Form_Resize();
     void LockSearchControls();
     void UnlockSearchControls();
     void RememberCriteria();

@@ -1,15 +1,22 @@
 #include "TestSupport.h"
+#include "core/AppPaths.h"
 #include "core/Dialogs.h"
 #include "core/ListSeparator.h"
 #include "core/SettingsKeys.h"
+#include "core/Twips.h"
 #include "search/FrmSearch.h"
+#include "wordlink/BridgeDocument.h"
 #include "wordlink/DocumentEngine.h"
+#include "wordlink/OfficeBridge.h"
 
+#include <QApplication>
 #include <QCheckBox>
 #include <QComboBox>
+#include <QContextMenuEvent>
 #include <QDateTime>
 #include <QDir>
 #include <QFile>
+#include <QHeaderView>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
@@ -17,6 +24,8 @@
 #include <QPushButton>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QTimer>
+#include <QToolButton>
 #include <QTreeWidget>
 
 using namespace Qt::StringLiterals;
@@ -29,6 +38,20 @@ void touch(const QString& path)
     QFile file(path);
     QVERIFY(file.open(QIODevice::WriteOnly));
     file.write("document");
+}
+
+void writeBytes(const QString& path, int size)
+{
+    QDir().mkpath(QFileInfo(path).absolutePath());
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write(QByteArray(size, 'x'));
+}
+
+QByteArray contents(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
 QStringList names(const QTreeWidget* list)
@@ -74,6 +97,8 @@ private slots:
         Dialogs::clearNextResults();
     }
 
+    void cleanupTestCase() { wordlink::OfficeBridge::instance().shutdown(); }
+
     void cleanup()
     {
         if (m_window) {
@@ -102,7 +127,8 @@ private slots:
         QCOMPARE(names(window->lvList), (QStringList{u"invoice 2025.docx"_s, u"invoice 2019.doc"_s}));
         QCOMPARE(window->lvList->topLevelItem(1)->text(1), m_dir.filePath(u"old"_s));
         window->CboCriteria->setEditText(u"INVOICE"_s);
-        window->RunSearch();
+        QTest::keyClick(window->CboCriteria, Qt::Key_Return); // Enter in the name starts a run too
+        QCOMPARE(window->lvList->topLevelItemCount(), 2);
         QCOMPARE(window->criteriaHistory(), QStringList{u"invoice"_s});
 
         window->CboCriteria->setEditText(u"*.txt"_s);
@@ -133,6 +159,11 @@ private slots:
         QCOMPARE(window->criteriaHistory(), QStringList{u"letter"_s});
         QTest::keyClick(window->txtwords, Qt::Key_Return); // no folder: nothing starts
         QCOMPARE(window->SbStatusPanel1->text(), QString());
+        window->CmdFind[0]->click();
+        QCOMPARE(window->SbStatusPanel1->text(), QString());
+        window->TxtFolder->setText(m_dir.path());
+        QTest::keyClick(window->txtwords, Qt::Key_Enter);
+        QCOMPARE(window->SbStatusPanel1->text(), u"1 items"_s);
     }
 
     void options_andButtons_followTheirRules()
@@ -196,34 +227,199 @@ private slots:
         QTemporaryDir dir;
         QVERIFY(TestSupport::makeDocx(u"plain"_s, dir.filePath(u"hit.docx"_s), u"Meeting in Leeds"_s));
         QVERIFY(TestSupport::makeDocx(u"plain"_s, dir.filePath(u"miss.docx"_s), u"Meeting in York"_s));
-        const QDateTime untouched = QFileInfo(dir.filePath(u"miss.docx"_s)).lastModified();
-        QFile miss(dir.filePath(u"miss.docx"_s));
-        QVERIFY(miss.open(QIODevice::ReadOnly));
-        const QByteArray missBytes = miss.readAll();
-        miss.close();
+        // Word 97 documents go through the office suite, which would rewrite an untouched one.
+        QVERIFY(TestSupport::makeDocx(u"plain"_s, dir.filePath(u"source.docx"_s), u"Leeds office|closed"_s));
+        QVERIFY(QDir(dir.path()).mkpath(u"sub"_s));
+        QVERIFY(wordlink::BridgeDocument::convert(dir.filePath(u"source.docx"_s), dir.filePath(u"sub/hit.doc"_s)).ok());
+        QVERIFY(wordlink::BridgeDocument::convert(dir.filePath(u"miss.docx"_s), dir.filePath(u"sub/miss.doc"_s)).ok());
+        QVERIFY(QFile::remove(dir.filePath(u"source.docx"_s)));
+        const QStringList untouched = {dir.filePath(u"miss.docx"_s), dir.filePath(u"sub/miss.doc"_s)};
+        QList<QByteArray> untouchedBytes;
+        QList<QDateTime> untouchedTimes;
+        for (const QString& path : untouched) {
+            untouchedBytes << contents(path);
+            untouchedTimes << QFileInfo(path).lastModified();
+        }
+        const QDateTime hitTime = QFileInfo(dir.filePath(u"hit.docx"_s)).lastModified();
         QTest::qWait(1100);
 
         FrmSearch* window = openWindow();
         window->TxtFolder->setText(dir.path());
-        window->txtwords->setText(u"Leeds"_s);
+        window->ChkIncSubFolder->setChecked(true);
+        window->txtwords->setText(u" Leeds "_s);
         window->chkReplace->click();
         window->txtReplace->setText(u" Bradford"_s);
         QVERIFY(window->CmdFind[1]->isEnabled());
         window->CmdFind[1]->click();
-        QCOMPARE(names(window->lvList), QStringList{u"hit.docx"_s});
+        QCOMPARE(names(window->lvList), (QStringList{u"hit.docx"_s, u"hit.doc"_s}));
+        QVERIFY(window->SbStatusPanel2->isVisible());
         QVERIFY(window->SbStatusPanel2->text().startsWith(u"Originals kept in "_s));
         const QString backups = window->SbStatusPanel2->text().mid(18);
+        QVERIFY(backups.startsWith(AppPaths::applicationFolder() + u"/Backups/"_s));
         QVERIFY(QFile::exists(backups + u"/hit.docx"_s));
+        QVERIFY(QFile::exists(backups + u"/sub/hit.doc"_s));
         QVERIFY(!QFile::exists(backups + u"/miss.docx"_s));
+        QVERIFY(!QFile::exists(backups + u"/sub/miss.doc"_s));
+        QCOMPARE(QFileInfo(backups + u"/hit.docx"_s).lastModified(), hitTime); // the copy keeps its date
 
         auto application = wordlink::NewApplication();
-        QCOMPARE(application->Open(dir.filePath(u"hit.docx"_s), true).value()->ContentText().value(),
-                 u"Meeting in  Bradford\r"_s);
-        QCOMPARE(application->Open(backups + u"/hit.docx"_s, true).value()->ContentText().value(),
-                 u"Meeting in Leeds\r"_s);
-        QVERIFY(miss.open(QIODevice::ReadOnly));
-        QCOMPARE(miss.readAll(), missBytes);
-        QCOMPARE(QFileInfo(dir.filePath(u"miss.docx"_s)).lastModified(), untouched);
+        const auto text = [&application](const QString& path) {
+            return application->Open(path, true).value()->ContentText().value();
+        };
+        QCOMPARE(text(dir.filePath(u"hit.docx"_s)), u"Meeting in  Bradford\r"_s);
+        QCOMPARE(text(backups + u"/hit.docx"_s), u"Meeting in Leeds\r"_s);
+        QVERIFY(text(dir.filePath(u"sub/hit.doc"_s)).startsWith(u" Bradford office\r"_s));
+        QVERIFY(text(backups + u"/sub/hit.doc"_s).startsWith(u"Leeds office\r"_s));
+        for (int i = 0; i < untouched.size(); ++i) {
+            QCOMPARE(contents(untouched.at(i)), untouchedBytes.at(i));
+            QCOMPARE(QFileInfo(untouched.at(i)).lastModified(), untouchedTimes.at(i));
+        }
+
+        // Leaving replace mode, the list and the second panel go with the next run.
+        window->chkReplace->click();
+        window->txtwords->setText(u"Bradford"_s);
+        window->RunSearch();
+        QCOMPARE(names(window->lvList), (QStringList{u"hit.docx"_s, u"hit.doc"_s}));
+        QVERIFY(!window->SbStatusPanel2->isVisible());
+    }
+
+    void stop_endsTheRunAfterTheCurrentFolder_withTheControlsLockedMeanwhile()
+    {
+        QTemporaryDir dir;
+        QVERIFY(TestSupport::makeDocx(u"plain"_s, dir.filePath(u"top.docx"_s), u"budget"_s));
+        QDir(dir.path()).mkpath(u"a"_s);
+        QVERIFY(TestSupport::makeDocx(u"plain"_s, dir.filePath(u"a/deeper.docx"_s), u"budget"_s));
+        FrmSearch* window = openWindow();
+        window->TxtFolder->setText(dir.path());
+        window->ChkIncSubFolder->setChecked(true);
+        window->txtwords->setText(u"budget"_s);
+        QStringList during;
+        // Runs at the walk's first turn of the event loop, before the first folder's files.
+        QTimer::singleShot(0, window, [&] {
+            for (QWidget* control : std::initializer_list<QWidget*>{
+                     window->CboCriteria, window->TxtFolder, window->txtwords, window->txtReplace, window->CmdFind[0],
+                     window->CmdFind[1], window->CmdFind[2], window->CmdFind[3], window->ChkIncSubFolder,
+                     window->chkReplace, window->chkOptions[0], window->chkOptions[2]}) {
+                during << (control->objectName() + (control->isEnabled() ? u" on"_s : u" off"_s));
+            }
+            during << GetSetting(u"WordStatus"_s, u"Running"_s) << window->txtNoItems->text();
+            QTest::keyClick(window->txtwords, Qt::Key_Return); // locked: no second run
+            window->CmdFind[2]->click();
+        });
+        window->RunSearch();
+        QCOMPARE(during, (QStringList{u"CboCriteria off"_s, u"TxtFolder off"_s, u"txtwords off"_s, u"txtReplace off"_s,
+                                      u"CmdFind_0 off"_s, u"CmdFind_1 off"_s, u"CmdFind_2 on"_s, u"CmdFind_3 off"_s,
+                                      u"ChkIncSubFolder off"_s, u"chkReplace off"_s, u"chkOptions_0 off"_s,
+                                      u"chkOptions_2 off"_s, u"Y"_s, u"Searching..."_s}));
+        QCOMPARE(names(window->lvList), QStringList{u"top.docx"_s});
+        QCOMPARE(GetSetting(u"WordStatus"_s, u"Running"_s), u"N"_s);
+        QVERIFY(window->CboCriteria->isEnabled());
+        QVERIFY(!window->CmdFind[2]->isEnabled());
+        QVERIFY(window->CmdFind[3]->isEnabled());
+
+        // Without words no document is opened, and the flag stays as it was.
+        SaveSetting(u"WordStatus"_s, u"Running"_s, u"unchanged"_s);
+        window->txtwords->clear();
+        window->RunSearch();
+        QCOMPARE(names(window->lvList), (QStringList{u"top.docx"_s, u"deeper.docx"_s}));
+        QCOMPARE(GetSetting(u"WordStatus"_s, u"Running"_s), u"unchanged"_s);
+
+        // Closing the window during a run stops it, and the window closes when the run has ended.
+        QTimer::singleShot(0, window, [window] { window->close(); });
+        window->RunSearch();
+        QCOMPARE(names(window->lvList), QStringList{u"top.docx"_s});
+        QTest::qWait(20);
+        QVERIFY(m_window.isNull());
+        QCOMPARE(GetSetting(u"Search"_s, u"FolderName"_s), dir.path());
+    }
+
+    void list_sortsByText_showsTheDateTooltip_andItsMenu()
+    {
+        QTemporaryDir dir;
+        writeBytes(dir.filePath(u"b.docx"_s), 9 * 1024);
+        writeBytes(dir.filePath(u"a.doc"_s), 10 * 1024);
+        writeBytes(dir.filePath(u"sub/c.doc"_s), 100);
+        FrmSearch* window = openWindow();
+        QHeaderView* header = window->lvList->header();
+        const auto clickHeader = [header](int column) {
+            QTest::mouseClick(header->viewport(), Qt::LeftButton, {},
+                              QPoint(header->sectionViewportPosition(column) + 5, header->height() / 2));
+        };
+        window->TxtFolder->setText(dir.path());
+        window->ChkIncSubFolder->setChecked(true);
+        window->RunSearch();
+        QCOMPARE(names(window->lvList), (QStringList{u"a.doc"_s, u"b.docx"_s, u"c.doc"_s}));
+        clickHeader(0);
+        QCOMPARE(names(window->lvList), (QStringList{u"c.doc"_s, u"b.docx"_s, u"a.doc"_s}));
+        QCOMPARE(header->sortIndicatorOrder(), Qt::DescendingOrder);
+        clickHeader(3); // each click turns the order round; sizes compare as text
+        QCOMPARE(header->sortIndicatorSection(), 3);
+        QCOMPARE(header->sortIndicatorOrder(), Qt::AscendingOrder);
+        QCOMPARE(names(window->lvList), (QStringList{u"c.doc"_s, u"a.doc"_s, u"b.docx"_s})); // "0 KB" "10 KB" "9 KB"
+        clickHeader(0);
+        clickHeader(0);
+        window->ChkIncSubFolder->setChecked(false);
+        window->RunSearch(); // the list stays sorted for later runs
+        QCOMPARE(names(window->lvList), (QStringList{u"a.doc"_s, u"b.docx"_s}));
+        QCOMPARE(header->sortIndicatorOrder(), Qt::AscendingOrder);
+
+        QTreeWidgetItem* first = window->lvList->topLevelItem(0);
+        QTest::mouseClick(window->lvList->viewport(), Qt::LeftButton, {},
+                          window->lvList->visualItemRect(first).center());
+        QCOMPARE(first->toolTip(0), u"Date Modified :"_s + first->text(2));
+
+        QAction* open = window->MnuOperations->findChild<QAction*>(u"mnuOpenDoc"_s);
+        const auto rightClick = [window] {
+            QContextMenuEvent event(QContextMenuEvent::Mouse, QPoint(5, 5),
+                                    window->lvList->viewport()->mapToGlobal(QPoint(5, 5)));
+            QApplication::sendEvent(window->lvList->viewport(), &event);
+        };
+        rightClick();
+        QVERIFY(window->MnuOperations->isVisible());
+        QVERIFY(open->isEnabled());
+        window->MnuOperations->close();
+        window->lvList->clearSelection();
+        rightClick();
+        QVERIFY(window->MnuOperations->isVisible());
+        QVERIFY(!open->isEnabled());
+        window->MnuOperations->close();
+        QCOMPARE(window->MnuOperations->actions().size(), 4);
+        QCOMPARE(window->MnuOperations->actions().at(1)->text(), u"Referesh"_s);
+        QVERIFY(window->MnuOperations->actions().at(2)->isSeparator());
+        window->CmdFind[3]->click();
+        rightClick(); // an empty list shows no menu
+        QVERIFY(!window->MnuOperations->isVisible());
+    }
+
+    void layout_keepsTheMinimumSize_andItsMargins()
+    {
+        FrmSearch* window = openWindow();
+        window->resize(1, 1);
+        QCOMPARE(window->size(), QSize(Twips::toPixels(9000), Twips::toPixels(3220)));
+        window->resize(Twips::toPixels(12000), Twips::toPixels(7000));
+        QTest::qWait(20);
+        const auto* frame = window->findChild<QWidget*>(u"FraSearch"_s);
+        const auto near = [](int actual, int expected) {
+            return qAbs(actual - expected) <= 1;
+        };
+        QVERIFY2(near(frame->width(), window->width() - Twips::toPixels(200)),
+                 qPrintable(QString::number(frame->width())));
+        for (QPushButton* button : window->CmdFind) {
+            QVERIFY2(near(button->x(), frame->width() - Twips::toPixels(1200)),
+                     qPrintable(u"%1 %2"_s.arg(button->x()).arg(frame->width())));
+        }
+        const int buttonLeft = window->CmdFind[0]->x();
+        QVERIFY(near(window->CmdBrowse->geometry().right() + 1, buttonLeft - Twips::toPixels(150)));
+        QVERIFY(near(window->ChkIncSubFolder->geometry().right() + 1, buttonLeft - Twips::toPixels(150)));
+        QCOMPARE(window->CboCriteria->geometry().right(), window->TxtFolder->geometry().right());
+        QVERIFY(near(window->TxtFolder->geometry().right() + 1, window->CmdBrowse->x() - Twips::toPixels(80)));
+        QCOMPARE(window->txtNoItems->geometry(), window->lvList->viewport()->rect());
+
+        // A long path in the status panel does not widen the window.
+        const int width = window->width();
+        window->SbStatusPanel1->setText(u"Processing document: /"_s + QString(400, u'x'));
+        QTest::qWait(20);
+        QCOMPARE(window->width(), width);
     }
 
     void delete_asks_thenMovesTheFilesToTheTrash()
@@ -246,6 +442,16 @@ private slots:
         QCOMPARE(names(window->lvList), QStringList{u"b.docx"_s});
         QVERIFY(!QFile::exists(dir.filePath(u"a.docx"_s)));
         QVERIFY(QFile::exists(qEnvironmentVariable("XDG_DATA_HOME") + u"/Trash/files/a.docx"_s));
+
+        // A file that is gone already cannot be deleted: its row stays.
+        QVERIFY(QFile::remove(dir.filePath(u"b.docx"_s)));
+        window->lvList->topLevelItem(0)->setSelected(true);
+        window->MnuDelete_Click();
+        QCOMPARE(names(window->lvList), QStringList{u"b.docx"_s});
+        window->lvList->clearSelection();
+        const qsizetype asked = messages.messages().size();
+        window->MnuDelete_Click(); // nothing selected: no question
+        QCOMPARE(messages.messages().size(), asked);
     }
 };
 
