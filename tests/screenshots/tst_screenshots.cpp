@@ -115,11 +115,19 @@ private slots:
 
     void searchWindow(const QString& path)
     {
+        // A finished word search: the minutes that mention the budget.
+        const QString minutes = m_documents + u"/Minutes"_s;
+        QDir().mkpath(minutes);
+        QVERIFY(TestSupport::makeDocx(u"plain"_s, minutes + u"/Board meeting March.docx"_s, u"The budget for 2026"_s));
+        QVERIFY(TestSupport::makeDocx(u"plain"_s, minutes + u"/Board meeting April.docx"_s, u"Budget approved"_s));
+        QVERIFY(TestSupport::makeDocx(u"plain"_s, minutes + u"/Summer party.docx"_s, u"Music and food"_s));
         FrmSearch* search = FrmSearch::instance();
         search->show();
         search->TxtFolder->setText(m_documents);
         search->ChkIncSubFolder->setChecked(true);
         search->CboCriteria->setEditText(u"*.*"_s);
+        search->txtwords->setText(u"budget"_s);
+        search->chkOptions[0]->setChecked(true);
         search->RunSearch();
         save(search, path);
         search->close();
