@@ -1,16 +1,21 @@
 #include "SmtpSink.h"
 #include "TestSupport.h"
 #include "composer/ComposePage.h"
+#include "core/AppPaths.h"
 #include "core/Dialogs.h"
+#include "core/SettingsKeys.h"
 #include "delivery/SmtpAccount.h"
 #include "wizard/ui/FrmMailMerge.h"
 #include "wizard/ui/WizardPages.h"
 #include "wordlink/BridgeDocument.h"
 #include "wordlink/DocumentEngine.h"
 #include "wordlink/OfficeBridge.h"
+#include "wordlink/UserOffice.h"
 
 #include <QCheckBox>
+#include <QDesktopServices>
 #include <QDir>
+#include <QEnterEvent>
 #include <QFile>
 #include <QLabel>
 #include <QLineEdit>
@@ -36,10 +41,50 @@ QString textOf(const QString& path)
 
 QByteArray attachmentOf(const QByteArray& message)
 {
-    const qsizetype start = message.indexOf("Content-Disposition: attachment");
-    const qsizetype body = message.indexOf("\r\n\r\n", start) + 4;
-    const qsizetype end = message.indexOf("\r\n--NextMimePart_000--", body);
-    return QByteArray::fromBase64(message.mid(body, end - body).replace("\r\n", ""));
+    return SmtpSink::decodedPart(message, "Content-Disposition: attachment");
+}
+
+QByteArray bytesOf(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+// Where the help link leads: the address the desktop was asked to open.
+class UrlRecorder : public QObject
+{
+    Q_OBJECT
+public:
+    QList<QUrl> opened;
+public slots:
+    void open(const QUrl& url) { opened << url; }
+};
+
+// The office suite's windows the wizard asked for, instead of the windows.
+class OfficeRecorder
+{
+public:
+    OfficeRecorder()
+    {
+        wordlink::setOfficeLauncher([this](const QString& program, const QStringList& arguments) {
+            commands << (QStringList{program} + arguments);
+            running << SettingsStore::instance().value(Keys::WordRunning);
+            return true;
+        });
+    }
+    ~OfficeRecorder() { wordlink::setOfficeLauncher({}); }
+    OfficeRecorder(const OfficeRecorder&) = delete;
+    OfficeRecorder& operator=(const OfficeRecorder&) = delete;
+
+    QList<QStringList> commands;
+    QStringList running; // the office flag while each was asked for
+};
+
+void hover(QWidget* widget, bool inside)
+{
+    QEnterEvent enter(QPointF(1, 1), QPointF(1, 1), QPointF(1, 1));
+    QEvent leave(QEvent::Leave);
+    QCoreApplication::sendEvent(widget, inside ? static_cast<QEvent*>(&enter) : &leave);
 }
 
 } // namespace
@@ -67,6 +112,31 @@ private:
         m_wizard->CmdNext_Click();
         m_wizard->CmdNext_Click();
         QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::Template));
+    }
+
+    // From the template page with the attachment template to the end of an SMTP run.
+    void sendWithAttachment(const SmtpSink& sink, const QString& templatePath)
+    {
+        SmtpAccount account;
+        account.server = u"127.0.0.1"_s;
+        account.port = sink.port();
+        account.interval = 5;
+        account.fromEmail = u"club@example.org"_s;
+        account.save();
+
+        toTemplatePage();
+        TemplatePage* page = m_wizard->templatePage();
+        page->ChkAttachment->click();
+        page->txtTemplate[0]->setText(templatePath);
+        m_wizard->CmdNext_Click(); // reads the template's fields
+        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::Compose));
+        QVERIFY(m_wizard->composePage()->G1_Tab->isTabEnabled(3));
+        m_wizard->composePage()->txtSubject->setText(u"Your letter"_s);
+        m_wizard->composePage()->setDocumentHTML(u"<p>Dear [[FirstName]], your letter is attached.</p>"_s);
+        m_wizard->CmdNext_Click();
+        m_wizard->sendPage()->OptSMTP->setChecked(true);
+        m_wizard->CmdNext_Click();
+        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::Finish));
     }
 
 private slots:
@@ -136,7 +206,114 @@ private slots:
         QVERIFY(m_wizard->finishPage()->PicOpen->isVisible());
         const QString text = textOf(combined);
         QVERIFY(text.startsWith(u"Dear Ann,"_s));
-        QVERIFY(text.contains(u"Dear Cy,"_s));
+        QVERIFY(text.contains(u"\fDear Cy,"_s));
+
+        // "Open Created Merged Document", and its picture, open the result in the office suite.
+        OfficeRecorder office;
+        FinishPage* finish = m_wizard->finishPage();
+        QTest::mouseClick(finish->lblOpenDoc, Qt::LeftButton);
+        QTest::mouseClick(finish->ImgDoc, Qt::LeftButton);
+        const QStringList opened{u"soffice"_s, u"--writer"_s, u"--nologo"_s, combined};
+        QCOMPARE(office.commands, (QList<QStringList>{opened, opened}));
+        QCOMPARE(office.running, (QStringList{u"Y"_s, u"Y"_s}));
+        QCOMPARE(SettingsStore::instance().value(Keys::WordRunning), u"N"_s);
+        hover(finish->ImgDoc, true);
+        QVERIFY(finish->lblOpenDoc->font().underline());
+        hover(finish->ImgDoc, false);
+        QVERIFY(!finish->lblOpenDoc->font().underline());
+        // The box is read as it stands: with a blank in front, no document comes back.
+        page->txtDocs->setText(u" "_s + combined);
+        QTest::mouseClick(finish->lblOpenDoc, Qt::LeftButton);
+        QCOMPARE(office.commands.size(), 2);
+    }
+
+    void templatePage_checksNames_enablesItsSides_andOpensTheOfficeSuiteAndTheHelp()
+    {
+        TestSupport::MessageRecorder messages;
+        OfficeRecorder office;
+        UrlRecorder browser;
+        QDesktopServices::setUrlHandler(u"file"_s, &browser, "open");
+        toTemplatePage();
+        TemplatePage* page = m_wizard->templatePage();
+        QLabel* lists = m_wizard->contactsPage()->lblConTitle;
+
+        // The attachment side waits for its box, which stays live.
+        QVERIFY(page->ChkAttachment->isEnabled());
+        QVERIFY(!page->txtTemplate[0]->isEnabled());
+        QVERIFY(!page->txtDocs->isEnabled());
+        page->ChkAttachment->click();
+        QVERIFY(page->txtTemplate[0]->isEnabled());
+        QVERIFY(!page->CmdEdit[0]->isEnabled()); // nothing to edit yet
+
+        // Browse: a name must end in DOC or DOCX, in any letter case.
+        FrmMailMerge::setTag(lists, QString());
+        for (const QString& wrong : {u"letter.txt"_s, u"letter."_s, u"letter.docs"_s}) {
+            Dialogs::setNextResult(m_dir.filePath(wrong));
+            page->CmdBrowseTemplate[0]->click();
+            QCOMPARE(messages.lastText(), u"Not a Legal Source"_s);
+        }
+        QCOMPARE(page->txtTemplate[0]->text(), QString());
+        QCOMPARE(FrmMailMerge::Tag(lists), QString());
+        const QString upper = m_dir.filePath(u"LETTER.DOC"_s);
+        Dialogs::setNextResult(upper);
+        page->CmdBrowseTemplate[0]->click();
+        QCOMPARE(page->txtTemplate[0]->text(), upper);
+        QCOMPARE(FrmMailMerge::Tag(page->CmdBrowseTemplate[0]), u"Change"_s);
+        QCOMPARE(FrmMailMerge::Tag(lists), u"Change"_s); // the recipient lists are stale
+        QVERIFY(page->CmdEdit[0]->isEnabled());
+        Dialogs::setNextResult(m_docx);
+        page->CmdBrowseTemplate[0]->click();
+        QCOMPARE(page->txtTemplate[0]->text(), m_docx);
+
+        // Edit opens the template for the user; a name whose file has gone disables Edit.
+        page->CmdEdit[0]->click();
+        page->txtTemplate[0]->setText(upper); // no such file
+        page->CmdEdit[0]->click();
+        QVERIFY(!page->CmdEdit[0]->isEnabled());
+        page->txtTemplate[0]->setText(upper + u" "_s);
+        QVERIFY(page->CmdEdit[0]->isEnabled()); // typing enables it again
+        QCOMPARE(FrmMailMerge::Tag(page->txtTemplate[0]), u"change"_s);
+        page->CmdNewTemplate[0]->click();
+        QCOMPARE(FrmMailMerge::Tag(page->CmdNewTemplate[0]), u"Change"_s);
+        QCOMPARE(office.commands, (QList<QStringList>{{u"soffice"_s, u"--writer"_s, u"--nologo"_s, m_docx},
+                                                      {u"soffice"_s, u"--writer"_s, u"--nologo"_s}}));
+        QCOMPARE(office.running, (QStringList{u"Y"_s, u"Y"_s}));
+        QCOMPARE(SettingsStore::instance().value(Keys::WordRunning), u"N"_s);
+
+        // Unchecked, the attachment side is disabled again, but for its box.
+        page->ChkAttachment->click();
+        QVERIFY(!page->txtTemplate[0]->isEnabled());
+        QVERIFY(!page->CmdEdit[0]->isEnabled());
+        QVERIFY(page->ChkAttachment->isEnabled());
+
+        // The help: the link and its picture, the picture only while the link is enabled.
+        QTest::mouseClick(page->Image5, Qt::LeftButton);
+        QVERIFY(browser.opened.isEmpty());
+        page->ChkAttachment->click();
+        QTest::mouseClick(page->Image5, Qt::LeftButton);
+        emit page->lblLink[0]->linkActivated(u"#template"_s);
+        QCOMPARE(browser.opened.size(), 2);
+        QCOMPARE(browser.opened.at(0).toLocalFile(), AppPaths::helpFile());
+        QVERIFY(bytesOf(AppPaths::helpFile()).contains("id=\"template\""));
+
+        // The postal side: its output choice and the checks of its names.
+        page->ChkPostalMerge->click();
+        QVERIFY(page->txtDocs->isEnabled());
+        QVERIFY(!page->ChkAttachment->isEnabled());
+        page->cmdBrowseDoc->click();
+        QCOMPARE(messages.lastText(), u"Please select any option"_s);
+        QCOMPARE(messages.messages().last().title, u"Quillbay+"_s);
+        page->OptDocs[0]->click();
+        Dialogs::setNextResult(m_dir.filePath(u"all.odt"_s));
+        page->cmdBrowseDoc->click();
+        QCOMPARE(messages.lastText(), u"Not a Legal Source"_s);
+        QCOMPARE(page->txtDocs->text(), QString());
+        Dialogs::setNextResult(m_dir.filePath(u"all.Docx"_s));
+        page->cmdBrowseDoc->click();
+        QCOMPARE(page->txtDocs->text(), m_dir.filePath(u"all.Docx"_s));
+        QTest::mouseClick(page->Image1, Qt::LeftButton);
+        QCOMPARE(browser.opened.size(), 3);
+        QDesktopServices::unsetUrlHandler(u"file"_s);
     }
 
     void mails_carryEachContactsOwnCopy_ofADocxAndADocTemplate_data()
@@ -151,26 +328,8 @@ private slots:
         QFETCH(bool, wordNinetySeven);
         SmtpSink sink;
         QVERIFY2(sink.isRunning(), qPrintable(sink.errorText()));
-        SmtpAccount account;
-        account.server = u"127.0.0.1"_s;
-        account.port = sink.port();
-        account.interval = 5;
-        account.fromEmail = u"club@example.org"_s;
-        account.save();
-
-        toTemplatePage();
-        TemplatePage* page = m_wizard->templatePage();
-        page->ChkAttachment->click();
-        page->txtTemplate[0]->setText(wordNinetySeven ? m_doc : m_docx);
-        m_wizard->CmdNext_Click(); // reads the template's fields
-        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::Compose));
+        sendWithAttachment(sink, wordNinetySeven ? m_doc : m_docx);
         QVERIFY(m_wizard->tokens().docTokens().contains(u"[[LastName]]"_s));
-        QVERIFY(m_wizard->composePage()->G1_Tab->isTabEnabled(3));
-        m_wizard->composePage()->txtSubject->setText(u"Your letter"_s);
-        m_wizard->composePage()->setDocumentHTML(u"<p>Dear [[FirstName]], your letter is attached.</p>"_s);
-        m_wizard->CmdNext_Click();
-        m_wizard->sendPage()->OptSMTP->setChecked(true);
-        m_wizard->CmdNext_Click();
         QCOMPARE(m_wizard->finishPage()->lblSendProcess->text(), u"All mails are successfully Sent."_s);
 
         const QList<SmtpSink::StoredMessage> stored = sink.messages(3);
@@ -189,6 +348,38 @@ private slots:
             QVERIFY2(text.startsWith(u"Dear "_s + first.at(i) + u","_s), qPrintable(text.left(40)));
             QVERIFY(text.contains(last.at(i)));
         }
+    }
+
+    void aTemplateWithoutTokens_goesOutAsItIs()
+    {
+        const QString plain = m_dir.filePath(u"notice.docx"_s);
+        QVERIFY(TestSupport::makeDocx(u"plain"_s, plain, u"The club meets on Friday."_s));
+        SmtpSink sink;
+        QVERIFY2(sink.isRunning(), qPrintable(sink.errorText()));
+        sendWithAttachment(sink, plain);
+        QCOMPARE(m_wizard->tokens().docTokens(), QString());
+        const QList<SmtpSink::StoredMessage> stored = sink.messages(3);
+        QCOMPARE(stored.size(), 3);
+        for (const SmtpSink::StoredMessage& message : stored) {
+            QVERIFY(message.content.contains("filename=\"notice.docx\""));
+            QCOMPARE(attachmentOf(message.content), bytesOf(plain));
+        }
+    }
+
+    void aTemplateWhereItsCopiesGo_isKept_andNoMailCarriesAnotherContactsCopy()
+    {
+        // The copy of each contact is written under the template's name in the application
+        // folder: a template kept there would be overwritten by the first contact's copy.
+        const QString kept = AppPaths::file(u"letter.docx"_s);
+        QFile::remove(kept);
+        QVERIFY(QFile::copy(m_docx, kept));
+        SmtpSink sink;
+        QVERIFY2(sink.isRunning(), qPrintable(sink.errorText()));
+        sendWithAttachment(sink, kept);
+        QVERIFY(m_wizard->tokens().docTokens().contains(u"[[FirstName]]"_s));
+        QCOMPARE(bytesOf(kept), bytesOf(m_docx));
+        QVERIFY(sink.messages(1, 1000).isEmpty()); // every contact skipped
+        QFile::remove(kept);
     }
 };
 

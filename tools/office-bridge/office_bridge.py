@@ -19,6 +19,7 @@ import uuid
 import uno
 from com.sun.star.beans import PropertyValue
 from com.sun.star.connection import NoConnectException
+from com.sun.star.style.BreakType import PAGE_AFTER, PAGE_BEFORE
 
 PR_SET_PDEATHSIG = 1
 RESTART_CODE = 81
@@ -203,7 +204,11 @@ class Bridge:
                         out.append(cell + "\r\a")
                     out.append("\r\a")
             else:
-                out.append(element.getString().replace("\n", "\v") + "\r")
+                # The office suite keeps a manual page break as a mark of the paragraph after it,
+                # Word as a form feed in the text.
+                breaks = element.BreakType
+                out.append(("\f" if breaks == PAGE_BEFORE else "") + element.getString().replace("\n", "\v") +
+                           ("\f" if breaks == PAGE_AFTER else "") + "\r")
         return "".join(out)
 
     def hits(self, document, request):
@@ -253,7 +258,6 @@ class Bridge:
             cursor = text.createTextCursor()
             cursor.gotoEnd(False)
             from com.sun.star.text.ControlCharacter import PARAGRAPH_BREAK
-            from com.sun.star.style.BreakType import PAGE_BEFORE
             text.insertControlCharacter(cursor, PARAGRAPH_BREAK, False)
             cursor.BreakType = PAGE_BEFORE
             lines = request["text"].replace("\a", "").rstrip("\r").split("\r")

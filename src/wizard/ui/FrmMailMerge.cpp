@@ -22,6 +22,7 @@
 #include "wizard/PostalMergeRun.h"
 #include "wizard/WizardMemory.h"
 #include "wordlink/DocumentEngine.h"
+#include "wordlink/UserOffice.h"
 #include "wordlink/WordStatus.h"
 
 #include <QAction>
@@ -37,7 +38,6 @@
 #include <QLineEdit>
 #include <QListWidget>
 #include <QPointer>
-#include <QProcess>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QScopedValueRollback>
@@ -746,6 +746,7 @@ bool FrmMailMerge::eventFilter(QObject* watched, QEvent* event)
             button->setFont(font);
         }
     }
+    templatePictureEvent(watched, event);
     return QWidget::eventFilter(watched, event);
 }
 
@@ -854,6 +855,10 @@ void FrmMailMerge::connectTemplatePage()
         connect(page->lblLink[i], &QLabel::linkActivated, this, &FrmMailMerge::lblLink_Click);
         connect(page->OptDocs[i], &QRadioButton::clicked, this, [this, i] { OptDocs_Click(i); });
         page->CmdNewTemplate[i]->installEventFilter(this);
+    }
+    for (QWidget* clickable :
+         std::initializer_list<QWidget*>{page->Image5, page->Image1, m_finish->ImgDoc, m_finish->lblOpenDoc}) {
+        clickable->installEventFilter(this);
     }
     connect(page->cmdBrowseDoc, &QPushButton::clicked, this, &FrmMailMerge::cmdBrowseDoc_Click);
     EnableAttachmentControls();
@@ -985,9 +990,9 @@ void FrmMailMerge::CmdNewTemplate_Click(int index)
 void FrmMailMerge::EditInWord(const QString& path)
 {
     // The template opens in the office suite's visible writer, which stays with the user.
-    SettingsStore::instance().setValue(Keys::WordRunning, u"Y"_s);
-    QProcess::startDetached(u"soffice"_s, path.isEmpty() ? QStringList{u"--writer"_s} : QStringList{path});
-    SettingsStore::instance().setValue(Keys::WordRunning, u"N"_s);
+    wordlink::setWordRunning(true);
+    wordlink::openForUser(path);
+    wordlink::setWordRunning(false);
 }
 
 void FrmMailMerge::txtTemplate_Change(int index)
@@ -1036,6 +1041,25 @@ void FrmMailMerge::BrowseOutputTarget(int option)
     if (!folder.isEmpty()) {
         m_template->txtDocs->setText(folder);
         setTag(m_template->OptDocs[1], folder);
+    }
+}
+
+void FrmMailMerge::templatePictureEvent(QObject* watched, QEvent* event)
+{
+    if (event->type() == QEvent::MouseButtonRelease) {
+        // Image5_Click and Image1_Click work while their link is enabled; ImgDoc_Click always.
+        if ((watched == m_template->Image5 && m_template->lblLink[0]->isEnabled()) ||
+            (watched == m_template->Image1 && m_template->lblLink[1]->isEnabled())) {
+            lblLink_Click();
+        } else if (watched == m_finish->ImgDoc || watched == m_finish->lblOpenDoc) {
+            lblOpenDoc_Click();
+        }
+    } else if ((watched == m_finish->ImgDoc || watched == m_finish->lblOpenDoc) &&
+               (event->type() == QEvent::Enter || event->type() == QEvent::Leave)) {
+        // The label is underlined while the mouse is over it or its picture.
+        QFont font = m_finish->lblOpenDoc->font();
+        font.setUnderline(event->type() == QEvent::Enter);
+        m_finish->lblOpenDoc->setFont(font);
     }
 }
 
@@ -1119,7 +1143,6 @@ void FrmMailMerge::LeaveTemplatePage()
 void FrmMailMerge::connectSendAndFinishPages()
 {
     connect(m_finish->CmdCancelSend, &QPushButton::clicked, this, &FrmMailMerge::CmdCancelSend_Click);
-    connect(m_finish->lblOpenDoc, &QLabel::linkActivated, this, &FrmMailMerge::lblOpenDoc_Click);
     connect(m_send->CmdSMTP, &QPushButton::clicked, this, [] {
         FrmSmtp* settings = FrmSmtp::instance();
         settings->show();
@@ -1215,9 +1238,10 @@ void FrmMailMerge::PostalMergeRun(const QString& folder)
 
 void FrmMailMerge::lblOpenDoc_Click()
 {
-    // The combined document opens in the office suite's visible writer, left to the user.
+    // The combined document, named as the box reads without trimming, opens in the office
+    // suite's visible writer and is left to the user; nothing opens when it is not there.
     wordlink::setWordRunning(true);
-    QProcess::startDetached(u"soffice"_s, {u"--writer"_s, m_template->txtDocs->text()});
+    wordlink::openForUser(m_template->txtDocs->text());
     wordlink::setWordRunning(false);
 }
 
@@ -1236,8 +1260,7 @@ Result<QString> FrmMailMerge::attachmentPreview(int row)
     // The whole pass with every field, ignoring the document token list.
     wordlink::WordJob job;
     const QString templatePath = TextUtil::trimSpaces(m_template->txtTemplate[0]->text());
-    const QString preview =
-        AppPaths::file(wordlink::isNativeFormat(templatePath) ? u"DocPreview.docx"_s : u"DocPreview.doc"_s);
+    const QString preview = AppPaths::file(u"DocPreview"_s + DocumentMerge::mergedExtension(templatePath));
     const std::unique_ptr<wordlink::DocumentApplication> application = wordlink::NewApplication();
     const Status merged = DocumentMerge(*application, m_tokens).MergeDocAllFields(row, templatePath, preview);
     application->Quit();

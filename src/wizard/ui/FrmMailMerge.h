@@ -141,6 +141,9 @@ private:
     void cmdBrowseDoc_Click();
     void BrowseOutputTarget(int option);
     void lblLink_Click();
+    // Clicks on the help pictures and the finish page's document picture, and the hover mark of
+    // "Open Created Merged Document".
+    void templatePictureEvent(QObject* watched, QEvent* event);
     void EditInWord(const QString& path);
     void LeaveTemplatePage();
 

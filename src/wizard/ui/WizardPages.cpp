@@ -19,6 +19,7 @@
 #include <QPushButton>
 #include <QRadioButton>
 #include <QStackedWidget>
+#include <QStyle>
 #include <QTabWidget>
 #include <QTableView>
 #include <QToolButton>
@@ -76,6 +77,24 @@ QHBoxLayout* row(std::initializer_list<QWidget*> widgets)
     for (QWidget* widget : widgets) {
         layout->addWidget(widget);
     }
+    return layout;
+}
+
+// The help picture beside a "How to Create a Template?" link.
+QLabel* helpPicture(QWidget* owner, const QString& name)
+{
+    auto* picture = named(new QLabel(owner), name);
+    picture->setPixmap(
+        QIcon::fromTheme(u"help-browser"_s, owner->style()->standardIcon(QStyle::SP_DialogHelpButton)).pixmap(16, 16));
+    picture->setToolTip(u"Help for Creation of Template"_s);
+    picture->setCursor(Qt::PointingHandCursor);
+    return picture;
+}
+
+QHBoxLayout* linkRow(QLabel* picture, QLabel* link)
+{
+    QHBoxLayout* layout = row({picture, link});
+    layout->addStretch();
     return layout;
 }
 
@@ -271,7 +290,8 @@ TemplatePage::TemplatePage(QWidget* parent)
                             u"Label13"_s));
     mail->addWidget(Label1);
     mail->addLayout(templateRow(0, FraAttachment));
-    mail->addWidget(lblLink[0]);
+    Image5 = helpPicture(FraAttachment, u"Image5"_s);
+    mail->addLayout(linkRow(Image5, lblLink[0]));
 
     FraWdAtt = named(new QFrame(this), u"FraWdAtt"_s);
     FraWdAtt->setFrameShape(QFrame::StyledPanel);
@@ -291,7 +311,8 @@ TemplatePage::TemplatePage(QWidget* parent)
                               FraWdAtt, u"Label4"_s));
     postal->addWidget(label9);
     postal->addLayout(templateRow(1, FraWdAtt));
-    postal->addWidget(lblLink[1]);
+    Image1 = helpPicture(FraWdAtt, u"Image1"_s);
+    postal->addLayout(linkRow(Image1, lblLink[1]));
     postal->addWidget(Label10);
     postal->addLayout(row({OptDocs[0], OptDocs[1]}));
     postal->addWidget(lblDocs);
@@ -361,10 +382,12 @@ FinishPage::FinishPage(QWidget* parent)
     CmdCancelSend->setEnabled(false);
     PicOpen = named(new QWidget(tab), u"PicOpen"_s);
     auto* open = new QHBoxLayout(PicOpen);
-    auto* imgDoc = named(new QLabel(PicOpen), u"ImgDoc"_s);
-    imgDoc->setPixmap(QIcon::fromTheme(u"x-office-document"_s).pixmap(32, 32));
-    lblOpenDoc = named(new QLabel(u"<a href='#'>Open Created Merged Document</a>"_s, PicOpen), u"lblOpenDoc"_s);
-    open->addWidget(imgDoc);
+    ImgDoc = named(new QLabel(PicOpen), u"ImgDoc"_s);
+    ImgDoc->setPixmap(QIcon::fromTheme(u"x-office-document"_s).pixmap(32, 32));
+    ImgDoc->setCursor(Qt::PointingHandCursor);
+    lblOpenDoc = named(new QLabel(u"Open Created Merged Document"_s, PicOpen), u"lblOpenDoc"_s);
+    lblOpenDoc->setCursor(Qt::PointingHandCursor);
+    open->addWidget(ImgDoc);
     open->addWidget(lblOpenDoc);
     open->addStretch();
     PicOpen->setVisible(false);

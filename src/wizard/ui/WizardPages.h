@@ -103,6 +103,8 @@ public:
     std::array<QPushButton*, 2> CmdEdit;
     std::array<QPushButton*, 2> CmdNewTemplate;
     std::array<QLabel*, 2> lblLink;
+    QLabel* Image5; // the help picture beside lblLink(0)
+    QLabel* Image1; // beside lblLink(1)
     std::array<QRadioButton*, 2> OptDocs;
     QLabel* lblDocs;
     QLineEdit* txtDocs;
@@ -144,6 +146,7 @@ public:
     QFrame* Pbr;
     QPushButton* CmdCancelSend;
     QWidget* PicOpen;
+    QLabel* ImgDoc;
     QLabel* lblOpenDoc;
 
 private:
