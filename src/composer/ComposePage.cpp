@@ -35,6 +35,8 @@
 #include <QToolButton>
 #include <QVBoxLayout>
 
+#include <memory>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -181,7 +183,7 @@ QWidget* ComposePage::buildPreviewTab()
     dhtPreview->setReadOnly(true);
     layout->addLayout(row);
     layout->addWidget(dhtPreview, 1);
-    connect(CboPTo, &QComboBox::currentIndexChanged, this, &ComposePage::CboPTo_Click);
+    connectChoice(CboPTo, &ComposePage::CboPTo_Click);
     return preview;
 }
 
@@ -205,8 +207,23 @@ QWidget* ComposePage::buildAttachmentTab()
     inside->addWidget(PicOleAt);
     layout->addLayout(row);
     layout->addWidget(border, 1);
-    connect(cboPAtTo, &QComboBox::currentIndexChanged, this, &ComposePage::cboPAtTo_Click);
+    connectChoice(cboPAtTo, &ComposePage::cboPAtTo_Click);
     return attachment;
+}
+
+void ComposePage::connectChoice(QComboBox* box, void (ComposePage::*handler)())
+{
+    // A picker's handler runs when an entry is chosen, by the user or by the program, but not
+    // when the first entry added to an empty list becomes current: filling the list is no choice,
+    // and would otherwise merge a preview (a whole attachment) for every filling.
+    auto filling = std::make_shared<bool>(false);
+    connect(box->model(), &QAbstractItemModel::rowsAboutToBeInserted, this, [filling] { *filling = true; });
+    connect(box->model(), &QAbstractItemModel::rowsInserted, this, [filling] { *filling = false; });
+    connect(box, &QComboBox::currentIndexChanged, this, [this, filling, handler] {
+        if (!*filling) {
+            (this->*handler)();
+        }
+    });
 }
 
 void ComposePage::buildFieldMenu()

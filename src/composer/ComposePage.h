@@ -98,6 +98,7 @@ private:
     QWidget* buildEditTab();
     QWidget* buildPreviewTab();
     QWidget* buildAttachmentTab();
+    void connectChoice(QComboBox* box, void (ComposePage::*handler)());
     void buildFieldMenu();
     void buildContextMenu();
     void paintColorButtons();
