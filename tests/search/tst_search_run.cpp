@@ -129,6 +129,9 @@ private slots:
         touch(dir.filePath(u".hidden.doc"_s));
         touch(dir.filePath(u"sub/c.docx"_s));
         touch(dir.filePath(u"sub/deeper/d.doc"_s));
+        touch(dir.filePath(u".hidden/e.doc"_s));
+        // A link back to the top of the tree is not followed round in a circle.
+        QVERIFY(QFile::link(dir.path(), dir.filePath(u"sub/deeper/loop"_s)));
         QStringList found;
         SearchRun run({{}, [&](const ResultRow& row) { found << row.name; }, {}, {}}, nullptr);
         run.WalkFolder(dir.path(), u"*.Doc"_s, true, std::nullopt);
