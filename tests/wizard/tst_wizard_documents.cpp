@@ -285,6 +285,8 @@ private slots:
         QVERIFY(!page->txtTemplate[0]->isEnabled());
         QVERIFY(!page->CmdEdit[0]->isEnabled());
         QVERIFY(page->ChkAttachment->isEnabled());
+        page->txtTemplate[0]->setText(m_docx); // a name put there by the program
+        QVERIFY(page->CmdEdit[0]->isEnabled());
 
         // The help: the link and its picture, the picture only while the link is enabled.
         QTest::mouseClick(page->Image5, Qt::LeftButton);

@@ -1000,8 +1000,8 @@ void FrmMailMerge::txtTemplate_Change(int index)
     m_cmdNext->setEnabled(true);
     setTag(m_template->txtTemplate[index], u"change"_s);
     setTag(m_contacts->lblConTitle, Change);
-    m_template->CmdEdit[index]->setEnabled(!m_template->txtTemplate[index]->text().isEmpty() &&
-                                           m_template->txtTemplate[index]->isEnabled());
+    // Also on a disabled side, when the name comes from elsewhere than the user's typing.
+    m_template->CmdEdit[index]->setEnabled(!m_template->txtTemplate[index]->text().isEmpty());
 }
 
 void FrmMailMerge::OptDocs_Click(int option)
