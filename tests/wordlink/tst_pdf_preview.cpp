@@ -50,6 +50,7 @@ private slots:
         const Result<QString> again = wordlink::exportPdf(letter);
         QVERIFY(again.ok());
         QVERIFY(again.value() != pdf.value());
+        QVERIFY(!QFile::exists(pdf.value())); // one export per document is kept
 
         QVERIFY(wordlink::renderFirstPage(m_dir.filePath(u"none.pdf"_s)).isNull());
         QVERIFY(!wordlink::exportPdf(m_dir.filePath(u"none.docx"_s)).ok());
