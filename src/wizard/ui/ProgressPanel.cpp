@@ -36,6 +36,7 @@ void ProgressPanel::BeginProgress(double total)
     m_step = FullWidth / (total > 0 ? total : 1);
     m_width = 0;
     m_shownPixels = -1;
+    m_shownPercent = 0;
     m_lblPer->setText(u"0 %"_s);
     show(0);
     // In front of the page, in the middle of the window.
@@ -60,9 +61,14 @@ void ProgressPanel::setWidth(double width)
     show(m_width);
 }
 
+int ProgressPanel::percent() const
+{
+    return qRound(m_width / FullWidth * 100);
+}
+
 QString ProgressPanel::percentText() const
 {
-    return QString::number(qRound(m_width / FullWidth * 100)) + u" %"_s;
+    return QString::number(percent()) + u" %"_s;
 }
 
 void ProgressPanel::show(double width)
@@ -71,6 +77,9 @@ void ProgressPanel::show(double width)
     if (pixels != m_shownPixels) {
         m_shownPixels = pixels;
         m_shpProcess->resize(pixels, m_shpProcess->height());
+    }
+    if (percent() != m_shownPercent) {
+        m_shownPercent = percent();
         m_lblPer->setText(percentText());
     }
 }

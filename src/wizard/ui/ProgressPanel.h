@@ -28,10 +28,12 @@ public:
 
 private:
     void show(double width);
+    int percent() const;
 
     QFrame* m_shpProcess;
     QLabel* m_lblPer;
     double m_step = 0;
     double m_width = 0;
     int m_shownPixels = -1;
+    int m_shownPercent = 0;
 };
