@@ -7,6 +7,7 @@
 
 #include <QCheckBox>
 #include <QComboBox>
+#include <QEvent>
 #include <QFormLayout>
 #include <QFrame>
 #include <QGridLayout>
@@ -269,9 +270,10 @@ TemplatePage::TemplatePage(QWidget* parent)
         CmdEdit[i] = named(new QPushButton(u"Edit"_s, owner), indexed("CmdEdit", i));
         CmdNewTemplate[i] = named(new QPushButton(u"New"_s, owner), indexed("CmdNewTemplate", i));
         CmdNewTemplate[i]->setFlat(true);
-        lblLink[i] =
-            named(new QLabel(u"<a href='#template'>How to Create a Template?</a>"_s, owner), indexed("lblLink", i));
+        lblLink[i] = named(new QLabel(owner), indexed("lblLink", i));
         lblLink[i]->setToolTip(u"Help for Creation of Template"_s);
+        lblLink[i]->installEventFilter(this);
+        showLink(lblLink[i]);
         return row({txtTemplate[i], CmdBrowseTemplate[i], CmdEdit[i], CmdNewTemplate[i]});
     };
 
@@ -324,6 +326,26 @@ TemplatePage::TemplatePage(QWidget* parent)
     layout->addWidget(FraWdAtt);
     layout->addWidget(lblLoad);
     layout->addStretch();
+}
+
+void TemplatePage::showLink(QLabel* link)
+{
+    // A disabled link is grey like the labels around it, not in the colour of a live one.
+    const QString colour =
+        link->isEnabled()
+            ? QString()
+            : u" style='color:%1'"_s.arg(link->palette().color(QPalette::Disabled, QPalette::WindowText).name());
+    link->setText(u"<a href='#template'%1>How to Create a Template?</a>"_s.arg(colour));
+}
+
+bool TemplatePage::eventFilter(QObject* watched, QEvent* event)
+{
+    for (QLabel* link : lblLink) {
+        if (watched == link && event->type() == QEvent::EnabledChange) {
+            showLink(link);
+        }
+    }
+    return QWidget::eventFilter(watched, event);
 }
 
 SendPage::SendPage(QWidget* parent)

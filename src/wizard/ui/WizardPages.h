@@ -110,6 +110,12 @@ public:
     QLineEdit* txtDocs;
     QPushButton* cmdBrowseDoc;
     QLabel* lblLoad;
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+private:
+    static void showLink(QLabel* link);
 };
 
 // Page 3: the way of sending.
