@@ -65,9 +65,13 @@ def office_program():
     return program if os.access(program, os.X_OK) else launcher
 
 
+# Looked up before any fork: the child between fork and exec only calls it.
+PRCTL = ctypes.CDLL(None, use_errno=True).prctl
+
+
 def end_with_parent():
     # The office suite is killed by the kernel when this helper dies, however it dies.
-    ctypes.CDLL(None, use_errno=True).prctl(PR_SET_PDEATHSIG, signal.SIGKILL)
+    PRCTL(PR_SET_PDEATHSIG, signal.SIGKILL)
 
 
 class Bridge:
