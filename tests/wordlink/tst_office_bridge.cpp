@@ -228,6 +228,9 @@ private slots:
         QVERIFY2(served.ok(), qPrintable(served.error().message));
         QVERIFY(served.value()->ContentText().value().startsWith(u"Dear"_s));
         QVERIFY(!m_application->Open(m_dir.filePath(u"nowhere.doc"_s), true).ok());
+        // The fresh helper removed the profile the killed one left behind.
+        const QString leftBehind = u"quillbay-office-%1-*"_s.arg(helper);
+        QCOMPARE(QDir::temp().entryList({leftBehind}, QDir::Dirs), QStringList());
     }
 
     void aMissingOfficeSuite_failsTheStep_untilItIsThere()

@@ -23,6 +23,7 @@ from com.sun.star.style.BreakType import PAGE_AFTER, PAGE_BEFORE
 
 PR_SET_PDEATHSIG = 1
 RESTART_CODE = 81
+PROFILE_PREFIX = "quillbay-office-"
 
 FILTERS = {
     ".doc": "MS Word 97",
@@ -69,6 +70,23 @@ def office_program():
 PRCTL = ctypes.CDLL(None, use_errno=True).prctl
 
 
+def remove_orphaned_profiles():
+    """Profiles of helpers that were killed before they could clean up: the helper's process
+    number is in the name, and only profiles of ended helpers of this user are removed."""
+    folder = tempfile.gettempdir()
+    for name in os.listdir(folder):
+        if not name.startswith(PROFILE_PREFIX):
+            continue
+        owner = name[len(PROFILE_PREFIX):].split("-")[0]
+        path = os.path.join(folder, name)
+        try:
+            mine = os.stat(path).st_uid == os.getuid()
+        except OSError:
+            continue
+        if mine and owner.isdigit() and not os.path.exists("/proc/" + owner):
+            shutil.rmtree(path, ignore_errors=True)
+
+
 def end_with_parent():
     # The office suite is killed by the kernel when this helper dies, however it dies.
     PRCTL(PR_SET_PDEATHSIG, signal.SIGKILL)
@@ -76,7 +94,8 @@ def end_with_parent():
 
 class Bridge:
     def __init__(self):
-        self.profile = tempfile.mkdtemp(prefix="quillbay-office-")
+        remove_orphaned_profiles()
+        self.profile = tempfile.mkdtemp(prefix="%s%d-" % (PROFILE_PREFIX, os.getpid()))
         self.pipe = "quillbay" + uuid.uuid4().hex
         self.program = office_program()
         self.process = None
