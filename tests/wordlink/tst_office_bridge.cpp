@@ -103,7 +103,7 @@ private slots:
         QVERIFY(document);
         const QString text = document->ContentText().value();
         QVERIFY2(text.startsWith(u"Dear [[FirstName]],\r"_s), qPrintable(text.left(80)));
-        QVERIFY(text.contains(u"[[LastName]]\r\a"_s)); // the table's cells belong to the text
+        QVERIFY(text.contains(u"[[LastName]]\r\a"_s));    // the table's cells belong to the text
         QVERIFY(text.contains(u"club\r\fSecond page"_s)); // the page break as a form feed
         QVERIFY(!text.contains(u"Header for"_s));
         QVERIFY(document->Find(u"[[firstname]]"_s, {}).value());
