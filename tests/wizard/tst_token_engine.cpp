@@ -57,6 +57,9 @@ private slots:
     void init()
     {
         m_table.clear();
+        for (int cell = C1; cell <= C3; ++cell) {
+            m_table.setCustomHeading(cell, MergeFieldTable::defaultCustomHeading(cell));
+        }
         m_table.addRow(contact({{Email, u"ann@example.com"_s},
                                 {First, u"Ann"_s},
                                 {Last, u"Lee"_s},
