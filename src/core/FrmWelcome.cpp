@@ -74,14 +74,8 @@ FrmWelcome::FrmWelcome(QWidget* parent)
     setAttribute(Qt::WA_DeleteOnClose);
     setMouseTracking(true);
 
-    auto* heading = new QLabel(u"Welcome to Quillbay+. What you can do here:"_s, this);
-    QFont headingFont = heading->font();
-    headingFont.setBold(true);
-    heading->setFont(headingFont);
-
     auto* grid = new QGridLayout(this);
     grid->setVerticalSpacing(Twips::toPixels(305) - fontMetrics().height());
-    grid->addWidget(heading, 0, 0, 1, 2);
     const QIcon pointer = style()->standardIcon(QStyle::SP_ArrowRight);
     for (int i = 0; i < 8; ++i) {
         auto* image = new QLabel(this);
@@ -91,8 +85,8 @@ FrmWelcome::FrmWelcome(QWidget* parent)
         m_imgPtr << image;
         auto* line = new QLabel(labelText(FeatureLines[i]), this);
         line->setObjectName(u"lblFeature_%1"_s.arg(i));
-        grid->addWidget(image, i + 1, 0);
-        grid->addWidget(line, i + 1, 1);
+        grid->addWidget(image, i, 0);
+        grid->addWidget(line, i, 1);
     }
     m_chkDontShow->setObjectName(u"ChkDontShow"_s);
     m_lblnext->setObjectName(u"lblnext"_s);
@@ -109,7 +103,7 @@ FrmWelcome::FrmWelcome(QWidget* parent)
     footer->addStretch();
     footer->addWidget(m_lblnext);
     footer->addWidget(m_btnnext);
-    grid->addLayout(footer, 10, 0, 1, 2);
+    grid->addLayout(footer, 8, 0, 1, 2);
 
     Form_Load();
 }
