@@ -517,8 +517,8 @@ void FrmSearch::MnuDelete_Click()
     }
     for (int i = lvList->topLevelItemCount() - 1; i >= 0; --i) {
         QTreeWidgetItem* item = lvList->topLevelItem(i);
-        // Deleted files go to the desktop's trash, from where the user can restore them.
-        if (item->isSelected() && QFile::moveToTrash(item->data(0, KeyRole).toString())) {
+        // The files are removed for good, once the question above has been answered Yes.
+        if (item->isSelected() && QFile::remove(item->data(0, KeyRole).toString())) {
             delete item;
         }
     }
