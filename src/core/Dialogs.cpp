@@ -36,9 +36,14 @@ QString qtFilter(const QString& filter)
     const QStringList parts = filter.split(u'|');
     QStringList entries;
     for (qsizetype i = 0; i + 1 < parts.size(); i += 2) {
-        const QString description = parts.at(i);
+        // Qt reads the patterns from the brackets that end an entry, so a caption such as
+        // "HTML Documents (*.html,*.htm)" gets the real patterns there: "(*.html *.htm)".
+        QString description = parts.at(i);
+        if (description.endsWith(u')') && description.contains(u'(')) {
+            description = description.left(description.lastIndexOf(u'(')).trimmed();
+        }
         const QString patterns = QString(parts.at(i + 1)).replace(u';', u' ');
-        entries << (description.contains(u'(') ? description : description + u" ("_s + patterns + u')');
+        entries << description + u" ("_s + patterns + u')';
     }
     return entries.join(u";;"_s);
 }

@@ -1,5 +1,6 @@
 #include "TestSupport.h"
 #include "core/AppPaths.h"
+#include "core/Dialogs.h"
 #include "core/FrmSplash.h"
 #include "core/FrmWelcome.h"
 #include "core/Main.h"
@@ -313,6 +314,26 @@ private slots:
         QSignalSpy logRequested(window, &FrmFileList::logRequested);
         window->findChild<QAction*>(u"MnuLgDtls"_s)->trigger();
         QCOMPARE(logRequested.count(), 1);
+    }
+
+    void fileFilters_handTheirPatternsToTheDialog_data()
+    {
+        QTest::addColumn<QString>("filter");
+        QTest::addColumn<QString>("expected");
+        QTest::newRow("caption without patterns") << u"HTM Documents|*.htm"_s << u"HTM Documents (*.htm)"_s;
+        QTest::newRow("caption naming fewer patterns than it has")
+            << u"Word Documents (*.doc)|*.doc;*.docx"_s << u"Word Documents (*.doc *.docx)"_s;
+        QTest::newRow("caption with a comma between its patterns")
+            << u"HTML Documents (*.html,*.htm)|*.htm*"_s << u"HTML Documents (*.htm*)"_s;
+        QTest::newRow("two entries") << u"Comma Separated Values (*.csv)|*.csv|Text Documents (*.txt)|*.txt"_s
+                                     << u"Comma Separated Values (*.csv);;Text Documents (*.txt)"_s;
+    }
+
+    void fileFilters_handTheirPatternsToTheDialog()
+    {
+        QFETCH(QString, filter);
+        QFETCH(QString, expected);
+        QCOMPARE(Dialogs::qtFilter(filter), expected);
     }
 };
 
