@@ -512,10 +512,14 @@ void FrmMailMerge::LstDataSrc_Click(int index)
 void FrmMailMerge::ImportSource(int index)
 {
     // The address book, mail-client, spreadsheet and database readers are not part of this
-    // build: as with a missing component, their step ends without a message and the wizard stays
-    // on its page. What follows each source's import is done all the same.
+    // build: the user is told so and the wizard stays on its page. What follows each source's
+    // import is done all the same.
     if (index == 4 || index == 5) {
         OpenTextSource(index == 4 ? TextKind::Tab : TextKind::Comma);
+    } else {
+        MessageBoxes::information(u"Contacts from \""_s + m_source->LstDataSrc->item(index)->text() +
+                                  u"\" cannot be read by this version of Quillbay+. "
+                                  u"Please use a tab or comma separated text file."_s);
     }
     if (index != 1) {
         m_fieldMapPage->ChkSkip->setEnabled(index != 3);
