@@ -14,8 +14,8 @@
 #include "delivery/InlineImages.h"
 #include "delivery/MessageLayout.h"
 #include "delivery/SmtpSendRun.h"
-#include "wizard/RunView.h"
 #include "wizard/TokenEngine.h"
+#include "wizard/WindowlessRunView.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
@@ -33,30 +33,6 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr int Messages = 2000;
-
-class QuietView : public RunView
-{
-public:
-    void setHeader(const QString&) override {}
-    void setFolderText(const QString&) override {}
-    void setStatus(const QString&) override {}
-    void setProcess(const QString& text) override { m_process = text; }
-    QString process() const override { return m_process; }
-    void setProcessVisible(bool) override {}
-    void setBarWidth(double twips) override { m_bar = twips; }
-    double barWidth() const override { return m_bar; }
-    void setCancelEnabled(bool) override {}
-    void setBackEnabled(bool) override {}
-    void setNext(const QString&, bool) override {}
-    void showRunPage(const QString&) override {}
-    void setWaitCursor(bool) override {}
-    void showSmtpSettings() override {}
-    void pumpEvents() override { QCoreApplication::processEvents(); }
-
-private:
-    QString m_process;
-    double m_bar = 0;
-};
 
 // The CPU seconds this process has used so far.
 double cpuSeconds()
@@ -178,7 +154,7 @@ int main(int argc, char* argv[])
     std::vector<double> ratios;
     bool allAccepted = true;
     for (int round = 1; round <= rounds; ++round) {
-        QuietView view;
+        WindowlessRunView view;
         SmtpSendRun run(view, account);
         const double cpuBefore = cpuSeconds();
         QElapsedTimer timer;

@@ -6,8 +6,8 @@
 
 #include "contacts/ContactTable.h"
 #include "wizard/PostalMergeRun.h"
-#include "wizard/RunView.h"
 #include "wizard/TokenEngine.h"
+#include "wizard/WindowlessRunView.h"
 #include "wordlink/BridgeDocument.h"
 #include "wordlink/OfficeBridge.h"
 
@@ -26,30 +26,6 @@ namespace {
 
 constexpr int Letters = 1000;
 constexpr int BridgeSample = 30;
-
-class QuietView : public RunView
-{
-public:
-    void setHeader(const QString&) override {}
-    void setFolderText(const QString&) override {}
-    void setStatus(const QString&) override {}
-    void setProcess(const QString& text) override { m_process = text; }
-    QString process() const override { return m_process; }
-    void setProcessVisible(bool) override {}
-    void setBarWidth(double twips) override { m_bar = twips; }
-    double barWidth() const override { return m_bar; }
-    void setCancelEnabled(bool) override {}
-    void setBackEnabled(bool) override {}
-    void setNext(const QString&, bool) override {}
-    void showRunPage(const QString&) override {}
-    void setWaitCursor(bool) override {}
-    void showSmtpSettings() override {}
-    void pumpEvents() override { QCoreApplication::processEvents(); }
-
-private:
-    QString m_process;
-    double m_bar = 0;
-};
 
 } // namespace
 
@@ -104,7 +80,7 @@ int main(int argc, char* argv[])
 
     const QString ours = dir.filePath(u"ours"_s);
     QDir().mkpath(ours);
-    QuietView view;
+    WindowlessRunView view;
     PostalMergeRun run(view);
     QElapsedTimer timer;
     timer.start();

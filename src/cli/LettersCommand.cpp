@@ -2,12 +2,12 @@
 
 #include "CliOutput.h"
 #include "CommandParser.h"
-#include "ConsoleRunView.h"
 #include "ContactSourceOptions.h"
 #include "Interruption.h"
 #include "core/CommonRoutines.h"
 #include "core/TextUtil.h"
 #include "wizard/PostalMergeRun.h"
+#include "wizard/WindowlessRunView.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -98,7 +98,7 @@ int runLettersCommand(const QStringList& arguments)
     }
     const int count = contacts.table.count();
 
-    ConsoleRunView view;
+    WindowlessRunView view;
     PostalMergeRun run(view);
     const Interruption interruption([&run] { run.CmdCancelSend_Click(); });
     run.run({&contacts.table, &contacts.tokens, options.templatePath, options.combined, count}, options.folder);

@@ -2,7 +2,6 @@
 
 #include "CliOutput.h"
 #include "CommandParser.h"
-#include "ConsoleRunView.h"
 #include "ContactSourceOptions.h"
 #include "Interruption.h"
 #include "core/CommonRoutines.h"
@@ -15,6 +14,7 @@
 #include "delivery/SmtpConversation.h"
 #include "delivery/SmtpSendRun.h"
 #include "wizard/DocumentMerge.h"
+#include "wizard/WindowlessRunView.h"
 
 #include <QDir>
 #include <QFile>
@@ -278,7 +278,7 @@ int runMailCommand(const QStringList& arguments)
         boxText = message.text;
         return MessageAnswer::Ok;
     });
-    ConsoleRunView view;
+    WindowlessRunView view;
     std::unique_ptr<MailTransport> transport;
     if (!options.emlFolder.isEmpty()) {
         transport = std::make_unique<EmlWriter>(options.emlFolder);

@@ -1,8 +1,8 @@
-#include "ConsoleRunView.h"
+#include "WindowlessRunView.h"
 
 #include <QCoreApplication>
 
-void ConsoleRunView::pumpEvents()
+void WindowlessRunView::pumpEvents()
 {
     QCoreApplication::processEvents();
 }

@@ -1,11 +1,11 @@
 #pragma once
 
-#include "wizard/RunView.h"
+#include "RunView.h"
 
 // The progress page of a run with no window: the labels are kept, not shown, so that the
-// command can read the run's closing text; letting events through keeps the sockets, the reply
+// caller can read the run's closing text; letting events through keeps the sockets, the reply
 // timer and the interruption of the command alive.
-class ConsoleRunView : public RunView
+class WindowlessRunView : public RunView
 {
 public:
     void setHeader(const QString&) override {}
