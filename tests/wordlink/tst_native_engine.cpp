@@ -293,8 +293,12 @@ private slots:
         const qint64 before = peakMemory();
         const auto lying = m_application->Open(bomb, true);
         QVERIFY(!lying.ok());
+#ifndef __SANITIZE_ADDRESS__ // the sanitizer's shadow memory and quarantine inflate the peak
         QVERIFY2(peakMemory() - before < OoxmlPackage::MaxPartSize * 3 / 2,
                  qPrintable(u"%1 MB more at the peak"_s.arg((peakMemory() - before) >> 20)));
+#else
+        Q_UNUSED(before)
+#endif
     }
 
     void aDeclaredTwoGigabyteEntry_isRefusedBeforeReading()
