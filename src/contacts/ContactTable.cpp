@@ -103,11 +103,24 @@ void ContactTable::sortByCell(int cellIndex, Qt::SortOrder order)
     m_sortCell = cellIndex;
     m_sortOrder = order;
     emit layoutAboutToBeChanged({}, QAbstractItemModel::VerticalSortHint);
-    sortRows();
+    const std::vector<size_t> moved = sortRows();
+    // The current row and the highlighted rows move with their contacts.
+    std::vector<int> newPosition(moved.size());
+    for (size_t to = 0; to < moved.size(); ++to) {
+        newPosition[moved[to]] = static_cast<int>(to);
+    }
+    const QModelIndexList before = persistentIndexList();
+    QModelIndexList after;
+    after.reserve(before.size());
+    for (const QModelIndex& index : before) {
+        after.append(index.isValid() ? this->index(newPosition[static_cast<size_t>(index.row())], index.column())
+                                     : index);
+    }
+    changePersistentIndexList(before, after);
     emit layoutChanged({}, QAbstractItemModel::VerticalSortHint);
 }
 
-void ContactTable::sortRows()
+std::vector<size_t> ContactTable::sortRows()
 {
     // The list's own text order, blind to case, on every column (numbers too).
     QCollator collator;
@@ -129,6 +142,7 @@ void ContactTable::sortRows()
         sorted.push_back(std::move(m_rows[from]));
     }
     m_rows = std::move(sorted);
+    return order;
 }
 
 int ContactTable::rowCount(const QModelIndex& parent) const

@@ -67,7 +67,8 @@ signals:
     void checkToggled(int position);
 
 private:
-    void sortRows();
+    // Sorts the rows by the current sort cell; entry i of the result is the old index of new row i.
+    std::vector<size_t> sortRows();
 
     std::vector<Contact> m_rows;
     std::array<QString, MergeFieldTable::CustomCount> m_customHeadings;

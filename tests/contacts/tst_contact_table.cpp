@@ -86,7 +86,10 @@ private slots:
         for (const QString& first : {u"bert"_s, u"Alice"_s, u"10"_s, u"9"_s, u"carl"_s}) {
             table.addRow(row(first + u"@x.org"_s, first));
         }
+        const QPersistentModelIndex highlighted = table.index(1, 3); // Alice, in a later column
         table.sortByCell(1, Qt::DescendingOrder);
+        QCOMPARE(highlighted.row(), 2); // the highlight moves with its contact
+        QCOMPARE(highlighted.column(), 3);
         QCOMPARE(emails(table),
                  (QStringList{u"carl@x.org"_s, u"bert@x.org"_s, u"Alice@x.org"_s, u"9@x.org"_s, u"10@x.org"_s}));
         table.sortByCell(1, Qt::AscendingOrder);
