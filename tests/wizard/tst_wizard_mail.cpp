@@ -155,18 +155,25 @@ private slots:
         QVERIFY(stored.at(2).content.contains("Hello Cy"));
     }
 
-    void aSilentServer_leavesTheWindowResponsive_andCancelEndsTheRun()
+    // A mail ready to go to a server that accepts and never says a word, with no timeout: only
+    // Cancel ends the wait for its greeting.
+    void composeForASilentServer(QTcpServer& silent)
     {
-        QTcpServer silent; // accepts, and never says a word
         QVERIFY(silent.listen(QHostAddress::LocalHost));
         SmtpAccount account;
         account.server = u"127.0.0.1"_s;
         account.port = silent.serverPort();
-        account.interval = 0; // no timeout: only Cancel ends the wait
+        account.interval = 0;
         account.fromEmail = u"events@example.org"_s;
         account.save();
         composeFor(u"<p>Hello [[FirstName]]</p>"_s);
         m_wizard->sendPage()->OptSMTP->setChecked(true);
+    }
+
+    void aSilentServer_leavesTheWindowResponsive_andCancelEndsTheRun()
+    {
+        QTcpServer silent;
+        composeForASilentServer(silent);
         FinishPage* page = m_wizard->finishPage();
 
         // While the greeting is awaited the window handles input: a click on Cancel gets through.
@@ -193,6 +200,21 @@ private slots:
         QVERIFY(!page->CmdCancelSend->isEnabled());
         QVERIFY(m_wizard->CmdBack()->isEnabled());
         QVERIFY(!m_wizard->CmdNext()->isEnabled());
+    }
+
+    void closingTheWizardDuringARun_cancelsIt_andTheWindowStaysUntilItHasEnded()
+    {
+        QTcpServer silent;
+        composeForASilentServer(silent);
+        bool stayedOpen = false;
+        QTimer::singleShot(300, this, [&] {
+            m_wizard->close();
+            stayedOpen = m_wizard->isVisible();
+        });
+        m_wizard->CmdNext_Click();
+        QVERIFY(stayedOpen);
+        QCOMPARE(m_wizard->finishPage()->lblSendProcess->text(), u"Process Cancelled!"_s);
+        QVERIFY(m_wizard->isVisible());
     }
 
     void anIncompleteAccount_opensTheSettingsModally_andTheRunUsesWhatWasEntered()
