@@ -10,6 +10,7 @@
 #include "core/SettingsKeys.h"
 #include "core/TextUtil.h"
 #include "core/Twips.h"
+#include "wordlink/UserOffice.h"
 
 #include <QAction>
 #include <QApplication>
@@ -25,7 +26,6 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenuBar>
-#include <QProcess>
 #include <QSplitter>
 #include <QStatusBar>
 #include <QStorageInfo>
@@ -124,7 +124,7 @@ void FrmFileList::buildMenus()
     m_mnuFile->setObjectName(u"MnuFile"_s);
     QAction* mnuWdNew = m_mnuFile->addAction(u"&New Document"_s);
     mnuWdNew->setObjectName(u"MnuWdNew"_s);
-    connect(mnuWdNew, &QAction::triggered, this, [] { QProcess::startDetached(u"soffice"_s, {u"--writer"_s}); });
+    connect(mnuWdNew, &QAction::triggered, this, [] { wordlink::openForUser({}); });
     QAction* mnuWdOpen = m_mnuFile->addAction(u"&Open Document"_s);
     mnuWdOpen->setObjectName(u"MnuWdOpen"_s);
     connect(mnuWdOpen, &QAction::triggered, this, [this] {
@@ -244,7 +244,7 @@ QWidget* FrmFileList::buildToolbar()
     connect(m_imgtop->findChild<QToolButton*>(u"lblViewLog"_s), &QToolButton::clicked, this,
             &FrmFileList::lblViewLog_Click);
     connect(m_imgtop->findChild<QToolButton*>(u"lblNew"_s), &QToolButton::clicked, this,
-            [] { QProcess::startDetached(u"soffice"_s, {u"--writer"_s}); });
+            [] { wordlink::openForUser({}); });
     connect(m_imgtop->findChild<QToolButton*>(u"lblOpen"_s), &QToolButton::clicked, findChild<QAction*>(u"MnuWdOpen"_s),
             &QAction::trigger);
     back->setEnabled(false);
@@ -705,7 +705,8 @@ void FrmFileList::LoadRecentDocs()
 
 void FrmFileList::MnuRecentDoc_Click(const QString& path)
 {
-    QDesktopServices::openUrl(QUrl::fromLocalFile(path));
+    // The document goes to the office suite's visible writer, which stays with the user.
+    wordlink::openForUser(path);
 }
 
 void FrmFileList::lblViewLog_Click()

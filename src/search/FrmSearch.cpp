@@ -9,6 +9,7 @@
 #include "core/SettingsKeys.h"
 #include "core/TextUtil.h"
 #include "core/Twips.h"
+#include "wordlink/UserOffice.h"
 
 #include <QApplication>
 #include <QCheckBox>
@@ -23,7 +24,6 @@
 #include <QLineEdit>
 #include <QMenu>
 #include <QPointer>
-#include <QProcess>
 #include <QPushButton>
 #include <QStatusBar>
 #include <QToolButton>
@@ -503,7 +503,7 @@ void FrmSearch::OpenFoundDocument(const QString& path)
 {
     // The document opens in the office suite's visible writer, which stays open for the user.
     QApplication::setOverrideCursor(Qt::WaitCursor);
-    QProcess::startDetached(u"soffice"_s, {u"--writer"_s, path});
+    wordlink::openForUser(path);
     QApplication::restoreOverrideCursor();
 }
 
