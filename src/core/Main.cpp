@@ -4,6 +4,7 @@
 #include "delivery/FrmSmtp.h"
 #include "delivery/SmtpAccount.h"
 #include "explorer/FrmFileList.h"
+#include "explorer/FrmShowLog.h"
 #include "search/FrmSearch.h"
 #include "wizard/ui/FrmMailMerge.h"
 
@@ -43,6 +44,7 @@ void Main()
         QObject::connect(window, &FrmFileList::mailingListRequested, window, [] { bringUp(FrmMailMerge::instance()); });
         QObject::connect(window, &FrmFileList::searchRequested, window, [] { bringUp(FrmSearch::instance()); });
         QObject::connect(window, &FrmFileList::settingsRequested, window, [] { bringUp(FrmSmtp::instance()); });
+        QObject::connect(window, &FrmFileList::logRequested, window, [] { bringUp(FrmShowLog::instance()); });
         window->Form_Load([&loading](const QString& text) { loading.setLoadingText(text); });
         return window;
     });

@@ -1,6 +1,7 @@
 #include "FrmFileList.h"
 
 #include "RecentDocuments.h"
+#include "WindowPlacement.h"
 #include "core/AppPaths.h"
 #include "core/CommonRoutines.h"
 #include "core/Dialogs.h"
@@ -81,14 +82,7 @@ bool hasSubfolders(const QString& path)
     return !QDir(path).entryList(QDir::Dirs | QDir::NoDotAndDotDot).isEmpty();
 }
 
-// A stored length: the value as a number, or nothing when the text does not convert, so that
-// the window keeps its designed geometry for that property.
-std::optional<double> storedLength(const SettingKey& key)
-{
-    bool ok = false;
-    const double value = SettingsStore::instance().value(key).toDouble(&ok);
-    return ok ? std::optional<double>(value) : std::nullopt;
-}
+const StoredRect MainRect{Keys::MainLeft, Keys::MainTop, Keys::MainWidth, Keys::MainHeight};
 
 bool isWordDocumentName(const QString& name)
 {
@@ -124,15 +118,10 @@ void FrmFileList::buildMenus()
     m_mnuFile->setObjectName(u"MnuFile"_s);
     QAction* mnuWdNew = m_mnuFile->addAction(u"&New Document"_s);
     mnuWdNew->setObjectName(u"MnuWdNew"_s);
-    connect(mnuWdNew, &QAction::triggered, this, [] { wordlink::openForUser({}); });
+    connect(mnuWdNew, &QAction::triggered, this, &FrmFileList::NewWordDocument);
     QAction* mnuWdOpen = m_mnuFile->addAction(u"&Open Document"_s);
     mnuWdOpen->setObjectName(u"MnuWdOpen"_s);
-    connect(mnuWdOpen, &QAction::triggered, this, [this] {
-        const QString name = Dialogs::ShowFileDialog(u"Word Documents (*.doc)|*.doc;*.docx"_s, {}, this);
-        if (!name.isEmpty()) {
-            MnuRecentDoc_Click(name);
-        }
-    });
+    connect(mnuWdOpen, &QAction::triggered, this, &FrmFileList::ChooseWordDocument);
     m_mnuFile->addSeparator()->setObjectName(u"MnuLin1"_s);
     QAction* first = m_mnuFile->addAction(u"(No recent documents)"_s);
     first->setObjectName(u"MnuRecentDoc_0"_s);
@@ -243,10 +232,9 @@ QWidget* FrmFileList::buildToolbar()
             &FrmFileList::settingsRequested);
     connect(m_imgtop->findChild<QToolButton*>(u"lblViewLog"_s), &QToolButton::clicked, this,
             &FrmFileList::lblViewLog_Click);
-    connect(m_imgtop->findChild<QToolButton*>(u"lblNew"_s), &QToolButton::clicked, this,
-            [] { wordlink::openForUser({}); });
-    connect(m_imgtop->findChild<QToolButton*>(u"lblOpen"_s), &QToolButton::clicked, findChild<QAction*>(u"MnuWdOpen"_s),
-            &QAction::trigger);
+    connect(m_imgtop->findChild<QToolButton*>(u"lblNew"_s), &QToolButton::clicked, this, &FrmFileList::NewWordDocument);
+    connect(m_imgtop->findChild<QToolButton*>(u"lblOpen"_s), &QToolButton::clicked, this,
+            &FrmFileList::ChooseWordDocument);
     back->setEnabled(false);
     m_imgtop->findChild<QToolButton*>(u"lblForward"_s)->setEnabled(false);
     return m_imgtop;
@@ -359,19 +347,14 @@ void FrmFileList::Form_Load(const std::function<void(const QString&)>& progress)
     QApplication::setOverrideCursor(Qt::WaitCursor);
     m_loading = true;
 
-    const auto left = storedLength(Keys::MainLeft);
-    const auto top = storedLength(Keys::MainTop);
-    const auto width = storedLength(Keys::MainWidth);
-    const auto height = storedLength(Keys::MainHeight);
-    move(left ? Twips::toPixels(*left) : x(), top ? Twips::toPixels(*top) : y());
-    resize(width ? Twips::toPixels(*width) : this->width(), height ? Twips::toPixels(*height) : this->height());
+    WindowPlacement::restore(this, MainRect);
 
     // Read at start and never written: only a hand-edited store changes it.
-    const double listHeight = storedLength(Keys::ListHeight).value_or(3500);
+    const double listHeight = WindowPlacement::storedLength(Keys::ListHeight).value_or(3500);
     m_imgSpltList->setSizes({Twips::toPixels(listHeight), Twips::toPixels(2000)});
 
-    double splitter = storedLength(Keys::SplitterLeft).value_or(0);
-    double listSplitter = storedLength(Keys::ListSplitterTop).value_or(0);
+    double splitter = WindowPlacement::storedLength(Keys::SplitterLeft).value_or(0);
+    double listSplitter = WindowPlacement::storedLength(Keys::ListSplitterTop).value_or(0);
     m_txtAddress->setText(SettingsStore::instance().value(Keys::AddressBarFile));
     // A stored 0 counts as absent.
     if (splitter == 0) {
@@ -496,10 +479,7 @@ void FrmFileList::Form_Unload()
     SettingsStore& store = SettingsStore::instance();
     store.setValue(Keys::DocName, QString());
     if (!isMinimized()) {
-        store.setValue(Keys::MainLeft, QString::number(Twips::fromPixels(x())));
-        store.setValue(Keys::MainTop, QString::number(Twips::fromPixels(y())));
-        store.setValue(Keys::MainWidth, QString::number(Twips::fromPixels(width())));
-        store.setValue(Keys::MainHeight, QString::number(Twips::fromPixels(height())));
+        WindowPlacement::save(this, MainRect);
     }
     store.setValue(Keys::ViewMode, u"3"_s); // the list shows the report view
     store.setValue(Keys::SplitterLeft, QString::number(splitterLeft()));
@@ -698,15 +678,42 @@ void FrmFileList::LoadRecentDocs()
         entry->setData(path);
         entry->setEnabled(true);
         entry->setVisible(true);
-        connect(entry, &QAction::triggered, this, [this, path] { MnuRecentDoc_Click(path); });
+        connect(entry, &QAction::triggered, this, [this, i] { MnuRecentDoc_Click(i); });
     }
     m_mnuLin2->setVisible(true);
 }
 
-void FrmFileList::MnuRecentDoc_Click(const QString& path)
+void FrmFileList::MnuRecentDoc_Click(int index)
+{
+    OpenWordDocument(m_mnuRecentDoc.at(index)->data().toString());
+}
+
+void FrmFileList::NewWordDocument()
+{
+    QApplication::setOverrideCursor(Qt::WaitCursor);
+    wordlink::openForUser({});
+    QApplication::restoreOverrideCursor();
+}
+
+void FrmFileList::ChooseWordDocument()
+{
+    // The caption names .doc; the patterns let .docx through as well.
+    const QString name = Dialogs::ShowFileDialog(u"Word Documents (*.doc)|*.doc;*.docx"_s, {}, this);
+    const QString upper = name.toUpper();
+    if (upper.endsWith(u"DOC"_s) || upper.endsWith(u"DOCX"_s)) {
+        OpenWordDocument(name);
+    }
+}
+
+void FrmFileList::OpenWordDocument(const QString& path)
 {
     // The document goes to the office suite's visible writer, which stays with the user.
-    wordlink::openForUser(path);
+    QApplication::setOverrideCursor(Qt::WaitCursor);
+    const bool opened = wordlink::openForUser(path);
+    QApplication::restoreOverrideCursor();
+    if (!opened) {
+        MessageBoxes::information(u"The document name or path is not valid"_s);
+    }
 }
 
 void FrmFileList::lblViewLog_Click()

@@ -34,6 +34,13 @@ public:
     void LoadDrives();
     void LoadRecentDocs();
 
+    // The File menu's document commands: each hands a document to the office suite's visible
+    // writer. Opening fails with "The document name or path is not valid".
+    void NewWordDocument();
+    void ChooseWordDocument();
+    void OpenWordDocument(const QString& path);
+    void MnuRecentDoc_Click(int index);
+
 signals:
     // The commands that open the other windows; the program connects them.
     void mailingListRequested();
@@ -69,7 +76,6 @@ private:
     void MnuWHelp_Click();
     void mnuFeatures_Click();
     void MnuAbtW_Click();
-    void MnuRecentDoc_Click(const QString& path);
 
     bool m_loading = false;
     bool m_positionsLoaded = false;

@@ -36,4 +36,27 @@ QString ShortenPath(const QString& path)
     return path.left(15) + u"..."_s + path.right(15);
 }
 
+QStringList logLines(const QByteArray& logBytes)
+{
+    QString text = TextDecoding::decode(logBytes);
+    text.replace(u"\r\n"_s, u"\r"_s);
+    return text.split(u'\r');
+}
+
+std::optional<LogEntry> logEntry(const QString& line)
+{
+    if (line.isEmpty()) {
+        return std::nullopt;
+    }
+    const QStringList fields = line.split(ListSeparatorChar);
+    if (fields.size() < 5) {
+        return std::nullopt;
+    }
+    const QString& path = fields.at(0);
+    const qsizetype slash = path.lastIndexOf(u'/');
+    return LogEntry{
+        path,         path.mid(slash + 1),    slash < 0 ? QString() : path.left(slash), fields.at(1), fields.at(2),
+        fields.at(3), fields.at(4) + u" KB"_s};
+}
+
 } // namespace RecentDocuments

@@ -62,6 +62,24 @@ private slots:
         QCOMPARE(RecentDocuments::ShortenPath(forty), u"/home/user/Docu...ers/2026/a.docx"_s);
         QCOMPARE(RecentDocuments::ShortenPath(forty).size(), 33);
     }
+
+    void logEntry_splitsThePathAtItsLastSlash()
+    {
+        const QString sep = ListSeparator();
+        const auto entry = [&](const QString& path) {
+            return RecentDocuments::logEntry(path + sep + u"a"_s + sep + u"m"_s + sep + u"c"_s + sep + u"9"_s);
+        };
+        QCOMPARE(entry(u"/home/ann/a.doc"_s)->folder, u"/home/ann"_s);
+        QCOMPARE(entry(u"/a.doc"_s)->folder, QString());
+        // A path written on another system has no "/": it is all name.
+        const auto old = entry(u"C:\\Letters\\a.doc"_s);
+        QCOMPARE(old->name, u"C:\\Letters\\a.doc"_s);
+        QCOMPARE(old->folder, QString());
+        QCOMPARE(old->size, u"9 KB"_s);
+        // Lines end at CR LF or a lone CR; a lone LF stays inside its line.
+        QCOMPARE(RecentDocuments::logLines("one\r\ntwo\rthree\nrest"),
+                 (QStringList{u"one"_s, u"two"_s, u"three\nrest"_s}));
+    }
 };
 
 QTEST_GUILESS_MAIN(RecentDocumentsTest)

@@ -1,0 +1,150 @@
+#include "TestSupport.h"
+#include "core/AppPaths.h"
+#include "core/Dialogs.h"
+#include "core/ListSeparator.h"
+#include "explorer/FrmFileList.h"
+#include "wordlink/UserOffice.h"
+
+#include <QAction>
+#include <QFile>
+#include <QTest>
+#include <QToolButton>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+const QString NotValid = u"The document name or path is not valid"_s;
+
+QString makeFile(const QString& name)
+{
+    const QString path = TestSupport::homeFolder() + u'/' + name;
+    QFile file(path);
+    if (file.open(QIODevice::WriteOnly)) {
+        file.write("PK");
+    }
+    return path;
+}
+
+} // namespace
+
+// The File menu's document commands of the main window: New, Open and the recent documents,
+// all handed to the office suite's visible writer.
+class DocumentCommandsTest : public QObject
+{
+    Q_OBJECT
+
+    QList<QStringList> m_launches;
+    bool m_officeStarts = true;
+
+    void trigger(FrmFileList& window, const QString& name)
+    {
+        if (auto* button = window.findChild<QToolButton*>(name)) {
+            button->click();
+        } else {
+            window.findChild<QAction*>(name)->trigger();
+        }
+    }
+
+private slots:
+    void initTestCase()
+    {
+        TestSupport::isolateUserFolders();
+        wordlink::setOfficeLauncher([this](const QString&, const QStringList& arguments) {
+            m_launches << arguments;
+            return m_officeStarts;
+        });
+    }
+
+    void init()
+    {
+        TestSupport::resetSettings();
+        Dialogs::clearNextResults();
+        m_launches.clear();
+        m_officeStarts = true;
+    }
+
+    void recentDocuments_openThroughOpenWordDocument_andAMissingOneIsNotValid()
+    {
+        const QString kept = makeFile(u"Kept.docx"_s);
+        const QString gone = TestSupport::homeFolder() + u"/Gone.doc"_s;
+        QFile log(AppPaths::file(u"Log.Dat"_s));
+        QVERIFY(log.open(QIODevice::WriteOnly));
+        for (const QString& path : {kept, gone}) {
+            log.write((QStringList{path, u"x"_s, u"y"_s, u"z"_s, u"1"_s}.join(ListSeparator()) + u"\r\n"_s).toUtf8());
+        }
+        log.close();
+        TestSupport::MessageRecorder messages;
+        FrmFileList window;
+        window.Form_Load([](const QString&) {});
+
+        trigger(window, u"MnuRecentDoc_0"_s); // the newest: gone
+        QVERIFY(m_launches.isEmpty());
+        QCOMPARE(messages.texts(), QStringList{NotValid});
+        QCOMPARE(messages.messages().first().icon, MessageIcon::Information);
+        QCOMPARE(messages.messages().first().title, u"Quillbay+"_s);
+
+        trigger(window, u"MnuRecentDoc_1"_s);
+        QCOMPARE(m_launches.size(), 1);
+        QCOMPARE(m_launches.first().last(), kept);
+        QCOMPARE(messages.messages().size(), 1);
+
+        // An office suite that does not start fails the same way.
+        m_officeStarts = false;
+        trigger(window, u"MnuRecentDoc_1"_s);
+        QCOMPARE(messages.texts(), (QStringList{NotValid, NotValid}));
+        QFile::remove(AppPaths::file(u"Log.Dat"_s));
+    }
+
+    void newDocument_opensAnEmptyOne_fromMenuAndToolbar()
+    {
+        FrmFileList window;
+        trigger(window, u"MnuWdNew"_s);
+        trigger(window, u"lblNew"_s);
+        QCOMPARE(m_launches.size(), 2);
+        for (const QStringList& arguments : std::as_const(m_launches)) {
+            QCOMPARE(arguments, (QStringList{u"--writer"_s, u"--nologo"_s}));
+        }
+    }
+
+    void openDocument_takesNamesEndingInDocOrDocx_data()
+    {
+        QTest::addColumn<QString>("command");
+        QTest::addColumn<QString>("name"); // "" for a cancelled dialog
+        QTest::addColumn<bool>("exists");
+        QTest::addColumn<bool>("opened");
+        QTest::addColumn<QStringList>("messages");
+        QTest::newRow(".doc from the menu") << u"MnuWdOpen"_s << u"Letter.doc"_s << true << true << QStringList();
+        QTest::newRow(".DOCX from the toolbar") << u"lblOpen"_s << u"REPORT.DOCX"_s << true << true << QStringList();
+        QTest::newRow("other ending") << u"MnuWdOpen"_s << u"Notes.txt"_s << true << false << QStringList();
+        QTest::newRow("ending without a dot") << u"lblOpen"_s << u"Catdoc"_s << true << true << QStringList();
+        QTest::newRow("cancelled") << u"MnuWdOpen"_s << QString() << false << false << QStringList();
+        QTest::newRow("typed name that is not there")
+            << u"lblOpen"_s << u"Not there.doc"_s << false << false << QStringList{NotValid};
+    }
+
+    void openDocument_takesNamesEndingInDocOrDocx()
+    {
+        QFETCH(QString, command);
+        QFETCH(QString, name);
+        QFETCH(bool, exists);
+        QFETCH(bool, opened);
+        QFETCH(QStringList, messages);
+        QString path;
+        if (!name.isEmpty()) {
+            path = exists ? makeFile(name) : TestSupport::homeFolder() + u'/' + name;
+        }
+        TestSupport::MessageRecorder recorder;
+        FrmFileList window;
+        Dialogs::setNextResult(path);
+        trigger(window, command);
+        QCOMPARE(m_launches.size(), opened ? 1 : 0);
+        if (opened) {
+            QCOMPARE(m_launches.first().last(), path);
+        }
+        QCOMPARE(recorder.texts(), messages);
+    }
+};
+
+QTEST_MAIN(DocumentCommandsTest)
+#include "tst_document_commands.moc"

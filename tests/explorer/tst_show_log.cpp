@@ -1,0 +1,259 @@
+#include "TestSupport.h"
+#include "core/AppPaths.h"
+#include "core/ListSeparator.h"
+#include "core/Main.h"
+#include "core/SettingsKeys.h"
+#include "explorer/FrmFileList.h"
+#include "explorer/FrmShowLog.h"
+#include "wordlink/UserOffice.h"
+
+#include <QDir>
+#include <QFile>
+#include <QHeaderView>
+#include <QLabel>
+#include <QPointer>
+#include <QStatusBar>
+#include <QTest>
+#include <QTimer>
+#include <QToolButton>
+#include <QTreeWidget>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+QString setting(const SettingKey& key)
+{
+    return SettingsStore::instance().value(key);
+}
+
+QByteArray record(const QStringList& fields)
+{
+    return fields.join(ListSeparator()).toUtf8() + "\r\n";
+}
+
+void writeLog(const QByteArray& content)
+{
+    QFile log(AppPaths::file(u"Log.Dat"_s));
+    QVERIFY(log.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    log.write(content);
+}
+
+QStringList rowTexts(const QTreeWidgetItem* item)
+{
+    QStringList texts;
+    for (int column = 0; column < item->columnCount(); ++column) {
+        texts << item->text(column);
+    }
+    return texts;
+}
+
+// The log window, once its timer has read the log.
+FrmShowLog* loadedLogWindow()
+{
+    FrmShowLog* window = FrmShowLog::instance();
+    window->show();
+    if (!QTest::qWaitFor([window] { return !window->tmrStart->isActive(); }, 2000)) {
+        return nullptr;
+    }
+    return window;
+}
+
+struct Launch
+{
+    QStringList arguments;
+    QString running;
+};
+
+} // namespace
+
+class ShowLogTest : public QObject
+{
+    Q_OBJECT
+
+    QList<Launch> m_launches;
+
+private slots:
+    void initTestCase()
+    {
+        TestSupport::isolateUserFolders();
+        wordlink::setOfficeLauncher([this](const QString&, const QStringList& arguments) {
+            m_launches << Launch{arguments, setting(Keys::WordRunning)};
+            return true;
+        });
+    }
+
+    void init()
+    {
+        TestSupport::resetSettings();
+        m_launches.clear();
+    }
+
+    void cleanup()
+    {
+        delete FrmShowLog::instance();
+        delete mainWindow();
+        QFile::remove(AppPaths::file(u"Log.Dat"_s));
+    }
+
+    void load_putsTheNewestOnTop_andSkipsLinesOfFourFields()
+    {
+        writeLog(
+            record({u"/home/ann/Letters/Offer.docx"_s, u"02/03/2026"_s, u"01/03/2026"_s, u"12/01/2026"_s, u"14"_s}) +
+            record({u"/home/ann/four fields.doc"_s, u"a"_s, u"b"_s, u"c"_s}) + "\r\n" +
+            record({u"/Budget.doc"_s, u"03/03/2026"_s, u"03/03/2026"_s, u"03/03/2026"_s, u"7"_s, u"extra"_s}) +
+            record({u"/home/ann/Letters/Offer.docx"_s, u"04/03/2026"_s, u"04/03/2026"_s, u"12/01/2026"_s, u"15"_s}));
+        FrmShowLog* window = FrmShowLog::instance();
+        QCOMPARE(window->windowTitle(), u"Quillbay+ : Last 50 Documents Log"_s);
+        // The log is read by the window's timer, a moment after the window is made.
+        QVERIFY(window->tmrStart->isActive());
+        QVERIFY(window->tmrStart->isSingleShot());
+        QCOMPARE(window->tmrStart->interval(), 100);
+        QCOMPARE(window->lvList->topLevelItemCount(), 0);
+        window->show();
+        QTRY_COMPARE(window->lvList->topLevelItemCount(), 3);
+        QVERIFY(!window->tmrStart->isActive());
+
+        QStringList headers;
+        for (int column = 0; column < window->lvList->columnCount(); ++column) {
+            headers << window->lvList->headerItem()->text(column);
+        }
+        QCOMPARE(headers, (QStringList{u"Document Name"_s, u"Path"_s, u"Accessed Date"_s, u"Modified Date"_s,
+                                       u"Created On "_s, u"Size"_s}));
+        // A document opened twice is listed twice; the blank line joins nothing here.
+        QCOMPARE(rowTexts(window->lvList->topLevelItem(0)),
+                 (QStringList{u"Offer.docx"_s, u"/home/ann/Letters"_s, u"04/03/2026"_s, u"04/03/2026"_s,
+                              u"12/01/2026"_s, u"15 KB"_s}));
+        QCOMPARE(rowTexts(window->lvList->topLevelItem(1)), (QStringList{u"Budget.doc"_s, QString(), u"03/03/2026"_s,
+                                                                         u"03/03/2026"_s, u"03/03/2026"_s, u"7 KB"_s}));
+        QCOMPARE(window->lvList->topLevelItem(2)->text(3), u"01/03/2026"_s);
+        QCOMPARE(window->SbStatusPanel1->text(), u"Total Documents : 50 "_s);
+    }
+
+    void logWithoutAUsableLine_closesTheWindowWithoutAWord_data()
+    {
+        QTest::addColumn<QByteArray>("log");
+        QTest::addColumn<bool>("present");
+        QTest::newRow("four fields and blank lines")
+            << (record({u"/a.doc"_s, u"1"_s, u"2"_s, u"3"_s}) + "\r\n\r\n") << true;
+        QTest::newRow("gone since the command looked") << QByteArray() << false;
+    }
+
+    void logWithoutAUsableLine_closesTheWindowWithoutAWord()
+    {
+        QFETCH(QByteArray, log);
+        QFETCH(bool, present);
+        if (present) {
+            writeLog(log);
+        }
+        TestSupport::MessageRecorder messages;
+        QPointer<FrmShowLog> window = FrmShowLog::instance();
+        window->show();
+        QTRY_VERIFY(window.isNull());
+        QVERIFY(messages.messages().isEmpty());
+        // It was unloaded as a window is: its rectangle is stored.
+        QVERIFY(!setting(Keys::LogWidth).isEmpty());
+    }
+
+    void rectangle_comesFromTheStore_andIsSavedAgainMinimisedOrNot()
+    {
+        writeLog(record({u"/d/a.doc"_s, u"1"_s, u"2"_s, u"3"_s, u"4"_s}));
+        FrmShowLog* window = FrmShowLog::instance();
+        QCOMPARE(window->pos(), QPoint(67, 67));   // 1000, 1000 twips
+        QCOMPARE(window->size(), QSize(533, 433)); // 8000 by 6500 twips
+        delete window;
+
+        SettingsStore::instance().setValue(Keys::LogLeft, u"1500"_s);
+        SettingsStore::instance().setValue(Keys::LogTop, u"3000"_s);
+        SettingsStore::instance().setValue(Keys::LogWidth, u"9000"_s);
+        SettingsStore::instance().setValue(Keys::LogHeight, u"6000"_s);
+        window = loadedLogWindow();
+        QVERIFY(window);
+        QCOMPARE(QRect(window->pos(), window->size()), QRect(100, 200, 600, 400));
+        // The list and the status bar follow the window; the list stays above the bar.
+        QTRY_COMPARE(window->SbStatus->geometry().bottom(), window->height() - 1);
+        const QSize listBefore = window->lvList->size();
+        QVERIFY(window->lvList->geometry().bottom() < window->SbStatus->y());
+        window->resize(660, 450);
+        window->move(150, 90);
+        QTRY_COMPARE(window->lvList->size(), listBefore + QSize(60, 50));
+        QCOMPARE(window->SbStatus->geometry().bottom(), window->height() - 1);
+        window->close();
+        QCOMPARE(setting(Keys::LogLeft), u"2250"_s);
+        QCOMPARE(setting(Keys::LogTop), u"1350"_s);
+        QCOMPARE(setting(Keys::LogWidth), u"9900"_s);
+        QCOMPARE(setting(Keys::LogHeight), u"6750"_s);
+
+        window = loadedLogWindow();
+        QVERIFY(window);
+        QCOMPARE(QRect(window->pos(), window->size()), QRect(150, 90, 660, 450));
+        window->showMinimized();
+        QTRY_VERIFY(window->isMinimized());
+        window->close();
+        QCOMPARE(setting(Keys::LogWidth), u"9900"_s);
+        QCOMPARE(setting(Keys::LogLeft), u"2250"_s);
+    }
+
+    void doubleClickAndEnter_openTheDocument_withRunningSetMeanwhile()
+    {
+        const QString offer = TestSupport::homeFolder() + u"/Offer.docx"_s;
+        QFile file(offer);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write("PK");
+        file.close();
+        const QString gone = TestSupport::homeFolder() + u"/Moved away.doc"_s;
+        writeLog(record({gone, u"01/02/2026"_s, u"01/01/2026"_s, u"01/01/2026"_s, u"3"_s}) +
+                 record({offer, u"05/03/2026 09:15"_s, u"04/03/2026 17:40"_s, u"01/03/2026"_s, u"1"_s}));
+        TestSupport::MessageRecorder messages;
+        FrmShowLog* window = loadedLogWindow();
+        QVERIFY(window);
+        QTreeWidget* list = window->lvList;
+
+        // Enter with nothing selected does nothing.
+        list->clearSelection();
+        QTest::keyClick(list, Qt::Key_Return);
+        QVERIFY(m_launches.isEmpty());
+
+        const QPoint offerRow = list->visualItemRect(list->topLevelItem(0)).center();
+        QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, offerRow);
+        QCOMPARE(window->SbStatusPanel1->text(),
+                 u"Last Accessed Date: 05/03/2026 09:15     Last Modified Date: 04/03/2026 17:40"_s);
+        QTest::mouseDClick(list->viewport(), Qt::LeftButton, {}, offerRow);
+        QCOMPARE(m_launches.size(), 1);
+        QCOMPARE(m_launches.first().arguments.last(), offer);
+        QCOMPARE(m_launches.first().running, u"Y"_s);
+        QCOMPARE(setting(Keys::WordRunning), u"N"_s);
+        QVERIFY(messages.messages().isEmpty());
+
+        // A document that is no longer there: the user is told, and Running goes back to "N".
+        list->setCurrentItem(list->topLevelItem(1));
+        QTest::keyClick(list, Qt::Key_Enter);
+        QCOMPARE(m_launches.size(), 1);
+        QCOMPARE(messages.messages().size(), 1);
+        QVERIFY(messages.lastText().contains(gone));
+        QCOMPARE(messages.messages().first().icon, MessageIcon::Information);
+        QCOMPARE(messages.messages().first().title, u"Quillbay+"_s);
+        QCOMPARE(setting(Keys::WordRunning), u"N"_s);
+    }
+
+    void viewLog_opensOneLogWindow_modeless()
+    {
+        SettingsStore::instance().setValue(Keys::Flash, u"1"_s);
+        writeLog(record({u"/d/a.doc"_s, u"1"_s, u"2"_s, u"3"_s, u"4"_s}));
+        Main();
+        QVERIFY(QTest::qWaitFor([] { return mainWindow() != nullptr && mainWindow()->isVisible(); }, 5000));
+        mainWindow()->findChild<QToolButton*>(u"lblViewLog"_s)->click();
+        QPointer<FrmShowLog> window = FrmShowLog::instance();
+        QVERIFY(window->isVisible());
+        QVERIFY(!window->isModal());
+        QTRY_COMPARE(window->lvList->topLevelItemCount(), 1);
+        // The menu entry raises the same window, without reading the log again.
+        mainWindow()->findChild<QAction*>(u"MnuLgDtls"_s)->trigger();
+        QCOMPARE(FrmShowLog::instance(), window.data());
+        QTest::qWait(150);
+        QCOMPARE(window->lvList->topLevelItemCount(), 1);
+    }
+};
+
+QTEST_MAIN(ShowLogTest)
+#include "tst_show_log.moc"
