@@ -67,7 +67,7 @@ FrmShowLog::FrmShowLog(QWidget* parent)
     lvList->setUniformRowHeights(true);
     lvList->setHeaderLabels(
         {u"Document Name"_s, u"Path"_s, u"Accessed Date"_s, u"Modified Date"_s, u"Created On "_s, u"Size"_s});
-    const int widths[] = {2200, 2800, 1700, 1700, 1700, 900};
+    const int widths[] = {2200, 2800, 1900, 1900, 1900, 900};
     for (int column = 0; column < 6; ++column) {
         lvList->header()->resizeSection(column, Twips::toPixels(widths[column]));
     }

@@ -10,6 +10,7 @@
 #include "core/SettingsKeys.h"
 #include "delivery/FrmSmtp.h"
 #include "explorer/FrmFileList.h"
+#include "explorer/FrmShowLog.h"
 #include "search/FrmSearch.h"
 #include "wizard/ui/ContactListView.h"
 #include "wizard/ui/FrmMailMerge.h"
@@ -88,6 +89,7 @@ private slots:
         QTest::newRow("postal run") << u"frmMailMerge-4-finish"_s;
         QTest::newRow("search") << u"FrmSearch"_s;
         QTest::newRow("smtp settings") << u"FrmSmtp"_s;
+        QTest::newRow("document log") << u"FrmShowLog"_s;
     }
 
     // A postal run of the sample list into a folder, and the run page at its end.
@@ -131,6 +133,31 @@ private slots:
         search->RunSearch();
         save(search, path);
         search->close();
+    }
+
+    // The log of the last documents opened, the second row clicked.
+    void logWindow(const QString& path)
+    {
+        QFile log(AppPaths::file(u"Log.Dat"_s));
+        QVERIFY(log.open(QIODevice::WriteOnly));
+        const QString sep(QChar(0x81));
+        const QStringList names{u"Invitation.doc"_s, u"Price list 2026.docx"_s, u"Annual letter.docx"_s};
+        for (int i = 0; i < names.size(); ++i) {
+            const QString day = u"0%1/03/2026 1%1:20"_s.arg(i + 2);
+            log.write((QStringList{m_documents + u'/' + names.at(i), day, day, u"14/01/2026 09:05"_s,
+                                   QString::number(12 + 7 * i)}
+                           .join(sep) +
+                       u"\r\n"_s)
+                          .toUtf8());
+        }
+        log.close();
+        FrmShowLog* window = FrmShowLog::instance();
+        window->show();
+        QVERIFY(QTest::qWaitFor([window] { return window->lvList->topLevelItemCount() == 3; }, 2000));
+        window->lvList->setCurrentItem(window->lvList->topLevelItem(1));
+        window->lvList_ItemClick(window->lvList->topLevelItem(1));
+        save(window, path);
+        window->close();
     }
 
     // The wizard on a sample comma file, one picture a page in the order a mail merge meets them.
@@ -220,6 +247,8 @@ private slots:
             settings->show();
             save(settings, path);
             delete settings;
+        } else if (name == u"FrmShowLog"_s) {
+            logWindow(path);
         } else if (name == u"frmMailMerge"_s) {
             wizardPages(m_folder + u'/' + name);
             return;
