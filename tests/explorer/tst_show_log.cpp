@@ -187,11 +187,15 @@ private slots:
         window = loadedLogWindow();
         QVERIFY(window);
         QCOMPARE(QRect(window->pos(), window->size()), QRect(150, 90, 660, 450));
+        window->move(120, 60);
+        window->resize(600, 420);
         window->showMinimized();
         QTRY_VERIFY(window->isMinimized());
         window->close();
-        QCOMPARE(setting(Keys::LogWidth), u"9900"_s);
-        QCOMPARE(setting(Keys::LogLeft), u"2250"_s);
+        QCOMPARE(setting(Keys::LogLeft), u"1800"_s);
+        QCOMPARE(setting(Keys::LogTop), u"900"_s);
+        QCOMPARE(setting(Keys::LogWidth), u"9000"_s);
+        QCOMPARE(setting(Keys::LogHeight), u"6300"_s);
     }
 
     void doubleClickAndEnter_openTheDocument_withRunningSetMeanwhile()
