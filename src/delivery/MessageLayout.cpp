@@ -2,8 +2,12 @@
 
 #include "InlineImages.h"
 #include "MimeTypes.h"
+#include "QuotedPrintable.h"
 
 #include <QLocale>
+
+#include <algorithm>
+#include <cstdlib>
 
 using namespace Qt::StringLiterals;
 
@@ -12,6 +16,11 @@ namespace MessageLayout {
 namespace {
 
 constexpr char CRLF[] = "\r\n";
+
+// The fixed boundaries of every message: multipart/mixed, multipart/related, multipart/alternative.
+const QByteArray Mixed("NextMimePart_000");
+const QByteArray Related("NextMimePart_001");
+const QByteArray Alternative("NextMimePart_002");
 
 bool isAscii(const QString& text)
 {
@@ -70,11 +79,45 @@ void guardLoneDots(QByteArray& text)
     }
 }
 
+// True when a line of the text begins with "--" and one of the boundaries, so that a reader
+// could take it for a delimiter (also "--NextMimePart_0001", which lenient readers do).
+bool holdsDelimiterLine(const QByteArray& crlfText)
+{
+    for (const QByteArray& boundary : {Mixed, Related, Alternative}) {
+        const QByteArray line = "--" + boundary;
+        if (crlfText.startsWith(line) || crlfText.contains("\n" + line)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+// The HTML part's body and the transfer encoding it really has: ASCII text goes as it stands,
+// as 7bit. UTF-8 text, and text in which a merged value put a delimiter line, go quoted-printable,
+// where no line can start with "--": such a value shows as text and cannot open or close a part.
+struct BodyCoding
+{
+    QByteArray encoding;
+    QByteArray text;
+};
+
+BodyCoding htmlPartBody(const QByteArray& crlfText, bool ascii)
+{
+    if (ascii && !holdsDelimiterLine(crlfText)) {
+        return {"7bit", crlfText};
+    }
+    return {"quoted-printable", QuotedPrintable::encode(crlfText)};
+}
+
 } // namespace
 
 QByteArray dateText(const QDateTime& date)
 {
-    return QLocale().toString(date, u"ddd, dd MMM yyyy hh:mm:ss"_s).toUtf8();
+    const int offsetMinutes = date.offsetFromUtc() / 60;
+    const int absolute = std::abs(offsetMinutes);
+    const QByteArray zone = (offsetMinutes < 0 ? "-" : "+") +
+                            QByteArray::number(absolute / 60 * 100 + absolute % 60).rightJustified(4, '0');
+    return QLocale::c().toString(date, u"ddd, dd MMM yyyy hh:mm:ss"_s).toLatin1() + ' ' + zone;
 }
 
 QString headerSafe(const QString& value)
@@ -115,66 +158,86 @@ QByteArray encodedWords(const QString& value)
     return result;
 }
 
+QByteArray displayName(const QString& name)
+{
+    const QString safe = headerSafe(name);
+    if (!isAscii(safe)) {
+        return encodedWords(safe) + ' ';
+    }
+    static const QString specials = u"()<>[]:;@\\,.\""_s;
+    if (std::none_of(safe.begin(), safe.end(), [](QChar c) { return specials.contains(c); })) {
+        return safe.toLatin1();
+    }
+    QByteArray quoted = safe.toLatin1();
+    quoted.replace('\\', "\\\\").replace('"', "\\\"");
+    return '"' + quoted + '"';
+}
+
 QList<QByteArray> chunks(const OutgoingMessage& message, const QDateTime& date)
 {
     const bool hasImages = !message.inlineImageData.isEmpty();
     const bool hasAttachment = !message.attachmentName.isEmpty();
     const bool ascii = isAscii(message.body);
     const QByteArray charset = ascii ? "us-ascii" : "utf-8";
+    const QByteArray body = crlfLines(message.body.toUtf8());
 
     QByteArray head;
     if (!message.replyEmail.isEmpty()) {
         head += "Reply-To: " + headerSafe(message.replyEmail).toUtf8() + CRLF;
     }
-    head += "From: " + encodedWords(headerSafe(message.fromName)) + '<' + headerSafe(message.fromEmail).toUtf8() + '>' +
-            CRLF;
+    head += "From: " + displayName(message.fromName) + '<' + headerSafe(message.fromEmail).toUtf8() + '>' + CRLF;
     head += "To: " + headerSafe(message.to).toUtf8() + CRLF;
     head += "Date: " + dateText(date) + CRLF;
     head += "Subject: " + encodedWords(headerSafe(message.subject)) + CRLF;
+    QByteArray first;
     if (!hasImages && !hasAttachment) {
         head += "Content-Type: text/html;\tcharset=" + charset + CRLF;
+        first = head + CRLF + body + CRLF;
     } else {
         head += "Mime-Version: 1.0\r\n";
-        head += "Content-Type: multipart/mixed; boundary=\"NextMimePart_000\"\r\n";
-        head += "Content-Transfer-Encoding: 7bit\r\n";
+        head += "Content-Type: multipart/mixed; boundary=\"" + Mixed + "\"\r\n";
+        head += "Content-Transfer-Encoding: 7bit\r\n\r\n";
         head += "This is a multi-part message in MIME format.\r\n\r\n";
+        head += "--" + Mixed + CRLF;
         if (hasImages) {
-            head += "--NextMimePart_000\r\n";
-            head += "Content-Type: multipart/related; boundary=\"NextMimePart_001\";"
-                    "type=\"multipart/alternative\"\r\n\r\n";
+            head +=
+                "Content-Type: multipart/related; boundary=\"" + Related + "\";type=\"multipart/alternative\"\r\n\r\n";
+            head += "--" + Related + CRLF;
         }
-        head += "--NextMimePart_001\r\n";
-        head += "Content-Type: multipart/alternative; boundary=\"NextMimePart_002\"\r\n\r\n";
-        head += "--NextMimePart_002\r\n";
+        head += "Content-Type: multipart/alternative; boundary=\"" + Alternative + "\"\r\n\r\n";
+        head += "--" + Alternative + CRLF;
         head += "Content-Type: text/html;\tcharset=" + charset + CRLF;
-        head += "Content -Transfer - Encoding: quoted -printable\r\n";
+        const BodyCoding coded = htmlPartBody(body, ascii);
+        head += "Content-Transfer-Encoding: " + coded.encoding + CRLF;
+        first = head + CRLF + coded.text + CRLF;
     }
-    QByteArray first = head + CRLF + crlfLines(message.body.toUtf8()) + CRLF;
     guardLoneDots(first);
 
     QList<QByteArray> out{first};
     if (hasImages || hasAttachment) {
-        out << QByteArray("\r\n--NextMimePart_002--\r\n");
+        out << "\r\n--" + Alternative + "--\r\n";
     }
     if (hasImages) {
         for (qsizetype i = 0; i < message.inlineImageData.size(); ++i) {
             // The Content-ID stays the name as the HTML's cid: reference spells it.
             const QString name = InlineImages::fileNameOf(message.inlineImagePaths.value(i));
-            out << "\r\n--NextMimePart_001\r\nContent-Type: " + MimeTypes::MimeTypeForFile(name) + "; name=\"" +
+            out << "\r\n--" + Related + "\r\nContent-Type: " + MimeTypes::MimeTypeForFile(name) + "; name=\"" +
                        encodedWords(headerSafe(name)) + "\"\r\nContent-Transfer-Encoding: base64\r\nContent-ID: <" +
                        name.toUtf8() + ">\r\n\r\n";
             appendLines(out, message.inlineImageData.at(i));
             out << QByteArray(CRLF);
         }
-        out << QByteArray("\r\n--NextMimePart_001--\r\n");
+        out << "\r\n--" + Related + "--\r\n";
     }
     if (hasAttachment) {
         const QByteArray name = encodedWords(headerSafe(message.attachmentName));
-        out << "\r\n--NextMimePart_000\r\nContent-Type: application/msword; name=\"" + name +
+        out << "\r\n--" + Mixed + "\r\nContent-Type: application/msword; name=\"" + name +
                    "\"\r\nContent-Transfer-Encoding: base64\r\nContent-Disposition: attachment; filename=\"" + name +
                    "\"\r\n\r\n";
         appendLines(out, message.attachmentData);
-        out << QByteArray("\r\n--NextMimePart_000--\r\n");
+    }
+    if (hasImages || hasAttachment) {
+        out << "\r\n--" + Mixed + "--\r\n";
     }
     return out;
 }

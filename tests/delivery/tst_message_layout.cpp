@@ -1,18 +1,26 @@
 #include "TestSupport.h"
+#include "delivery/Base64.h"
 #include "delivery/InlineImages.h"
 #include "delivery/MessageLayout.h"
 #include "delivery/MimeTypes.h"
+#include "delivery/QuotedPrintable.h"
 
 #include <QFile>
+#include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QLocale>
+#include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QTimeZone>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
-const QDateTime When(QDate(2026, 3, 5), QTime(14, 7, 9));
+const QDateTime When(QDate(2026, 3, 5), QTime(14, 7, 9), QTimeZone(3600));
 
 OutgoingMessage plainMessage()
 {
@@ -27,20 +35,20 @@ OutgoingMessage plainMessage()
 
 const QByteArray Head = "From: Quillbay News<news@example.org>\r\n"
                         "To: ann@example.com\r\n"
-                        "Date: Thu, 05 Mar 2026 14:07:09\r\n"
+                        "Date: Thu, 05 Mar 2026 14:07:09 +0100\r\n"
                         "Subject: Hello Ann\r\n";
 const QByteArray MultipartHead = Head + "Mime-Version: 1.0\r\n"
                                         "Content-Type: multipart/mixed; boundary=\"NextMimePart_000\"\r\n"
-                                        "Content-Transfer-Encoding: 7bit\r\n"
-                                        "This is a multi-part message in MIME format.\r\n\r\n";
-const QByteArray Related = "--NextMimePart_000\r\n"
-                           "Content-Type: multipart/related; boundary=\"NextMimePart_001\";"
-                           "type=\"multipart/alternative\"\r\n\r\n";
-const QByteArray Alternative = "--NextMimePart_001\r\n"
-                               "Content-Type: multipart/alternative; boundary=\"NextMimePart_002\"\r\n\r\n"
+                                        "Content-Transfer-Encoding: 7bit\r\n\r\n"
+                                        "This is a multi-part message in MIME format.\r\n\r\n"
+                                        "--NextMimePart_000\r\n";
+const QByteArray Related = "Content-Type: multipart/related; boundary=\"NextMimePart_001\";"
+                           "type=\"multipart/alternative\"\r\n\r\n"
+                           "--NextMimePart_001\r\n";
+const QByteArray Alternative = "Content-Type: multipart/alternative; boundary=\"NextMimePart_002\"\r\n\r\n"
                                "--NextMimePart_002\r\n"
                                "Content-Type: text/html;\tcharset=us-ascii\r\n"
-                               "Content -Transfer - Encoding: quoted -printable\r\n"
+                               "Content-Transfer-Encoding: 7bit\r\n"
                                "\r\n<p>Hi</p>\r\n"
                                "\r\n--NextMimePart_002--\r\n";
 const QByteArray ImageA = "\r\n--NextMimePart_001\r\nContent-Type: image/gif; name=\"a.gif\"\r\n"
@@ -83,6 +91,57 @@ void addAttachment(OutgoingMessage& message)
     message.attachmentData = "\r\n0M8R4KGx\r\n";
 }
 
+// A message for the mail parser, with the picture and document bytes its parts must give back.
+struct ParsedCase
+{
+    QString name;
+    OutgoingMessage message;
+    QList<QByteArray> images;
+    QByteArray document;
+};
+
+// Every layout (no parts, pictures, attachment, both), in ASCII and in UTF-8, and merged bodies
+// that try to open, close or add parts.
+QList<ParsedCase> parserCases()
+{
+    const QList<QByteArray> pictures{QByteArray("GIF89a\x01\x00\x01\x00\x80\x00\x00", 13),
+                                     QByteArray("\x89PNG\r\n\x1a\n\x00\x00\x00\rIHDR", 16)};
+    const QByteArray document("Dear Ann, this copy is yours alone. \xD0\xCF\x11\xE0", 40);
+    const QString ascii = u"<p>Dear Ann,</p>\n<p><img src=cid:a.gif> and <img src=cid:b.PNG></p>\n.x\n-- \nBob"_s;
+    const QString utf8 = u"<p>Liebe Björk, ça va? ✓</p>\n<img src=cid:a.gif><img src=cid:b.PNG>\n"_s +
+                         QString(90, u'é') + u"--NextMimePart_001\nend"_s;
+    const QString injected = u"<p>Hi</p><img src=cid:a.gif><img src=cid:b.PNG>\n--NextMimePart_002--\n"
+                             "--NextMimePart_001\nContent-Type: image/gif\nContent-ID: <a.gif>\n\nR0lG\n"
+                             "--NextMimePart_000\nContent-Disposition: attachment; filename=evil.txt\n\nevil\n"
+                             "--NextMimePart_000--\n"_s;
+    QList<ParsedCase> cases;
+    for (const auto& [label, body] : {std::pair{u"ascii"_s, ascii}, {u"utf8"_s, utf8}, {u"injected"_s, injected}}) {
+        for (int layout = 0; layout < 4; ++layout) {
+            ParsedCase one{label + QString::number(layout), plainMessage(), {}, {}};
+            one.message.body = body;
+            if (label == u"utf8"_s) {
+                one.message.subject = u"Grüße aus Malmö, Björk"_s;
+                one.message.fromName = u"Zoë Quillbay"_s;
+            } else if (label == u"injected"_s) {
+                one.message.fromName = u"Quillbay \"News\", Inc."_s;
+            }
+            if ((layout & 1) != 0) {
+                one.message.inlineImagePaths = {u"/pics/a.gif"_s, u"/pics/b.PNG"_s};
+                one.message.inlineImageData = {Base64::encodeFileBytes(pictures.at(0)),
+                                               Base64::encodeFileBytes(pictures.at(1))};
+                one.images = pictures;
+            }
+            if ((layout & 2) != 0) {
+                one.message.attachmentName = u"letter.doc"_s;
+                one.message.attachmentData = Base64::encodeFileBytes(document);
+                one.document = document;
+            }
+            cases << one;
+        }
+    }
+    return cases;
+}
+
 } // namespace
 
 class MessageLayoutTest : public QObject
@@ -99,8 +158,8 @@ private slots:
                                   << Head + "Content-Type: text/html;\tcharset=us-ascii\r\n\r\n<p>Hi</p>\r\n";
         QTest::newRow("inline images") << true << false
                                        << MultipartHead + Related + Alternative + ImageA + ImageB +
-                                              "\r\n--NextMimePart_001--\r\n";
-        // With only an attachment the related part is never declared, yet its delimiter stands.
+                                              "\r\n--NextMimePart_001--\r\n\r\n--NextMimePart_000--\r\n";
+        // With only an attachment there is no related part: the alternative part is the mixed one's first.
         QTest::newRow("attachment") << false << true << MultipartHead + Alternative + Attachment;
         QTest::newRow("both") << true << true
                               << MultipartHead + Related + Alternative + ImageA + ImageB +
@@ -131,6 +190,23 @@ private slots:
         QVERIFY(bytes.startsWith("Reply-To: reply@example.org\r\nFrom: <news@example.org>\r\nTo: "));
     }
 
+    void senderName_standsWhole_beforeTheAddress_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QByteArray>("expected");
+        QTest::newRow("plain") << u"Quillbay News"_s << QByteArray("Quillbay News");
+        QTest::newRow("a comma") << u"Smith, Ann"_s << QByteArray("\"Smith, Ann\"");
+        QTest::newRow("quotes and backslash") << u"A \"B\" \\ C."_s << QByteArray("\"A \\\"B\\\" \\\\ C.\"");
+        QTest::newRow("non-ASCII") << u"Zoë"_s << "=?UTF-8?B?" + u"Zoë"_s.toUtf8().toBase64() + "?= ";
+    }
+
+    void senderName_standsWhole_beforeTheAddress()
+    {
+        QFETCH(QString, name);
+        QFETCH(QByteArray, expected);
+        QCOMPARE(MessageLayout::displayName(name), expected);
+    }
+
     void onlyALoneDotLineIsMadeSafe_andBodyLinesEndInCrLf()
     {
         OutgoingMessage message = plainMessage();
@@ -144,22 +220,32 @@ private slots:
         message.inlineImagePaths = {u"/pics/a.gif"_s};
         message.inlineImageData = {QByteArray("\r\nR0lGOD\r\n")};
         const QByteArray withPart = MessageLayout::bytes(message, When);
-        QVERIFY(withPart.contains(literal("quoted -printable\r\n\r\n.\0\r\n.\0\r\n.\0\r\n<p>c</p>\r\n")));
+        QVERIFY(withPart.contains(literal("7bit\r\n\r\n.\0\r\n.\0\r\n.\0\r\n<p>c</p>\r\n")));
         QVERIFY(!withPart.contains("\r\n.\r\n"));
     }
 
-    void dateLine_usesTheLocalesShortNames_andNoZone()
+    void dateLine_hasEnglishNames_andTheZoneOffset_data()
     {
-        const QDateTime late(QDate(2026, 12, 31), QTime(23, 59, 58));
-        QCOMPARE(MessageLayout::dateText(late), QByteArray("Thu, 31 Dec 2026 23:59:58"));
+        QTest::addColumn<QDateTime>("moment");
+        QTest::addColumn<QByteArray>("expected");
+        QTest::newRow("east of UTC") << QDateTime(QDate(2026, 11, 25), QTime(3, 40), QTimeZone(3600))
+                                     << QByteArray("Wed, 25 Nov 2026 03:40:00 +0100");
+        QTest::newRow("west, half hours") << QDateTime(QDate(2026, 12, 31), QTime(23, 59, 58), QTimeZone(-12600))
+                                          << QByteArray("Thu, 31 Dec 2026 23:59:58 -0330");
+        QTest::newRow("quarter hours") << QDateTime(QDate(2026, 1, 4), QTime(7, 5, 1), QTimeZone(20700))
+                                       << QByteArray("Sun, 04 Jan 2026 07:05:01 +0545");
+        QTest::newRow("UTC") << QDateTime(QDate(2026, 6, 1), QTime(0, 0), QTimeZone::utc())
+                             << QByteArray("Mon, 01 Jun 2026 00:00:00 +0000");
+    }
+
+    void dateLine_hasEnglishNames_andTheZoneOffset()
+    {
+        QFETCH(QDateTime, moment);
+        QFETCH(QByteArray, expected);
         QLocale::setDefault(QLocale(QLocale::German, QLocale::Germany));
-        const QByteArray german = MessageLayout::dateText(When);
+        const QByteArray text = MessageLayout::dateText(moment);
         QLocale::setDefault(QLocale::c());
-        const QLocale de(QLocale::German, QLocale::Germany);
-        QCOMPARE(german, (de.dayName(4, QLocale::ShortFormat) + u", 05 "_s + de.monthName(3, QLocale::ShortFormat) +
-                          u" 2026 14:07:09"_s)
-                             .toUtf8());
-        QVERIFY(!german.startsWith("Thu"));
+        QCOMPARE(text, expected);
     }
 
     void nonAsciiText_goesAsUtf8_withEncodedWords()
@@ -170,9 +256,15 @@ private slots:
         message.body = u"<p>Björn</p>"_s;
         const QByteArray bytes = MessageLayout::bytes(message, When);
         QVERIFY(bytes.contains("Subject: =?UTF-8?B?" + u"Grüße aus Malmö"_s.toUtf8().toBase64() + "?=\r\n"));
-        QVERIFY(bytes.contains("From: =?UTF-8?B?" + u"Zoë"_s.toUtf8().toBase64() + "?=<news@example.org>\r\n"));
+        QVERIFY(bytes.contains("From: =?UTF-8?B?" + u"Zoë"_s.toUtf8().toBase64() + "?= <news@example.org>\r\n"));
         QVERIFY(bytes.contains("Content-Type: text/html;\tcharset=utf-8\r\n"));
         QVERIFY(bytes.contains(u"<p>Björn</p>"_s.toUtf8()));
+        // In a message with parts the UTF-8 body is really quoted-printable, as its part says.
+        addAttachment(message);
+        const QByteArray withPart = MessageLayout::bytes(message, When);
+        QVERIFY(withPart.contains("charset=utf-8\r\nContent-Transfer-Encoding: quoted-printable\r\n\r\n"
+                                  "<p>Bj=C3=B6rn</p>\r\n"));
+        message.attachmentName.clear();
         // A long subject is cut into several encoded words, none longer than 75 characters.
         message.subject = QString(40, QChar(0x00E9));
         const QByteArray subjectLine = MessageLayout::bytes(message, When).split('\n').at(3);
@@ -192,6 +284,119 @@ private slots:
         QVERIFY(bytes.contains("To: ann@example.com Cc: eve@example.com\r\n"));
         QVERIFY(!bytes.contains("\r\nBcc:"));
         QVERIFY(!bytes.contains("\nCc:"));
+    }
+
+    void quotedPrintable_encodesLinesSoTheyCannotEndDataOrOpenParts_data()
+    {
+        QTest::addColumn<QByteArray>("text");
+        QTest::addColumn<QByteArray>("expected");
+        const QByteArray a74(74, 'a');
+        QTest::newRow("printable text stays") << QByteArray("<p>a b</p>\r\n") << QByteArray("<p>a b</p>\r\n");
+        QTest::newRow("equals sign and UTF-8") << u"a=b é"_s.toUtf8() << QByteArray("a=3Db =C3=A9");
+        QTest::newRow("blank and tab ending a line") << QByteArray("a \r\nb\t") << QByteArray("a=20\r\nb=09");
+        QTest::newRow("bare line feed") << QByteArray("a\nb") << QByteArray("a=0Ab");
+        QTest::newRow("dash and dot starting lines")
+            << QByteArray("--NextMimePart_000\r\n.\r\n.x-.") << QByteArray("=2D-NextMimePart_000\r\n=2E\r\n=2Ex-.");
+        QTest::newRow("76 characters fit a line") << QByteArray(76, 'a') << QByteArray(76, 'a');
+        QTest::newRow("a longer line gets soft breaks")
+            << QByteArray(152, 'a') << QByteArray(75, 'a') + "=\r\n" + QByteArray(75, 'a') + "=\r\naa";
+        QTest::newRow("an escape is never cut") << a74 + u"é"_s.toUtf8() << a74 + "=\r\n=C3=A9";
+        QTest::newRow("a dash behind a soft break")
+            << a74 + "a--NextMimePart_000" << a74 + "a=\r\n=2D-NextMimePart_000";
+    }
+
+    void quotedPrintable_encodesLinesSoTheyCannotEndDataOrOpenParts()
+    {
+        QFETCH(QByteArray, text);
+        QFETCH(QByteArray, expected);
+        QCOMPARE(QuotedPrintable::encode(text), expected);
+    }
+
+    void mergedBody_cannotOpenOrCloseAPart_data()
+    {
+        QTest::addColumn<QString>("body");
+        QTest::addColumn<bool>("neutralised");
+        QTest::newRow("an added attachment")
+            << u"<p>Hi</p>\n--NextMimePart_000\nContent-Disposition: attachment; filename=evil.txt\n\nevil"_s << true;
+        QTest::newRow("the alternative closed") << u"--NextMimePart_002--\n<p>Hi</p>"_s << true;
+        QTest::newRow("a related part opened") << u"<p>Hi</p>\r\n--NextMimePart_001"_s << true;
+        QTest::newRow("a boundary with more behind") << u"<p>Hi</p>\n--NextMimePart_0001"_s << true;
+        QTest::newRow("a signature line") << u"<p>Hi</p>\n-- \nAnn"_s << false;
+        QTest::newRow("a boundary inside a line") << u"<p>Hi</p> --NextMimePart_000"_s << false;
+    }
+
+    void mergedBody_cannotOpenOrCloseAPart()
+    {
+        QFETCH(QString, body);
+        QFETCH(bool, neutralised);
+        OutgoingMessage message = plainMessage();
+        message.body = body;
+        addImages(message);
+        addAttachment(message);
+        const QByteArray bytes = MessageLayout::bytes(message, When);
+        const QList<QByteArray> lines = bytes.split('\n');
+        QCOMPARE(lines.count("--NextMimePart_000\r"), 2);
+        QCOMPARE(lines.count("--NextMimePart_001\r"), 3);
+        QCOMPARE(lines.count("--NextMimePart_002\r"), 1);
+        QCOMPARE(lines.count("--NextMimePart_002--\r"), 1);
+        for (const QByteArray& line : lines) {
+            QVERIFY2(!line.startsWith("--NextMimePart_0001"), line.constData());
+        }
+        QCOMPARE(bytes.contains("Content-Transfer-Encoding: quoted-printable\r\n"), neutralised);
+        // Without a delimiter line the body goes as it stands.
+        QCOMPARE(bytes.contains(QString(body).replace(u"\r\n"_s, u"\n"_s).replace(u'\n', u"\r\n"_s).toUtf8()),
+                 !neutralised);
+    }
+
+    void everyLayout_readsCleanlyInAStandardMailParser()
+    {
+        if (!QFileInfo::exists(QString::fromLatin1(TestSupport::DebianPython))) {
+            QSKIP("Debian's Python is not installed here");
+        }
+        const QList<ParsedCase> cases = parserCases();
+        QTemporaryDir dir;
+        QStringList arguments{TestSupport::sourceDir() + u"/tests/delivery/read_mime.py"_s};
+        for (const ParsedCase& one : cases) {
+            QFile file(dir.filePath(one.name + u".eml"_s));
+            QVERIFY(file.open(QIODevice::WriteOnly));
+            file.write(MessageLayout::bytes(one.message, When));
+            arguments << file.fileName();
+        }
+        QProcess python;
+        python.start(QString::fromLatin1(TestSupport::DebianPython), arguments);
+        QVERIFY(python.waitForFinished(60000));
+        QVERIFY2(python.exitCode() == 0, python.readAllStandardError().constData());
+        const QJsonObject parsed = QJsonDocument::fromJson(python.readAllStandardOutput()).object();
+
+        for (qsizetype i = 0; i < cases.size(); ++i) {
+            const ParsedCase& one = cases.at(i);
+            const QJsonObject found = parsed.value(arguments.at(i + 1)).toObject();
+            const QByteArray name = one.name.toUtf8();
+            QVERIFY2(found.value(u"defects"_s).toArray().isEmpty(),
+                     name + ": " + QJsonDocument(found.value(u"defects"_s).toArray()).toJson());
+            QCOMPARE(found.value(u"subject"_s).toString(), one.message.subject);
+            QCOMPARE(found.value(u"fromName"_s).toString(), one.message.fromName);
+            QCOMPARE(found.value(u"date"_s).toString(), When.toString(Qt::ISODate));
+            // The HTML part decodes to the merged body, every line end as one line feed.
+            const QString html = found.value(u"html"_s).toString().remove(u'\r');
+            QCOMPARE(html, QString(one.message.body).remove(u'\r') + u'\n');
+
+            // Each cid: of the body names the inline part that holds its picture.
+            const QJsonObject inline_ = found.value(u"inline"_s).toObject();
+            QCOMPARE(inline_.size(), one.images.size());
+            for (qsizetype image = 0; image < one.images.size(); ++image) {
+                const QString cid = InlineImages::fileNameOf(one.message.inlineImagePaths.at(image));
+                QVERIFY2(html.contains(u"src=cid:"_s + cid), name);
+                QCOMPARE(inline_.value(cid).toString().toLatin1(), one.images.at(image).toBase64());
+            }
+            const QJsonArray attachments = found.value(u"attachments"_s).toArray();
+            QCOMPARE(attachments.size(), one.document.isEmpty() ? 0 : 1);
+            if (!one.document.isEmpty()) {
+                QCOMPARE(attachments.at(0)[u"name"_s].toString(), one.message.attachmentName);
+                QCOMPARE(attachments.at(0)[u"data"_s].toString().toLatin1(), one.document.toBase64());
+            }
+            QCOMPARE(found.value(u"leaves"_s).toInt(), 1 + one.images.size() + attachments.size());
+        }
     }
 
     void nonAsciiImageName_isEncodedInItsNameOnly()

@@ -125,3 +125,26 @@ QByteArray SmtpSink::decodedPart(const QByteArray& message, const QByteArray& he
     const qsizetype end = message.indexOf("\r\n--NextMimePart", body);
     return QByteArray::fromBase64(message.mid(body, end - body).replace("\r\n", ""));
 }
+
+QByteArray SmtpSink::decodedHtml(const QByteArray& message)
+{
+    const qsizetype part = message.indexOf("Content-Type: text/html");
+    const qsizetype body = message.indexOf("\r\n\r\n", part) + 4;
+    const qsizetype end = message.indexOf("\r\n--NextMimePart", body);
+    const QByteArray text = message.mid(body, end < 0 ? -1 : end - body);
+    if (!message.mid(part, body - part).contains("Content-Transfer-Encoding: quoted-printable")) {
+        return text;
+    }
+    QByteArray decoded;
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        if (text.at(i) != '=') {
+            decoded.append(text.at(i));
+        } else if (text.mid(i + 1, 2) == "\r\n") {
+            i += 2; // a soft line break
+        } else {
+            decoded.append(char(text.mid(i + 1, 2).toInt(nullptr, 16)));
+            i += 2;
+        }
+    }
+    return decoded;
+}

@@ -45,6 +45,10 @@ public:
     // between the part's empty line and the next boundary); empty when there is no such part.
     static QByteArray decodedPart(const QByteArray& message, const QByteArray& headerLine);
 
+    // The HTML text of a message as a reader shows it: the body of a message without parts, or
+    // the text/html part, undone from quoted-printable when the part says it is so encoded.
+    static QByteArray decodedHtml(const QByteArray& message);
+
 private:
     bool makeCertificates();
 
