@@ -1,7 +1,7 @@
 #include "EmlWriter.h"
 
 #include <QDateTime>
-#include <QFile>
+#include <QSaveFile>
 
 using namespace Qt::StringLiterals;
 
@@ -12,12 +12,15 @@ EmlWriter::EmlWriter(QString folder)
 
 MailTransport::Outcome EmlWriter::SendSmtpMessage(const OutgoingMessage& message, const QString&)
 {
-    QFile file(m_folder + u"/%1.eml"_s.arg(m_written + 1, 5, 10, QChar(u'0')));
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
-        m_failure = file.errorString();
-        return Outcome::Raised;
+    // A file of an earlier run under the same name is replaced only by a complete new one.
+    QSaveFile file(m_folder + u"/%1.eml"_s.arg(m_written + 1, 5, 10, QChar(u'0')));
+    if (file.open(QIODevice::WriteOnly)) {
+        file.write(MessageLayout::bytes(message, QDateTime::currentDateTime()));
+        if (file.commit()) {
+            ++m_written;
+            return Outcome::Accepted;
+        }
     }
-    file.write(MessageLayout::bytes(message, QDateTime::currentDateTime()));
-    ++m_written;
-    return Outcome::Accepted;
+    m_failure = file.errorString();
+    return Outcome::Raised;
 }
