@@ -79,22 +79,34 @@ void guardLoneDots(QByteArray& text)
     }
 }
 
-// True when a line of the text begins with "--" and one of the boundaries, so that a reader
-// could take it for a delimiter (also "--NextMimePart_0001", which lenient readers do).
-bool holdsDelimiterLine(const QByteArray& crlfText)
+// True when the text cannot go as 7bit: a line is longer than the 998 characters mail allows, or
+// begins with "--" and one of the boundaries, so that a reader could take it for a delimiter
+// (also "--NextMimePart_0001", which lenient readers do).
+bool needsQuoting(const QByteArray& crlfText)
 {
-    for (const QByteArray& boundary : {Mixed, Related, Alternative}) {
-        const QByteArray line = "--" + boundary;
-        if (crlfText.startsWith(line) || crlfText.contains("\n" + line)) {
+    constexpr qsizetype MaxLine = 998;
+    static const QByteArray delimiters[] = {"--" + Mixed, "--" + Related, "--" + Alternative};
+    qsizetype lineStart = 0;
+    while (lineStart <= crlfText.size()) {
+        qsizetype lineEnd = crlfText.indexOf("\r\n", lineStart);
+        if (lineEnd < 0) {
+            lineEnd = crlfText.size();
+        }
+        const QByteArrayView line(crlfText.constData() + lineStart, lineEnd - lineStart);
+        if (line.size() > MaxLine ||
+            std::any_of(std::begin(delimiters), std::end(delimiters),
+                        [line](const QByteArray& delimiter) { return line.startsWith(delimiter); })) {
             return true;
         }
+        lineStart = lineEnd + 2;
     }
     return false;
 }
 
 // The HTML part's body and the transfer encoding it really has: ASCII text goes as it stands,
-// as 7bit. UTF-8 text, and text in which a merged value put a delimiter line, go quoted-printable,
-// where no line can start with "--": such a value shows as text and cannot open or close a part.
+// as 7bit. UTF-8 text, and text with a line too long or a line a merged value made a delimiter,
+// go quoted-printable, where no line can start with "--": such a value shows as text and cannot
+// open or close a part.
 struct BodyCoding
 {
     QByteArray encoding;
@@ -103,7 +115,7 @@ struct BodyCoding
 
 BodyCoding htmlPartBody(const QByteArray& crlfText, bool ascii)
 {
-    if (ascii && !holdsDelimiterLine(crlfText)) {
+    if (ascii && !needsQuoting(crlfText)) {
         return {"7bit", crlfText};
     }
     return {"quoted-printable", QuotedPrintable::encode(crlfText)};

@@ -27,9 +27,9 @@ struct OutgoingMessage
 // well-formed multipart/mixed: it holds the HTML alone under multipart/alternative (inside a
 // multipart/related with the images when there are any), then the attachment; every multipart
 // is opened by its first delimiter and closed by its closing one. The HTML part is 7bit when it
-// is ASCII, else quoted-printable; it is quoted-printable also when a line of it starts like a
-// delimiter, so no merged value can open or close a part. The only transparency step turns a
-// line of one dot into a dot and a zero character.
+// is ASCII, else quoted-printable; it is quoted-printable also when a line of it is longer than
+// 998 characters or starts like a delimiter, so no merged value can open or close a part. The
+// only transparency step turns a line of one dot into a dot and a zero character.
 // A message that is all ASCII goes out exactly so. Non-ASCII text goes as UTF-8: the subject and
 // the display name as encoded words, the body labelled charset=utf-8. A CR or LF inside a header
 // value becomes a blank, so no merged value can add a header line.

@@ -113,7 +113,8 @@ QList<ParsedCase> parserCases()
     const QString injected = u"<p>Hi</p><img src=cid:a.gif><img src=cid:b.PNG>\n--NextMimePart_002--\n"
                              "--NextMimePart_001\nContent-Type: image/gif\nContent-ID: <a.gif>\n\nR0lG\n"
                              "--NextMimePart_000\nContent-Disposition: attachment; filename=evil.txt\n\nevil\n"
-                             "--NextMimePart_000--\n"_s;
+                             "--NextMimePart_000--\n<p>"_s +
+                             QString(1200, u'x') + u"</p>"_s;
     QList<ParsedCase> cases;
     for (const auto& [label, body] : {std::pair{u"ascii"_s, ascii}, {u"utf8"_s, utf8}, {u"injected"_s, injected}}) {
         for (int layout = 0; layout < 4; ++layout) {
@@ -312,10 +313,10 @@ private slots:
         QCOMPARE(QuotedPrintable::encode(text), expected);
     }
 
-    void mergedBody_cannotOpenOrCloseAPart_data()
+    void htmlPart_isQuoted_whenALineCouldBeADelimiterOrIsTooLong_data()
     {
         QTest::addColumn<QString>("body");
-        QTest::addColumn<bool>("neutralised");
+        QTest::addColumn<bool>("quoted");
         QTest::newRow("an added attachment")
             << u"<p>Hi</p>\n--NextMimePart_000\nContent-Disposition: attachment; filename=evil.txt\n\nevil"_s << true;
         QTest::newRow("the alternative closed") << u"--NextMimePart_002--\n<p>Hi</p>"_s << true;
@@ -323,12 +324,15 @@ private slots:
         QTest::newRow("a boundary with more behind") << u"<p>Hi</p>\n--NextMimePart_0001"_s << true;
         QTest::newRow("a signature line") << u"<p>Hi</p>\n-- \nAnn"_s << false;
         QTest::newRow("a boundary inside a line") << u"<p>Hi</p> --NextMimePart_000"_s << false;
+        // 7bit text has lines of at most 998 characters.
+        QTest::newRow("a line of 998") << u"<p>"_s + QString(991, u'a') + u"</p>\n"_s << false;
+        QTest::newRow("a line of 999") << u"<p>"_s + QString(992, u'a') + u"</p>\n"_s << true;
     }
 
-    void mergedBody_cannotOpenOrCloseAPart()
+    void htmlPart_isQuoted_whenALineCouldBeADelimiterOrIsTooLong()
     {
         QFETCH(QString, body);
-        QFETCH(bool, neutralised);
+        QFETCH(bool, quoted);
         OutgoingMessage message = plainMessage();
         message.body = body;
         addImages(message);
@@ -342,10 +346,9 @@ private slots:
         for (const QByteArray& line : lines) {
             QVERIFY2(!line.startsWith("--NextMimePart_0001"), line.constData());
         }
-        QCOMPARE(bytes.contains("Content-Transfer-Encoding: quoted-printable\r\n"), neutralised);
-        // Without a delimiter line the body goes as it stands.
-        QCOMPARE(bytes.contains(QString(body).replace(u"\r\n"_s, u"\n"_s).replace(u'\n', u"\r\n"_s).toUtf8()),
-                 !neutralised);
+        QCOMPARE(bytes.contains("Content-Transfer-Encoding: quoted-printable\r\n"), quoted);
+        // A body that needs no quoting goes as it stands.
+        QCOMPARE(bytes.contains(QString(body).replace(u"\r\n"_s, u"\n"_s).replace(u'\n', u"\r\n"_s).toUtf8()), !quoted);
     }
 
     void everyLayout_readsCleanlyInAStandardMailParser()
