@@ -14,8 +14,8 @@
 #include "delivery/InlineImages.h"
 #include "delivery/MessageLayout.h"
 #include "delivery/SmtpSendRun.h"
-#include "wizard/TokenEngine.h"
-#include "wizard/WindowlessRunView.h"
+#include "merge/TokenEngine.h"
+#include "merge/WindowlessRunView.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>

@@ -5,9 +5,9 @@
 // the ratios.
 
 #include "contacts/ContactTable.h"
-#include "wizard/PostalMergeRun.h"
-#include "wizard/TokenEngine.h"
-#include "wizard/WindowlessRunView.h"
+#include "merge/PostalMergeRun.h"
+#include "merge/TokenEngine.h"
+#include "merge/WindowlessRunView.h"
 #include "wordlink/BridgeDocument.h"
 #include "wordlink/OfficeBridge.h"
 

@@ -4,7 +4,7 @@
 #include "contacts/ContactTable.h"
 #include "contacts/FieldMap.h"
 #include "core/Result.h"
-#include "wizard/TokenEngine.h"
+#include "merge/TokenEngine.h"
 
 #include <QString>
 #include <QStringList>

@@ -6,8 +6,8 @@
 #include "Interruption.h"
 #include "core/CommonRoutines.h"
 #include "core/TextUtil.h"
-#include "wizard/PostalMergeRun.h"
-#include "wizard/WindowlessRunView.h"
+#include "merge/PostalMergeRun.h"
+#include "merge/WindowlessRunView.h"
 
 #include <QDir>
 #include <QFileInfo>

@@ -13,8 +13,8 @@
 #include "delivery/MergedAttachment.h"
 #include "delivery/SmtpConversation.h"
 #include "delivery/SmtpSendRun.h"
-#include "wizard/DocumentMerge.h"
-#include "wizard/WindowlessRunView.h"
+#include "merge/DocumentMerge.h"
+#include "merge/WindowlessRunView.h"
 
 #include <QDir>
 #include <QFile>

@@ -10,7 +10,7 @@
 #include "core/SettingsKeys.h"
 #include "core/TextDecoding.h"
 #include "core/Twips.h"
-#include "wizard/TokenEngine.h"
+#include "merge/TokenEngine.h"
 #include "wordlink/PdfExport.h"
 #include "wordlink/WordStatus.h"
 #include "wordlink/ui/FirstPageRenderer.h"

@@ -2,8 +2,8 @@
 
 #include "core/AppPaths.h"
 #include "core/TextUtil.h"
-#include "wizard/DocumentMerge.h"
-#include "wizard/TokenEngine.h"
+#include "merge/DocumentMerge.h"
+#include "merge/TokenEngine.h"
 #include "wordlink/DocumentEngine.h"
 #include "wordlink/WordStatus.h"
 

@@ -4,8 +4,8 @@
 #include "Base64.h"
 #include "InlineImages.h"
 #include "core/TextUtil.h"
-#include "wizard/RunView.h"
-#include "wizard/TokenEngine.h"
+#include "merge/RunView.h"
+#include "merge/TokenEngine.h"
 
 using namespace Qt::StringLiterals;
 

@@ -2,7 +2,7 @@
 #include "TestSupport.h"
 #include "contacts/ContactTable.h"
 #include "delivery/SmtpSendRun.h"
-#include "wizard/TokenEngine.h"
+#include "merge/TokenEngine.h"
 
 #include <QElapsedTimer>
 #include <QHostInfo>

@@ -4,7 +4,7 @@
 #include "contacts/ContactTable.h"
 #include "delivery/AttachmentSource.h"
 #include "delivery/SmtpSendRun.h"
-#include "wizard/TokenEngine.h"
+#include "merge/TokenEngine.h"
 
 #include <QFile>
 #include <QJsonArray>

@@ -5,7 +5,7 @@
 #include "contacts/DelimitedText.h"
 #include "contacts/FieldMap.h"
 #include "core/Result.h"
-#include "wizard/TokenEngine.h"
+#include "merge/TokenEngine.h"
 
 #include <QWidget>
 

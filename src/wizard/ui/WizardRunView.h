@@ -1,6 +1,6 @@
 #pragma once
 
-#include "wizard/RunView.h"
+#include "merge/RunView.h"
 
 class FrmMailMerge;
 

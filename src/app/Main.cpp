@@ -1,6 +1,6 @@
 #include "Main.h"
 
-#include "FrmSplash.h"
+#include "core/FrmSplash.h"
 #include "delivery/FrmSmtp.h"
 #include "delivery/SmtpAccount.h"
 #include "explorer/FrmFileList.h"

@@ -3,7 +3,7 @@
 #include "core/Dialogs.h"
 #include "core/FrmSplash.h"
 #include "core/FrmWelcome.h"
-#include "core/Main.h"
+#include "app/Main.h"
 #include "core/SettingsKeys.h"
 #include "explorer/FrmFileList.h"
 

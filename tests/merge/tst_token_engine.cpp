@@ -1,7 +1,7 @@
 #include "TestSupport.h"
 #include "contacts/ContactTable.h"
 #include "core/ListSeparator.h"
-#include "wizard/TokenEngine.h"
+#include "merge/TokenEngine.h"
 
 #include <QTest>
 

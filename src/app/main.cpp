@@ -1,7 +1,7 @@
 #include "Main.h"
 
-#include "DesktopTheme.h"
-#include "WidgetMessagePresenter.h"
+#include "core/DesktopTheme.h"
+#include "core/WidgetMessagePresenter.h"
 
 #include <QApplication>
 

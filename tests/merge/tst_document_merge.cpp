@@ -2,8 +2,8 @@
 #include "contacts/ContactTable.h"
 #include "core/ListSeparator.h"
 #include "core/SettingsKeys.h"
-#include "wizard/DocumentMerge.h"
-#include "wizard/TokenEngine.h"
+#include "merge/DocumentMerge.h"
+#include "merge/TokenEngine.h"
 #include "wordlink/DocumentEngine.h"
 
 #include <QFile>
