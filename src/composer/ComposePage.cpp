@@ -23,6 +23,7 @@
 #include <QFontDatabase>
 #include <QFontInfo>
 #include <QHBoxLayout>
+#include <QHash>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
@@ -508,49 +509,98 @@ void ComposePage::deleteSelection()
 
 void ComposePage::TbEdit_ButtonClick(const QString& key)
 {
+    using Action = void (*)(ComposePage&);
+    // Each toolbar key and what it does to the text; a key not listed does nothing.
+    static const QHash<QString, Action> actions{
+        {u"OPEN"_s,
+         [](ComposePage& page) {
+             page.OpenHtmlFile();
+         }},
+        {u"SAVE"_s,
+         [](ComposePage& page) {
+             page.SaveHtmlFile();
+         }},
+        {u"Bold"_s,
+         [](ComposePage& page) {
+             QTextEdit* text = page.dhtCompose;
+             text->setFontWeight(text->fontWeight() >= QFont::Bold ? QFont::Normal : QFont::Bold);
+         }},
+        {u"Italic"_s,
+         [](ComposePage& page) {
+             page.dhtCompose->setFontItalic(!page.dhtCompose->fontItalic());
+         }},
+        {u"UnderLine"_s,
+         [](ComposePage& page) {
+             page.dhtCompose->setFontUnderline(!page.dhtCompose->fontUnderline());
+         }},
+        {u"Left"_s,
+         [](ComposePage& page) {
+             page.dhtCompose->setAlignment(Qt::AlignLeft);
+         }},
+        {u"Center"_s,
+         [](ComposePage& page) {
+             page.dhtCompose->setAlignment(Qt::AlignHCenter);
+         }},
+        {u"Right"_s,
+         [](ComposePage& page) {
+             page.dhtCompose->setAlignment(Qt::AlignRight);
+         }},
+        {u"Numbers"_s,
+         [](ComposePage& page) {
+             page.toggleList(QTextListFormat::ListDecimal);
+         }},
+        {u"Bullets"_s,
+         [](ComposePage& page) {
+             page.toggleList(QTextListFormat::ListDisc);
+         }},
+        {u"Indent"_s,
+         [](ComposePage& page) {
+             page.indent(1);
+         }},
+        {u"Outdent"_s,
+         [](ComposePage& page) {
+             page.indent(-1);
+         }},
+        {u"HColor"_s,
+         [](ComposePage& page) {
+             page.applyColor(u"HC"_s, page.picHColor);
+         }},
+        {u"Color"_s,
+         [](ComposePage& page) {
+             page.applyColor(u"C"_s, page.picColor);
+         }},
+        {u"Link"_s,
+         [](ComposePage& page) {
+             page.insertLink();
+         }},
+        {u"Picture"_s,
+         [](ComposePage& page) {
+             page.insertPicture();
+         }},
+        {u"CUT"_s,
+         [](ComposePage& page) {
+             page.dhtCompose->cut();
+         }},
+        {u"COPY"_s,
+         [](ComposePage& page) {
+             page.dhtCompose->copy();
+         }},
+        {u"PASTE"_s,
+         [](ComposePage& page) {
+             page.dhtCompose->paste();
+         }},
+        {u"UNDO"_s,
+         [](ComposePage& page) {
+             page.dhtCompose->undo();
+         }},
+        {u"REDO"_s,
+         [](ComposePage& page) {
+             page.dhtCompose->redo();
+         }},
+    };
     framColor->setVisible(false);
-    if (key == u"OPEN"_s) {
-        OpenHtmlFile();
-    } else if (key == u"SAVE"_s) {
-        SaveHtmlFile();
-    } else if (key == u"Bold"_s) {
-        dhtCompose->setFontWeight(dhtCompose->fontWeight() >= QFont::Bold ? QFont::Normal : QFont::Bold);
-    } else if (key == u"Italic"_s) {
-        dhtCompose->setFontItalic(!dhtCompose->fontItalic());
-    } else if (key == u"UnderLine"_s) {
-        dhtCompose->setFontUnderline(!dhtCompose->fontUnderline());
-    } else if (key == u"Left"_s) {
-        dhtCompose->setAlignment(Qt::AlignLeft);
-    } else if (key == u"Center"_s) {
-        dhtCompose->setAlignment(Qt::AlignHCenter);
-    } else if (key == u"Right"_s) {
-        dhtCompose->setAlignment(Qt::AlignRight);
-    } else if (key == u"Numbers"_s) {
-        toggleList(QTextListFormat::ListDecimal);
-    } else if (key == u"Bullets"_s) {
-        toggleList(QTextListFormat::ListDisc);
-    } else if (key == u"Indent"_s) {
-        indent(1);
-    } else if (key == u"Outdent"_s) {
-        indent(-1);
-    } else if (key == u"HColor"_s) {
-        applyColor(u"HC"_s, picHColor);
-    } else if (key == u"Color"_s) {
-        applyColor(u"C"_s, picColor);
-    } else if (key == u"Link"_s) {
-        insertLink();
-    } else if (key == u"Picture"_s) {
-        insertPicture();
-    } else if (key == u"CUT"_s) {
-        dhtCompose->cut();
-    } else if (key == u"COPY"_s) {
-        dhtCompose->copy();
-    } else if (key == u"PASTE"_s) {
-        dhtCompose->paste();
-    } else if (key == u"UNDO"_s) {
-        dhtCompose->undo();
-    } else if (key == u"REDO"_s) {
-        dhtCompose->redo();
+    if (const Action action = actions.value(key)) {
+        action(*this);
     }
 }
 

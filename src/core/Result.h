@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QString>
+#include <QtGlobal>
 
 #include <optional>
 #include <utility>
@@ -29,13 +30,33 @@ public:
 
     bool ok() const { return m_value.has_value(); }
     explicit operator bool() const { return ok(); }
-    const T& value() const& { return *m_value; }
-    T& value() & { return *m_value; }
-    T&& value() && { return std::move(*m_value); }
-    const T* operator->() const { return &*m_value; }
+    // Asking a failure for its value is a fault of the caller, caught in every build.
+    const T& value() const&
+    {
+        expectValue();
+        return *m_value;
+    }
+    T& value() &
+    {
+        expectValue();
+        return *m_value;
+    }
+    T&& value() &&
+    {
+        expectValue();
+        return std::move(*m_value);
+    }
+    const T* operator->() const { return &value(); }
     const Error& error() const { return m_error; }
 
 private:
+    void expectValue() const
+    {
+        if (!ok()) {
+            qFatal("Result::value() asked of a failed step: %s", qUtf8Printable(m_error.message));
+        }
+    }
+
     std::optional<T> m_value;
     Error m_error;
 };

@@ -11,6 +11,7 @@
 #include "core/SettingsKeys.h"
 #include "core/TextUtil.h"
 #include "core/Twips.h"
+#include "core/WaitCursor.h"
 #include "wordlink/UserOffice.h"
 
 #include <QAction>
@@ -344,7 +345,7 @@ QWidget* FrmFileList::buildPanes()
 
 void FrmFileList::Form_Load(const std::function<void(const QString&)>& progress)
 {
-    QApplication::setOverrideCursor(Qt::WaitCursor);
+    const WaitCursor wait;
     m_loading = true;
 
     WindowPlacement::restore(this, MainRect);
@@ -396,7 +397,6 @@ void FrmFileList::Form_Load(const std::function<void(const QString&)>& progress)
     m_helpFile = AppPaths::helpFile();
 
     progress(u"Completed..."_s);
-    QApplication::restoreOverrideCursor();
 }
 
 void FrmFileList::resizeEvent(QResizeEvent* event)
@@ -690,9 +690,8 @@ void FrmFileList::MnuRecentDoc_Click(int index)
 
 void FrmFileList::NewWordDocument()
 {
-    QApplication::setOverrideCursor(Qt::WaitCursor);
+    const WaitCursor wait;
     wordlink::openForUser({});
-    QApplication::restoreOverrideCursor();
 }
 
 void FrmFileList::ChooseWordDocument()
@@ -708,9 +707,11 @@ void FrmFileList::ChooseWordDocument()
 void FrmFileList::OpenWordDocument(const QString& path)
 {
     // The document goes to the office suite's visible writer, which stays with the user.
-    QApplication::setOverrideCursor(Qt::WaitCursor);
-    const bool opened = wordlink::openForUser(path);
-    QApplication::restoreOverrideCursor();
+    bool opened = false;
+    {
+        const WaitCursor wait;
+        opened = wordlink::openForUser(path);
+    }
     if (!opened) {
         MessageBoxes::information(u"The document name or path is not valid"_s);
     }

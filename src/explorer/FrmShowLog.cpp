@@ -6,6 +6,7 @@
 #include "core/MessageBoxes.h"
 #include "core/SettingsKeys.h"
 #include "core/Twips.h"
+#include "core/WaitCursor.h"
 #include "wordlink/UserOffice.h"
 #include "wordlink/WordStatus.h"
 
@@ -105,16 +106,16 @@ void FrmShowLog::tmrStart_Timer()
 
 void FrmShowLog::LoadLog()
 {
-    QApplication::setOverrideCursor(Qt::WaitCursor);
-    // A log that cannot be read (gone since the command looked for it) reads as an empty one.
-    QFile log(AppPaths::file(u"Log.Dat"_s));
-    if (log.open(QIODevice::ReadOnly)) {
-        for (const QString& line : RecentDocuments::logLines(log.readAll())) {
-            AddLogEntry(line);
+    {
+        const WaitCursor wait;
+        // A log that cannot be read (gone since the command looked for it) reads as an empty one.
+        QFile log(AppPaths::file(u"Log.Dat"_s));
+        if (log.open(QIODevice::ReadOnly)) {
+            for (const QString& line : RecentDocuments::logLines(log.readAll())) {
+                AddLogEntry(line);
+            }
         }
-        log.close();
     }
-    QApplication::restoreOverrideCursor();
     if (lvList->topLevelItemCount() == 0) {
         close();
         return;

@@ -1,4 +1,5 @@
 #include "TestSupport.h"
+#include "app/Main.h"
 #include "composer/ComposePage.h"
 #include "composer/ComposerToolbar.h"
 #include "core/AppPaths.h"
@@ -6,7 +7,6 @@
 #include "core/Dialogs.h"
 #include "core/FrmSplash.h"
 #include "core/FrmWelcome.h"
-#include "app/Main.h"
 #include "core/SettingsKeys.h"
 #include "delivery/FrmSmtp.h"
 #include "explorer/FrmFileList.h"
@@ -38,7 +38,7 @@
 using namespace Qt::StringLiterals;
 
 // Opens every window of the program on sample data and saves one picture of each into the
-// folder named by QUILLBAY_SCREENSHOTS (or "screenshots" beside the test). New windows add a
+// folder named by QUILLBAY_SCREENSHOTS (or "quillbay-screenshots" in the temporary folder). New windows add a
 // row to shots_data().
 class ScreenshotsTest : public QObject
 {
@@ -67,7 +67,7 @@ private slots:
     {
         TestSupport::isolateUserFolders();
         useDesktopIconTheme();
-        m_folder = qEnvironmentVariable("QUILLBAY_SCREENSHOTS", QDir::currentPath() + u"/screenshots"_s);
+        m_folder = qEnvironmentVariable("QUILLBAY_SCREENSHOTS", QDir::tempPath() + u"/quillbay-screenshots"_s);
         QDir().mkpath(m_folder);
         m_documents = TestSupport::homeFolder() + u"/Documents"_s;
         QDir().mkpath(m_documents);

@@ -14,6 +14,7 @@
 #include "core/SettingsKeys.h"
 #include "core/TextUtil.h"
 #include "core/Twips.h"
+#include "core/WaitCursor.h"
 #include "delivery/FrmSmtp.h"
 #include "delivery/MergedAttachment.h"
 #include "delivery/SmtpAccount.h"
@@ -60,16 +61,6 @@ const QString NextCaption = u"Next>>"_s;
 const QString StartCaption = u"Start"_s;
 const QString FinishCaption = u"Finish"_s;
 const QString ProcessCancelled = u"Process Cancelled!"_s;
-
-// A wait cursor for the length of a step.
-class WaitCursor
-{
-public:
-    WaitCursor() { QApplication::setOverrideCursor(Qt::WaitCursor); }
-    ~WaitCursor() { QApplication::restoreOverrideCursor(); }
-    WaitCursor(const WaitCursor&) = delete;
-    WaitCursor& operator=(const WaitCursor&) = delete;
-};
 
 bool endsWithUpper(const QString& name, const QString& suffix)
 {

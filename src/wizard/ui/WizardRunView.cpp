@@ -80,12 +80,11 @@ void WizardRunView::showRunPage(const QString& tabCaption)
 
 void WizardRunView::setWaitCursor(bool waiting)
 {
-    if (waiting && !m_waiting) {
-        QApplication::setOverrideCursor(Qt::WaitCursor);
-    } else if (!waiting && m_waiting) {
-        QApplication::restoreOverrideCursor();
+    if (waiting && !m_wait) {
+        m_wait.emplace();
+    } else if (!waiting) {
+        m_wait.reset();
     }
-    m_waiting = waiting;
 }
 
 void WizardRunView::showSmtpSettings()

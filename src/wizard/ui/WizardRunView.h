@@ -1,6 +1,9 @@
 #pragma once
 
+#include "core/WaitCursor.h"
 #include "merge/RunView.h"
+
+#include <optional>
 
 class FrmMailMerge;
 
@@ -29,5 +32,5 @@ public:
 
 private:
     FrmMailMerge& m_wizard;
-    bool m_waiting = false;
+    std::optional<WaitCursor> m_wait;
 };
