@@ -13,6 +13,7 @@
 #include "core/Twips.h"
 #include "core/WaitCursor.h"
 #include "wordlink/UserOffice.h"
+#include "wordlink/WordDocumentNames.h"
 
 #include <QAction>
 #include <QApplication>
@@ -84,12 +85,6 @@ bool hasSubfolders(const QString& path)
 }
 
 const StoredRect MainRect{Keys::MainLeft, Keys::MainTop, Keys::MainWidth, Keys::MainHeight};
-
-bool isWordDocumentName(const QString& name)
-{
-    const QString suffix = QFileInfo(name).suffix().toUpper();
-    return suffix == u"DOC"_s || suffix == u"DOCX"_s || suffix == u"RTF"_s;
-}
 
 } // namespace
 
@@ -568,7 +563,7 @@ void FrmFileList::fillDocumentList(const QString& folder)
     m_lvList->clear();
     const QFileInfoList files = QDir(folder).entryInfoList(QDir::Files, QDir::Name | QDir::IgnoreCase);
     for (const QFileInfo& file : files) {
-        if (!isWordDocumentName(file.fileName()) || file.fileName().startsWith(u'~')) {
+        if (!wordlink::isListedWordDocument(file.fileName()) || file.fileName().startsWith(u'~')) {
             continue;
         }
         auto* item = new QTreeWidgetItem(m_lvList);
@@ -698,8 +693,7 @@ void FrmFileList::ChooseWordDocument()
 {
     // The caption names .doc; the patterns let .docx through as well.
     const QString name = Dialogs::ShowFileDialog(u"Word Documents (*.doc)|*.doc;*.docx"_s, {}, this);
-    const QString upper = name.toUpper();
-    if (upper.endsWith(u"DOC"_s) || upper.endsWith(u"DOCX"_s)) {
+    if (wordlink::endsAsWordDocument(name)) {
         OpenWordDocument(name);
     }
 }

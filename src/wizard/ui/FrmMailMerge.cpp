@@ -24,6 +24,7 @@
 #include "wizard/WizardMemory.h"
 #include "wordlink/DocumentEngine.h"
 #include "wordlink/UserOffice.h"
+#include "wordlink/WordDocumentNames.h"
 #include "wordlink/WordStatus.h"
 
 #include <QAction>
@@ -61,17 +62,6 @@ const QString NextCaption = u"Next>>"_s;
 const QString StartCaption = u"Start"_s;
 const QString FinishCaption = u"Finish"_s;
 const QString ProcessCancelled = u"Process Cancelled!"_s;
-
-bool endsWithUpper(const QString& name, const QString& suffix)
-{
-    return name.toUpper().endsWith(suffix);
-}
-
-// A Word document by its name: ".doc" or ".docx", in any letter case.
-bool isWordDocumentName(const QString& name)
-{
-    return endsWithUpper(name, u"DOC"_s) || endsWithUpper(name, u"DOCX"_s);
-}
 
 } // namespace
 
@@ -951,7 +941,7 @@ void FrmMailMerge::CmdBrowseTemplate_Click(int index)
     if (name.isEmpty()) {
         return;
     }
-    if (!isWordDocumentName(name)) {
+    if (!wordlink::endsAsWordDocument(name)) {
         MessageBoxes::information(u"Not a Legal Source"_s);
         return;
     }
@@ -1024,7 +1014,7 @@ void FrmMailMerge::BrowseOutputTarget(int option)
         if (name.isEmpty()) {
             return;
         }
-        if (!isWordDocumentName(name)) {
+        if (!wordlink::endsAsWordDocument(name)) {
             MessageBoxes::information(u"Not a Legal Source"_s);
             return;
         }
