@@ -14,6 +14,35 @@ namespace wordlink {
 
 namespace {
 
+// Real documents nest tables in tables a few dozen levels at most; the walks over the text are
+// recursive, so a part nested deeper is refused before any walk starts.
+constexpr int MaxNesting = 1000;
+
+// How deep the elements of a part go, counted without recursion.
+int nestingDepth(const pugi::xml_node& root)
+{
+    int depth = 0;
+    int deepest = 0;
+    pugi::xml_node node = root.first_child();
+    while (node) {
+        deepest = qMax(deepest, depth);
+        if (node.first_child()) {
+            node = node.first_child();
+            ++depth;
+            continue;
+        }
+        while (node && !node.next_sibling()) {
+            node = node.parent();
+            --depth;
+            if (node == root) {
+                return deepest;
+            }
+        }
+        node = node ? node.next_sibling() : node;
+    }
+    return deepest;
+}
+
 enum DocumentError
 {
     Malformed = 20,
@@ -110,6 +139,9 @@ Status NativeDocument::load()
     }
     if (!body()) {
         return Error{NoBody, u"the document has no body"_s};
+    }
+    if (nestingDepth(m_xml) > MaxNesting) {
+        return Error{Malformed, u"the document's text is nested deeper than any document is"_s};
     }
     return {};
 }

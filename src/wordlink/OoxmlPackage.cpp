@@ -134,36 +134,65 @@ Result<QByteArray> OoxmlPackage::packed() const
     if (m_changed.isEmpty()) {
         return m_bytes;
     }
-    // The package is rebuilt in memory: unchanged entries are copied as they are compressed,
-    // only the changed parts are compressed anew.
+    // The new package is built in a buffer of its own, entry by entry in the old order: unchanged
+    // entries are copied as they are compressed, only the changed parts are compressed anew. The
+    // old package is only ever read, so libzip never takes hold of the bytes it came from.
     zip_error_t error;
     zip_error_init(&error);
-    zip_source_t* source =
-        zip_source_buffer_create(m_bytes.constData(), static_cast<zip_uint64_t>(m_bytes.size()), 0, &error);
-    zip* archive = source != nullptr ? zip_open_from_source(source, 0, &error) : nullptr;
+    zip_source_t* target = zip_source_buffer_create(nullptr, 0, 0, &error);
+    zip* archive = target != nullptr ? zip_open_from_source(target, ZIP_CREATE | ZIP_TRUNCATE, &error) : nullptr;
+    zip_error_fini(&error);
     if (archive == nullptr) {
-        zip_source_free(source);
-        zip_error_fini(&error);
+        zip_source_free(target);
         return Error{Unwritable, u"the document cannot be written"_s};
     }
-    zip_error_fini(&error);
-    zip_source_keep(source); // it holds the result once the archive is closed
+    zip_source_keep(target); // it holds the result once the archive is closed
     const auto fail = [&](const QString& text) {
         zip_discard(archive);
-        zip_source_free(source);
+        zip_source_free(target);
         return Error{Unwritable, text};
     };
-    for (auto changed = m_changed.constBegin(); changed != m_changed.constEnd(); ++changed) {
-        zip_source_t* content = zip_source_buffer(archive, changed.value().constData(),
-                                                  static_cast<zip_uint64_t>(changed.value().size()), 0);
-        const QByteArray name = changed.key().toUtf8();
-        const zip_int64_t index = zip_name_locate(archive, name.constData(), 0);
-        const bool stored =
-            content != nullptr && (index >= 0 ? zip_file_replace(archive, static_cast<zip_uint64_t>(index), content, 0)
-                                              : zip_file_add(archive, name.constData(), content, 0)) >= 0;
-        if (!stored) {
+    const auto add = [&](const char* name, zip_source_t* content) {
+        const zip_int64_t index = content != nullptr ? zip_file_add(archive, name, content, ZIP_FL_ENC_GUESS) : -1;
+        if (index < 0) {
             zip_source_free(content);
-            return fail(u"the part "_s + changed.key() + u" cannot be written"_s);
+        }
+        return index;
+    };
+    QMap<QString, QByteArray> unplaced = m_changed;
+    zip* original = m_archive.get();
+    const zip_int64_t count = zip_get_num_entries(original, 0);
+    for (zip_uint64_t i = 0; i < static_cast<zip_uint64_t>(count); ++i) {
+        const char* rawName = zip_get_name(original, i, ZIP_FL_ENC_RAW);
+        zip_stat_t stat;
+        zip_stat_init(&stat);
+        if (rawName == nullptr || zip_stat_index(original, i, 0, &stat) != 0) {
+            return fail(u"the document cannot be written"_s);
+        }
+        const QString name = QString::fromUtf8(zip_get_name(original, i, 0));
+        if (const auto changed = unplaced.constFind(name); changed != unplaced.constEnd()) {
+            const QByteArray& bytes = changed.value();
+            if (add(rawName,
+                    zip_source_buffer(archive, bytes.constData(), static_cast<zip_uint64_t>(bytes.size()), 0)) < 0) {
+                return fail(u"the part "_s + name + u" cannot be written"_s);
+            }
+            unplaced.remove(name);
+            continue;
+        }
+        const zip_int64_t index = add(rawName, zip_source_zip(archive, original, i, 0, 0, -1));
+        // The copy keeps its compression, so that libzip moves its compressed bytes unchanged.
+        if (index < 0 || ((stat.valid & ZIP_STAT_COMP_METHOD) &&
+                          zip_set_file_compression(archive, static_cast<zip_uint64_t>(index),
+                                                   static_cast<zip_int32_t>(stat.comp_method), 0) != 0)) {
+            return fail(u"the part "_s + name + u" cannot be copied"_s);
+        }
+    }
+    for (auto added = unplaced.constBegin(); added != unplaced.constEnd(); ++added) {
+        const QByteArray name = added.key().toUtf8();
+        const QByteArray& bytes = added.value();
+        if (add(name.constData(),
+                zip_source_buffer(archive, bytes.constData(), static_cast<zip_uint64_t>(bytes.size()), 0)) < 0) {
+            return fail(u"the part "_s + added.key() + u" cannot be written"_s);
         }
     }
     if (zip_close(archive) != 0) {
@@ -172,15 +201,15 @@ Result<QByteArray> OoxmlPackage::packed() const
     QByteArray result;
     zip_stat_t stat;
     zip_stat_init(&stat);
-    if (zip_source_stat(source, &stat) == 0 && (stat.valid & ZIP_STAT_SIZE) && zip_source_open(source) == 0) {
+    if (zip_source_stat(target, &stat) == 0 && (stat.valid & ZIP_STAT_SIZE) && zip_source_open(target) == 0) {
         result.resize(static_cast<qsizetype>(stat.size));
-        const zip_int64_t got = zip_source_read(source, result.data(), stat.size);
-        zip_source_close(source);
+        const zip_int64_t got = zip_source_read(target, result.data(), stat.size);
+        zip_source_close(target);
         if (got != static_cast<zip_int64_t>(stat.size)) {
             result.clear();
         }
     }
-    zip_source_free(source);
+    zip_source_free(target);
     if (result.isEmpty()) {
         return Error{Unwritable, u"the document cannot be written"_s};
     }
