@@ -18,6 +18,13 @@ if(QUILLBAY_SANITIZE)
   target_link_options(quillbay_common INTERFACE -fsanitize=address,undefined)
 endif()
 
+# The fuzz build instruments every library for libFuzzer's coverage (clang only).
+if(QUILLBAY_FUZZ)
+  target_compile_options(quillbay_common INTERFACE -fsanitize=fuzzer-no-link,address,undefined
+                         -fno-omit-frame-pointer)
+  target_link_options(quillbay_common INTERFACE -fsanitize=address,undefined)
+endif()
+
 # quillbay_add_library(<name> [GUI] SOURCES ... LIBS ...)
 # A subsystem library; a GUI library is skipped when the windows are not built.
 function(quillbay_add_library name)

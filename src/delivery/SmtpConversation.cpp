@@ -8,6 +8,8 @@
 #include <QHostInfo>
 #include <QSslConfiguration>
 
+#include <algorithm>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -82,11 +84,11 @@ void SmtpConversation::tmrSMTP_Timer()
 
 void SmtpConversation::wns_DataArrival()
 {
-    if (m_socket.state() != QAbstractSocket::ConnectedState) {
-        return;
+    m_reader.feed(m_socket.readAll());
+    if (m_reader.garbled()) {
+        // Lines that are no replies, or a reply without end: the connection is given up.
+        m_socket.abort();
     }
-    m_replyBuffer = m_socket.readAll();
-    m_replyText += m_replyBuffer;
 }
 
 void SmtpConversation::wns_Error(QAbstractSocket::SocketError error)
@@ -120,111 +122,95 @@ void SmtpConversation::pumpEvents()
 
 bool SmtpConversation::WaitForReply(const QByteArray& expected, bool showMessage)
 {
-    m_tickCount = 0;
-    m_replyBuffer.clear();
-    m_replyText.clear();
-    m_timedOutFlag = false;
-    const bool ticking = m_tmrSMTP.interval() > 0;
-    if (ticking) {
-        m_tmrSMTP.start();
-    }
-    const auto closed = [this] {
-        return m_socket.state() == QAbstractSocket::UnconnectedState;
-    };
-    while (m_replyBuffer.isEmpty()) {
-        pumpEvents();
-        if (m_cancelFlag) {
-            m_tmrSMTP.stop();
-            m_timedOutFlag = true;
-            return false;
-        }
-        if (m_timedOutFlag || (m_replyBuffer.isEmpty() && closed())) {
-            if (showMessage && m_labels.process) {
-                m_labels.process(u"SMTP service error, unable to get a response!"_s);
-            }
-            m_tmrSMTP.stop();
-            return false;
-        }
-    }
-    // The second wait shares the budget of the first: the count of ticks goes on.
-    m_tmrSMTP.stop();
-    m_timedOutFlag = false;
-    if (ticking) {
-        m_tmrSMTP.start();
-    }
-    while (!m_replyBuffer.startsWith(expected)) {
-        if (m_cancelFlag) {
-            m_tmrSMTP.stop();
-            m_timedOutFlag = true;
-            return false;
-        }
-        pumpEvents();
-        if (m_timedOutFlag || (!m_replyBuffer.startsWith(expected) && closed())) {
-            m_tmrSMTP.stop();
-            return false;
-        }
-    }
-    m_tmrSMTP.stop();
-    return true;
+    return awaitReply(expected, showMessage) == Reply::Expected;
 }
 
-bool SmtpConversation::send(const QByteArray& data)
+SmtpConversation::Reply SmtpConversation::awaitReply(const QByteArray& expected, bool showMessage)
 {
-    if (m_socket.state() != QAbstractSocket::ConnectedState) {
-        return false;
-    }
-    m_socket.write(data);
-    m_socket.flush();
-    return true;
-}
-
-bool SmtpConversation::sayHello()
-{
-    if (!send("EHLO " + QHostInfo::localHostName().toUtf8() + "\r\n") || !WaitForReply("250", true)) {
-        return false;
-    }
-    // The rest of a reply that came line by line is read here, so that the next command does
-    // not take a "250-" line of it for its own reply.
-    completeMultilineReply();
-    return true;
-}
-
-bool SmtpConversation::completeMultilineReply()
-{
-    // The EHLO reply may come in several pieces; its last line has a blank behind the code.
-    const auto complete = [this] {
-        return m_replyText.startsWith("250 ") || m_replyText.contains("\r\n250 ");
-    };
     m_tickCount = 0;
     m_timedOutFlag = false;
     if (m_tmrSMTP.interval() > 0) {
         m_tmrSMTP.start();
     }
-    while (!complete() && !m_cancelFlag && !m_timedOutFlag && m_socket.state() == QAbstractSocket::ConnectedState) {
+    while (true) {
+        while (m_reader.hasReply()) {
+            const SmtpReply reply = m_reader.takeReply();
+            m_awaited = qMax(0, m_awaited - 1);
+            if (m_awaited > 0) {
+                continue; // the late answer to a command whose wait ran out
+            }
+            m_tmrSMTP.stop();
+            m_lastReply = reply;
+            return reply.code.startsWith(expected) ? Reply::Expected : Reply::Refused;
+        }
+        if (m_cancelFlag) {
+            m_tmrSMTP.stop();
+            m_timedOutFlag = true;
+            return Reply::NoAnswer;
+        }
+        const bool lost = m_socket.state() == QAbstractSocket::UnconnectedState;
+        if (m_timedOutFlag || lost) {
+            if (showMessage && m_labels.process) {
+                m_labels.process(u"SMTP service error, unable to get a response!"_s);
+            }
+            m_tmrSMTP.stop();
+            m_lastReply = {};
+            return lost ? Reply::Lost : Reply::NoAnswer;
+        }
         pumpEvents();
     }
-    m_tmrSMTP.stop();
-    return complete();
 }
 
-bool SmtpConversation::upgradeToTls()
+bool SmtpConversation::send(const QByteArray& command)
+{
+    if (m_socket.state() != QAbstractSocket::ConnectedState) {
+        return false;
+    }
+    // Replies beyond those still owed to earlier commands came unasked: none of them may be
+    // taken for the answer to this command.
+    while (m_reader.pendingReplies() > m_awaited) {
+        m_reader.takeReply();
+    }
+    ++m_awaited;
+    m_socket.write(command);
+    m_socket.flush();
+    return true;
+}
+
+SmtpConversation::Reply SmtpConversation::sayHello()
+{
+    if (!send("EHLO " + QHostInfo::localHostName().toUtf8() + "\r\n")) {
+        return Reply::Lost;
+    }
+    return awaitReply("250", true);
+}
+
+SmtpConversation::Reply SmtpConversation::upgradeToTls()
 {
     if (m_account.noEncryption || m_socket.isEncrypted()) {
-        return true;
+        return Reply::Expected;
     }
-    if (!completeMultilineReply() || !m_replyText.toUpper().contains("STARTTLS")) {
+    const bool offered = std::any_of(m_lastReply.lines.cbegin(), m_lastReply.lines.cend(),
+                                     [](const QByteArray& line) { return line.toUpper().contains("STARTTLS"); });
+    if (!offered) {
         if (m_account.tls != SmtpAccount::Tls::StartTls) {
-            return true;
+            return Reply::Expected;
         }
         // STARTTLS was required: the run ends here, as after a socket error.
         m_failure = u"The server %1 offers no STARTTLS"_s.arg(m_account.server);
         m_cancelFlag = true;
         m_socket.abort();
-        return false;
+        return Reply::NoAnswer;
     }
-    if (!send("STARTTLS\r\n") || !WaitForReply("220", true)) {
-        return false;
+    if (!send("STARTTLS\r\n")) {
+        return Reply::Lost;
     }
+    if (const Reply reply = awaitReply("220", true); reply != Reply::Expected) {
+        return reply;
+    }
+    // Nothing said in the clear after the go-ahead may count as said under TLS.
+    m_reader.clear();
+    m_awaited = 0;
     // The handshake has the budget of a reply.
     m_encrypted = false;
     m_tickCount = 0;
@@ -237,15 +223,20 @@ bool SmtpConversation::upgradeToTls()
         pumpEvents();
     }
     m_tmrSMTP.stop();
-    return m_encrypted && sayHello();
+    if (!m_encrypted) {
+        return m_socket.state() == QAbstractSocket::ConnectedState ? Reply::NoAnswer : Reply::Lost;
+    }
+    return sayHello();
 }
 
-bool SmtpConversation::openConversation(const QString& firstRecipient)
+MailTransport::Outcome SmtpConversation::openConversation(const QString& firstRecipient)
 {
     if (m_socket.state() != QAbstractSocket::UnconnectedState) {
         m_socket.abort();
     }
     m_sslErrors.clear();
+    m_reader.clear();
+    m_awaited = 1; // the greeting
     m_socket.setPeerVerifyName(m_account.server);
     const bool implicitTls = m_account.tls == SmtpAccount::Tls::Implicit ||
                              (m_account.tls == SmtpAccount::Tls::ByPort && m_account.port == ImplicitTlsPort);
@@ -254,8 +245,12 @@ bool SmtpConversation::openConversation(const QString& firstRecipient)
     } else {
         m_socket.connectToHost(m_account.server, static_cast<quint16>(m_account.port));
     }
-    if (!WaitForReply("220", true)) {
-        return false;
+    // A connection that closes under the login ends the run, as a write to a closed socket does.
+    const auto outcome = [](Reply reply) {
+        return reply == Reply::Lost ? Outcome::Raised : Outcome::Failed;
+    };
+    if (const Reply greeting = awaitReply("220", true); greeting != Reply::Expected) {
+        return outcome(greeting);
     }
     // Commands are short and each waits for its reply: they leave at once, not held back by
     // the acknowledgement of the message before them.
@@ -263,17 +258,28 @@ bool SmtpConversation::openConversation(const QString& firstRecipient)
     if (m_labels.status) {
         m_labels.status(u"Connected"_s);
     }
+    if (m_account.chkAth == 1 && m_labels.status) {
+        m_labels.status(u"Authenticating..."_s);
+    }
+    if (const Reply hello = sayHello(); hello != Reply::Expected) {
+        return outcome(hello);
+    }
+    if (const Reply upgrade = upgradeToTls(); upgrade != Reply::Expected) {
+        return outcome(upgrade);
+    }
     if (m_account.chkAth == 1) {
-        if (m_labels.status) {
-            m_labels.status(u"Authenticating..."_s);
+        const QList<std::pair<QByteArray, QByteArray>> login{
+            {"AUTH LOGIN\r\n", "334"},
+            {Base64::EncodeBase64Text(m_account.user, 0) + "\r\n", "334"},
+            {Base64::EncodeBase64Text(m_account.pwd, 0) + "\r\n", "235"}};
+        for (const auto& [command, expected] : login) {
+            if (!send(command)) {
+                return Outcome::Raised;
+            }
+            if (const Reply reply = awaitReply(expected, true); reply != Reply::Expected) {
+                return outcome(reply);
+            }
         }
-        if (!sayHello() || !upgradeToTls() || !send("AUTH LOGIN\r\n") || !WaitForReply("334", true) ||
-            !send(Base64::EncodeBase64Text(m_account.user, 0) + "\r\n") || !WaitForReply("334", true) ||
-            !send(Base64::EncodeBase64Text(m_account.pwd, 0) + "\r\n") || !WaitForReply("235", true)) {
-            return false;
-        }
-    } else if (!sayHello() || !upgradeToTls()) {
-        return false;
     }
     m_connectedFlag = true;
     if (m_labels.status) {
@@ -282,21 +288,36 @@ bool SmtpConversation::openConversation(const QString& firstRecipient)
     if (m_labels.processVisible) {
         m_labels.processVisible(true);
     }
-    return true;
+    return Outcome::Accepted;
+}
+
+MailTransport::Outcome SmtpConversation::step(const QByteArray& command, const QByteArray& expected)
+{
+    if (!send(command)) {
+        return Outcome::Raised;
+    }
+    // A refusal, like silence, fails this contact only; no RSET follows it, so the transaction
+    // stays open on the server for the next contact's MAIL FROM.
+    switch (awaitReply(expected, true)) {
+    case Reply::Expected:
+        return Outcome::Accepted;
+    case Reply::Lost:
+        return Outcome::Raised;
+    case Reply::Refused:
+    case Reply::NoAnswer:
+        break;
+    }
+    return Outcome::Failed;
 }
 
 MailTransport::Outcome SmtpConversation::SendSmtpMessage(const OutgoingMessage& message, const QString& firstRecipient)
 {
     const QList<QByteArray> chunks = MessageLayout::chunks(message, QDateTime::currentDateTime());
-    if (!m_connectedFlag && !openConversation(firstRecipient)) {
-        return Outcome::Failed;
-    }
-    const auto step = [this](const QByteArray& command, const QByteArray& expected) {
-        if (!send(command)) {
-            return Outcome::Raised;
+    if (!m_connectedFlag) {
+        if (const Outcome opened = openConversation(firstRecipient); opened != Outcome::Accepted) {
+            return opened;
         }
-        return WaitForReply(expected, true) ? Outcome::Accepted : Outcome::Failed;
-    };
+    }
     Outcome outcome = step("MAIL FROM: " + MessageLayout::headerSafe(message.fromEmail).toUtf8() + "\r\n", "250");
     if (outcome == Outcome::Accepted) {
         outcome = step("RCPT TO: " + MessageLayout::headerSafe(message.to).toUtf8() + "\r\n", "250");
@@ -310,21 +331,21 @@ MailTransport::Outcome SmtpConversation::SendSmtpMessage(const OutgoingMessage& 
     if (!sendMessageText(chunks)) {
         return Outcome::Raised;
     }
-    outcome = WaitForReply("250", true) ? Outcome::Accepted : Outcome::Failed;
+    outcome = step(".\r\n", "250");
     return outcome == Outcome::Accepted ? step("RSET\r\n", "250") : outcome;
 }
 
 bool SmtpConversation::sendMessageText(const QList<QByteArray>& chunks)
 {
-    // The parts and the "." line behind them are queued on the socket and leave together, with
-    // no wait before the "."; the parts are not joined into one text first.
+    // The parts leave queued on the socket, and the "." line (sent as a command) right behind
+    // them with no wait in between; the parts are not joined into one text first.
     if (m_socket.state() != QAbstractSocket::ConnectedState) {
         return false;
     }
     for (const QByteArray& chunk : chunks) {
         m_socket.write(chunk);
     }
-    return send(".\r\n");
+    return true;
 }
 
 void SmtpConversation::SendQuit()

@@ -2,6 +2,7 @@
 
 #include "MailTransport.h"
 #include "SmtpAccount.h"
+#include "SmtpReplyReader.h"
 
 #include <QByteArray>
 #include <QList>
@@ -14,12 +15,14 @@
 #include <functional>
 
 // The program's own SMTP client: one connection carries every message of a run. It is written
-// as the run reads it: a command, then a wait in which the event loop keeps running until a
-// reply beginning with the awaited code arrives, the wait runs out or the run is cancelled.
-// A reply is recognised by the first three characters of the last piece received only; a
-// reply with another code is silent and costs the full wait. The greeting, the EHLO and the
-// optional AUTH LOGIN happen on the first message; beyond that, the connection is upgraded
-// with STARTTLS when the server offers it, and port 465 speaks TLS from the first byte.
+// as the run reads it: a command, then a wait in which the event loop keeps running until the
+// whole reply to that command arrives, the wait runs out or the run is cancelled. Replies are
+// read whole, however they are cut into pieces, and matched to their commands in order: a reply
+// that comes after its wait ran out is passed over, one that no command asked for is dropped.
+// A reply with another code ends the wait at once and the server's words are kept for the
+// report. The greeting, the EHLO and the optional AUTH LOGIN happen on the first message; beyond
+// that, the connection is upgraded with STARTTLS when the server offers it, and port 465 speaks
+// TLS from the first byte.
 class SmtpConversation : public QObject, public MailTransport
 {
     Q_OBJECT
@@ -52,7 +55,7 @@ public:
     bool cancelled() const override { return m_cancelFlag; }
     // A socket error or a certificate that does not verify ended the run; the reason.
     QString failure() const override { return m_failure; }
-    QString lastReply() const override { return QString::fromUtf8(m_replyBuffer).trimmed(); }
+    QString lastReply() const override { return QString::fromUtf8(m_lastReply.text()).trimmed(); }
     bool connectedFlag() const { return m_connectedFlag; }
     // Clears what a run leaves behind: the login and the timer.
     void endRun() override;
@@ -64,11 +67,20 @@ public:
     bool WaitForReply(const QByteArray& expected, bool showMessage);
 
 private:
-    bool openConversation(const QString& firstRecipient);
-    bool sayHello();
-    bool completeMultilineReply();
-    bool upgradeToTls();
-    bool send(const QByteArray& data);
+    enum class Reply
+    {
+        Expected,
+        Refused,  // a whole reply with another code
+        NoAnswer, // the wait ran out or the run was cancelled
+        Lost      // the connection closed or its replies could not be read
+    };
+
+    Reply awaitReply(const QByteArray& expected, bool showMessage);
+    Outcome openConversation(const QString& firstRecipient);
+    Reply sayHello();
+    Reply upgradeToTls();
+    bool send(const QByteArray& command);
+    Outcome step(const QByteArray& command, const QByteArray& expected);
     bool sendMessageText(const QList<QByteArray>& chunks);
     void wns_DataArrival();
     void wns_Error(QAbstractSocket::SocketError error);
@@ -79,8 +91,9 @@ private:
     Labels m_labels;
     QSslSocket m_socket;
     QTimer m_tmrSMTP;
-    QByteArray m_replyBuffer;
-    QByteArray m_replyText; // all the pieces of the reply now awaited
+    SmtpReplyReader m_reader;
+    int m_awaited = 0; // commands (and the greeting) whose replies have not been read yet
+    SmtpReply m_lastReply;
     int m_tickCount = 0;
     bool m_timedOutFlag = false;
     bool m_cancelFlag = false;

@@ -434,8 +434,8 @@ private slots:
         QVERIFY(writeFile(contacts, "Email\r\nfirst@example.com\r\nbad@@example.com\r\nlast@example.com\r\n"));
         QStringList arguments = mailArguments({u"--smtp"_s, u"127.0.0.1:%1"_s.arg(sink.port())});
         arguments[arguments.indexOf(m_contacts)] = contacts;
-        // A reply with another code costs the whole wait: let it be one second.
-        SettingsStore::instance().setValue(Keys::SmtpInterval, u"1"_s);
+        // A refusal ends its wait at once, even with no reply timeout.
+        SettingsStore::instance().setValue(Keys::SmtpInterval, u"0"_s);
         const CliResult result = runCli(arguments);
         // A refused message does not stop the run, and no RSET follows it: the next contact's
         // MAIL FROM meets the transaction still open on the server.
