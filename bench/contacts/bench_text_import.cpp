@@ -97,14 +97,18 @@ int main(int argc, char* argv[])
     // The importer alone: read, split, map, fill the table.
     Stopwatch timer;
     timer.start();
-    const auto text = DelimitedText::readText(path);
+    const Result<QString> text = DelimitedText::readText(path);
+    if (!text.ok()) {
+        std::printf("%s\n", qPrintable(text.error().message));
+        return 1;
+    }
     FieldMap map;
-    map.setColumns(DelimitedText::headerColumns(DelimitedText::LineReader(*text).readLine(), TextKind::Comma));
+    map.setColumns(DelimitedText::firstLineColumns(text.value(), TextKind::Comma));
     FieldMapMemory::DefaultMap(map);
     for (int k = 0; k < 3; ++k) {
         map.choose(13 + k, 13 + k);
     }
-    std::vector<Contact> rows = DelimitedText::importRows(*text, TextKind::Comma, true, map.listIndex);
+    std::vector<Contact> rows = DelimitedText::importRows(text.value(), TextKind::Comma, true, map.listIndex);
     ContactTable table;
     table.appendRows(std::move(rows));
     report("importer into the contact table", timer, table.count());

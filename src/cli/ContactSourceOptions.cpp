@@ -4,7 +4,7 @@
 #include "contacts/DataSources.h"
 #include "contacts/DelimitedText.h"
 #include "contacts/MergeFieldTable.h"
-#include "core/CommonRoutines.h"
+#include "core/PlainFile.h"
 #include "core/SettingsKeys.h"
 #include "core/TextUtil.h"
 
@@ -209,16 +209,19 @@ Result<LoadedContacts> loadContacts(const ContactSourceOptions& options, Contact
         return Loaded::failure(2, u"the contact kind \"%1\" is not available in this build; only tab and comma "
                                   u"text files can be read"_s.arg(options.kind));
     }
-    if (!FileExists(options.path)) {
+    if (PlainFile::kindOf(options.path) == PlainFile::Kind::Missing) {
         return Loaded::failure(2, u"File Doesn't Exists: %1"_s.arg(options.path));
     }
-    const auto lines = DelimitedText::readLines(options.path);
-    if (!lines) {
-        return Loaded::failure(2, u"cannot read the contact list %1"_s.arg(options.path));
+    const Result<QString> text = DelimitedText::readText(options.path);
+    if (!text.ok()) {
+        return Loaded::failure(2, u"cannot read the contact list: %1"_s.arg(text.error().message));
+    }
+    if (text->isEmpty()) {
+        return Loaded::failure(2, u"the contact list %1 holds no contacts"_s.arg(options.path));
     }
     const TextKind kind = options.kind == u"tab"_s ? TextKind::Tab : TextKind::Comma;
     LoadedContacts loaded;
-    loaded.map.setColumns(lines->isEmpty() ? QStringList() : DelimitedText::headerColumns(lines->first(), kind));
+    loaded.map.setColumns(DelimitedText::firstLineColumns(text.value(), kind));
     if (loaded.map.columns.isEmpty()) {
         return Loaded::failure(2, u"the first line of %1 names no columns"_s.arg(options.path));
     }
@@ -250,7 +253,7 @@ Result<LoadedContacts> loadContacts(const ContactSourceOptions& options, Contact
         table.setCustomHeading(MergeFieldTable::FirstCustomCell + k,
                                TextUtil::trimSpaces(loaded.map.customNames[static_cast<size_t>(k)]));
     }
-    table.appendRows(DelimitedText::importRows(*lines, kind, options.skipFirstRow, loaded.map.listIndex));
+    table.appendRows(DelimitedText::importRows(text.value(), kind, options.skipFirstRow, loaded.map.listIndex));
     if (table.count() == 0) {
         return Loaded::failure(2, u"the contact list %1 holds no contacts"_s.arg(options.path));
     }

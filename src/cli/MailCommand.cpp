@@ -6,6 +6,7 @@
 #include "Interruption.h"
 #include "core/CommonRoutines.h"
 #include "core/MessageBoxes.h"
+#include "core/PlainFile.h"
 #include "core/TextDecoding.h"
 #include "core/TextUtil.h"
 #include "delivery/EmlWriter.h"
@@ -150,11 +151,11 @@ Result<MailOptions> mailOptionsFrom(const CommandParser& parser)
     if (bodyPath.isEmpty()) {
         return Failure::failure(2, u"--body FILE.html is required"_s);
     }
-    QFile body(bodyPath);
-    if (!body.open(QIODevice::ReadOnly)) {
-        return Failure::failure(2, u"cannot read the body %1: %2"_s.arg(bodyPath, body.errorString()));
+    const Result<QString> body = PlainFile::readText(bodyPath);
+    if (!body.ok()) {
+        return Failure::failure(2, u"cannot read the body: %1"_s.arg(body.error().message));
     }
-    options.html = TextDecoding::decode(body.readAll());
+    options.html = body.value();
     // The images go inside every message: one that cannot be read would end the run.
     for (const QString& image : InlineImages::paths(InlineImages::Embed(options.html).InlineImageList)) {
         if (const QFileInfo file(image); !image.isEmpty() && !(file.isFile() && file.isReadable())) {

@@ -1,10 +1,9 @@
 #include "DelimitedText.h"
 
 #include "MergeFieldTable.h"
+#include "core/PlainFile.h"
 #include "core/TextDecoding.h"
 #include "core/TextUtil.h"
-
-#include <QFile>
 
 using namespace Qt::StringLiterals;
 
@@ -138,35 +137,36 @@ QString StripQuotes(const QString& field)
     return text;
 }
 
+LineReader::LineReader(QStringView text, TextKind kind)
+    : m_text(text)
+    , m_lastQuote(kind == TextKind::Comma ? text.lastIndexOf(Quote) : -1)
+{
+}
+
 QStringView LineReader::readLine()
 {
     const qsizetype start = m_position;
-    const qsizetype end = m_text.indexOf(u'\r', start);
-    if (end < 0) {
-        m_position = m_text.size();
-        return m_text.sliced(start);
+    bool quoted = false;
+    qsizetype end = start;
+    for (; end < m_text.size(); ++end) {
+        const QChar c = m_text.at(end);
+        if (c == Quote && m_lastQuote >= 0) {
+            quoted = !quoted;
+        } else if ((c == u'\r' || c == u'\n') && !(quoted && m_lastQuote > end)) {
+            break;
+        }
     }
     m_position = end + 1;
-    if (m_position < m_text.size() && m_text.at(m_position) == u'\n') {
+    if (end + 1 < m_text.size() && m_text.at(end) == u'\r' && m_text.at(end + 1) == u'\n') {
         ++m_position;
     }
     return m_text.sliced(start, end - start);
 }
 
-QStringList splitLines(QStringView text)
-{
-    QStringList lines;
-    LineReader reader(text);
-    while (!reader.atEnd()) {
-        lines << reader.readLine().toString();
-    }
-    return lines;
-}
-
 int CountFileLines(const QByteArray& bytes)
 {
-    const auto pairs = static_cast<int>(bytes.count("\r\n"));
-    return pairs == 0 ? 1 : pairs;
+    const auto ends = static_cast<int>(bytes.count('\n') + bytes.count('\r') - bytes.count("\r\n"));
+    return ends == 0 ? 1 : ends;
 }
 
 QStringList headerColumns(QStringView firstLine, TextKind kind)
@@ -219,8 +219,8 @@ std::vector<Contact> importRows(QStringView text, TextKind kind, bool skipFirst,
                                 const std::array<int, 16>& columnOfMapIndex,
                                 const std::function<void(qsizetype lineNumber)>& afterLine)
 {
-    RowCollector collector(kind, columnOfMapIndex, afterLine, text.count(u'\r') + 1);
-    LineReader reader(text);
+    RowCollector collector(kind, columnOfMapIndex, afterLine, qMax(text.count(u'\n'), text.count(u'\r')) + 1);
+    LineReader reader(text, kind);
     qsizetype lineNumber = 0;
     if (skipFirst && !reader.atEnd()) {
         reader.readLine();
@@ -232,37 +232,22 @@ std::vector<Contact> importRows(QStringView text, TextKind kind, bool skipFirst,
     return collector.rows();
 }
 
-std::vector<Contact> importRows(const QStringList& lines, TextKind kind, bool skipFirst,
-                                const std::array<int, 16>& columnOfMapIndex,
-                                const std::function<void(qsizetype lineNumber)>& afterLine)
+QStringList firstLineColumns(QStringView text, TextKind kind)
 {
-    RowCollector collector(kind, columnOfMapIndex, afterLine, lines.size());
-    for (qsizetype i = skipFirst ? 1 : 0; i < lines.size(); ++i) {
-        collector.take(lines.at(i), i + 1);
-    }
-    return collector.rows();
+    LineReader reader(text, kind);
+    return reader.atEnd() ? QStringList() : headerColumns(reader.readLine(), kind);
 }
 
-std::optional<QString> readText(const QString& path, QByteArray* rawBytes)
+Result<QString> readText(const QString& path, QByteArray* rawBytes)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        return std::nullopt;
+    Result<QByteArray> bytes = PlainFile::read(path);
+    if (!bytes.ok()) {
+        return bytes.error();
     }
-    const QByteArray bytes = file.readAll();
     if (rawBytes != nullptr) {
-        *rawBytes = bytes;
+        *rawBytes = bytes.value();
     }
-    return TextDecoding::decode(bytes);
-}
-
-std::optional<QStringList> readLines(const QString& path)
-{
-    const auto text = readText(path);
-    if (!text) {
-        return std::nullopt;
-    }
-    return splitLines(*text);
+    return TextDecoding::decode(bytes.value());
 }
 
 } // namespace DelimitedText

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ContactTable.h"
+#include "core/Result.h"
 
 #include <QByteArray>
 #include <QString>
@@ -48,27 +49,24 @@ SplitFields PSplit(QStringView line);
 // Trims blanks, then drops one double quote at the start and one at the end.
 QString StripQuotes(const QString& field);
 
-// Reads a text's lines one by one: a line ends at CR or at CR LF; a lone LF stays inside the
-// line. A text that ends with a line end has no empty line behind it.
+// Reads a text's lines one by one: a line ends at CR LF, at a lone CR or at a lone LF. In a
+// comma list a line break inside quotes belongs to the field (as spreadsheets write a cell of
+// several lines), unless no quote follows anywhere in the text to close it. A text that ends
+// with a line end has no empty line behind it.
 class LineReader
 {
 public:
-    explicit LineReader(QStringView text)
-        : m_text(text)
-    {
-    }
+    LineReader(QStringView text, TextKind kind);
     bool atEnd() const { return m_position >= m_text.size(); }
     QStringView readLine();
 
 private:
     QStringView m_text;
     qsizetype m_position = 0;
+    qsizetype m_lastQuote = -1; // in a comma list; -1 for a tab list
 };
 
-// All lines of a text, as LineReader reads them.
-QStringList splitLines(QStringView text);
-
-// The number of CR LF pairs in the file's bytes, at least 1 (it only scales the progress bar).
+// The number of line ends in the file's bytes, at least 1 (it only scales the progress bar).
 int CountFileLines(const QByteArray& bytes);
 
 // The column names of the first line: tab kind splits at every tab, quotes left alone; comma
@@ -80,20 +78,18 @@ QStringList headerColumns(QStringView firstLine, TextKind kind);
 // the line adds no row (the e-mail column is mapped but missing, or the line failed to split).
 std::optional<Contact> AddTextRow(QStringView line, TextKind kind, const std::array<int, 16>& columnOfMapIndex);
 
-// The rows of a whole file's text, or of its lines (after the first when skipFirst), in file
-// order; lines that add no row are passed over. afterLine is told the 1-based number of each
-// line read, so that a caller can advance its progress and let the event loop run.
+// The rows of a whole file's text (after its first line when skipFirst), in file order; lines
+// that add no row are passed over. afterLine is told the 1-based number of each line read, so
+// that a caller can advance its progress and let the event loop run.
 std::vector<Contact> importRows(QStringView text, TextKind kind, bool skipFirst,
                                 const std::array<int, 16>& columnOfMapIndex,
                                 const std::function<void(qsizetype lineNumber)>& afterLine = {});
-std::vector<Contact> importRows(const QStringList& lines, TextKind kind, bool skipFirst,
-                                const std::array<int, 16>& columnOfMapIndex,
-                                const std::function<void(qsizetype lineNumber)>& afterLine = {});
 
-// Reads a whole file in the program's text decoding (UTF-8 when valid, else Windows-1252).
-std::optional<QString> readText(const QString& path, QByteArray* rawBytes = nullptr);
+// The column names of a text's first line; none for an empty text.
+QStringList firstLineColumns(QStringView text, TextKind kind);
 
-// Reads a whole file in the program's text decoding and returns its lines.
-std::optional<QStringList> readLines(const QString& path);
+// Reads a whole regular file in the program's text decoding (UTF-8 when valid, else
+// Windows-1252); a folder, pipe or device is refused with a reason.
+Result<QString> readText(const QString& path, QByteArray* rawBytes = nullptr);
 
 } // namespace DelimitedText

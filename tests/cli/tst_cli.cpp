@@ -15,6 +15,8 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <sys/stat.h>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -277,6 +279,18 @@ private slots:
         QTest::newRow("letters without template")
             << QStringList{u"letters"_s, u"--contacts"_s, csv, u"--out-dir"_s, eml}
             << u"Select a Valid Template File"_s;
+        // A pipe nobody writes to would hold the run for ever; a folder or an empty file is no list.
+        QVERIFY(::mkfifo(QFile::encodeName(path(u"pipe.html"_s)).constData(), 0600) == 0);
+        QVERIFY(writeFile(path(u"empty.csv"_s), ""));
+        const QStringList toContacts = {u"mail"_s, u"--subject"_s, u"Hi"_s, u"--body"_s, body, u"--contacts"_s};
+        QTest::newRow("body is a pipe") << QStringList{u"mail"_s,   u"--contacts"_s,     csv, u"--subject"_s, u"Hi"_s,
+                                                       u"--body"_s, path(u"pipe.html"_s)} +
+                                               toFolder
+                                        << u"is not a plain file"_s;
+        QTest::newRow("contacts is a folder")
+            << toContacts + QStringList{m_dir.path()} + toFolder << u"is a folder, not a file"_s;
+        QTest::newRow("contacts is empty")
+            << toContacts + QStringList{path(u"empty.csv"_s)} + toFolder << u"holds no contacts"_s;
         QTest::newRow("search without folder")
             << QStringList{u"search"_s, u"--words"_s, u"x"_s} << u"--folder DIR must name an existing folder"_s;
         QTest::newRow("replace without words")
@@ -329,6 +343,22 @@ private slots:
                                        "<p>.x</p>\r\n";
         QCOMPARE(withoutDate(second), QByteArray(expected, sizeof(expected) - 1));
         QVERIFY(readFile(folder + u"/00001.eml"_s).contains("<p>Dear Ann of Acme (North)</p>"));
+    }
+
+    void mail_aListWithLineFeeds_givesTheSameMails()
+    {
+        QFile list(m_contacts);
+        QVERIFY(list.open(QIODevice::ReadOnly));
+        const QByteArray lineFeeds = list.readAll().replace("\r\n", "\n");
+        const QString linuxList = path(u"linux.csv"_s);
+        QVERIFY(writeFile(linuxList, lineFeeds));
+        const CliResult crlf = runCli(mailArguments({u"--eml-dir"_s, path(u"crlf"_s)}));
+        QStringList arguments = mailArguments({u"--eml-dir"_s, path(u"lf"_s)});
+        arguments[arguments.indexOf(m_contacts)] = linuxList;
+        const CliResult lf = runCli(arguments);
+        QCOMPARE(lf.exitCode, 0);
+        QCOMPARE(lf.out, crlf.out);
+        QVERIFY(lf.out.count(u"\tsent"_s) >= 2);
     }
 
     void mail_blankTexts_storedUnlessGiven()

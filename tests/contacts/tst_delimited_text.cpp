@@ -5,6 +5,8 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <sys/stat.h>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -78,12 +80,27 @@ private slots:
         QCOMPARE(DelimitedText::StripQuotes(u"\tAnn\t"_s), u"\tAnn\t"_s);
     }
 
-    void lines_endAtCrOrCrLf_notAtLoneLf()
+    void lines_endAtCrLfCrOrLf_andAQuotedBreakStaysInItsField()
     {
-        QCOMPARE(DelimitedText::splitLines(u"a\r\nb\rc\nd\r\n"_s), (QStringList{u"a"_s, u"b"_s, u"c\nd"_s}));
-        QCOMPARE(DelimitedText::splitLines(u"a\r\n\r\nb"_s), (QStringList{u"a"_s, QString(), u"b"_s}));
+        const auto lines = [](const QString& text, TextKind kind) {
+            QStringList read;
+            DelimitedText::LineReader reader(text, kind);
+            while (!reader.atEnd()) {
+                read << reader.readLine().toString();
+            }
+            return read;
+        };
+        QCOMPARE(lines(u"a\r\nb\rc\nd\r\n"_s, TextKind::Tab), (QStringList{u"a"_s, u"b"_s, u"c"_s, u"d"_s}));
+        QCOMPARE(lines(u"a\n\nb"_s, TextKind::Comma), (QStringList{u"a"_s, QString(), u"b"_s}));
+        QCOMPARE(lines(u"Ann,\"1 High St\r\nLeeds\",a@x.org\nBob"_s, TextKind::Comma),
+                 (QStringList{u"Ann,\"1 High St\r\nLeeds\",a@x.org"_s, u"Bob"_s}));
+        // A tab list has no quoting; a quote that nothing closes does not swallow the lines after it.
+        QCOMPARE(lines(u"\"a\nb\""_s, TextKind::Tab), (QStringList{u"\"a"_s, u"b\""_s}));
+        QCOMPARE(lines(u"Ann,\"open\nBob,b@x.org\n"_s, TextKind::Comma),
+                 (QStringList{u"Ann,\"open"_s, u"Bob,b@x.org"_s}));
         QCOMPARE(DelimitedText::CountFileLines("a\r\nb\r\nc"), 2);
-        QCOMPARE(DelimitedText::CountFileLines("a\nb\rc"), 1);
+        QCOMPARE(DelimitedText::CountFileLines("a\nb\rc"), 2);
+        QCOMPARE(DelimitedText::CountFileLines(""), 1);
     }
 
     void files_readAsUtf8WithOrWithoutMark_elseWindows1252_data()
@@ -105,27 +122,41 @@ private slots:
         file.write(bytes);
         file.close();
         QByteArray raw;
-        const auto text = DelimitedText::readText(path, &raw);
-        QVERIFY(text);
+        const Result<QString> text = DelimitedText::readText(path, &raw);
+        QVERIFY(text.ok());
         QCOMPARE(raw, bytes);
         // The mark is no part of the first column's name.
-        QCOMPARE(DelimitedText::headerColumns(DelimitedText::LineReader(*text).readLine(), TextKind::Comma),
-                 (QStringList{u"Name"_s, u"Email"_s}));
+        QCOMPARE(DelimitedText::firstLineColumns(text.value(), TextKind::Comma), (QStringList{u"Name"_s, u"Email"_s}));
         std::array<int, 16> columns;
         columns.fill(-1);
         columns[0] = 0;
         columns[12] = 1;
-        const std::vector<Contact> rows = DelimitedText::importRows(*text, TextKind::Comma, true, columns);
+        const std::vector<Contact> rows = DelimitedText::importRows(text.value(), TextKind::Comma, true, columns);
         QCOMPARE(rows.size(), size_t{1});
         QCOMPARE(rows.front().cells[1], u"Bj\u00f6rn \u00c9lo\u00efse"_s);
-        QVERIFY(!DelimitedText::readText(dir.filePath(u"missing.csv"_s)));
+    }
+
+    void onlyPlainFilesAreRead_aFolderOrAPipeSaysWhy()
+    {
+        QTemporaryDir dir;
+        QVERIFY(!DelimitedText::readText(dir.filePath(u"missing.csv"_s)).ok());
+        const Result<QString> folder = DelimitedText::readText(dir.path());
+        QVERIFY(!folder.ok());
+        QVERIFY(folder.error().message.contains(u"folder"_s));
+        // Nobody writes to the pipe: reading it would wait for ever.
+        const QString pipe = dir.filePath(u"pipe.csv"_s);
+        QCOMPARE(::mkfifo(QFile::encodeName(pipe).constData(), 0600), 0);
+        const Result<QString> special = DelimitedText::readText(pipe);
+        QVERIFY(!special.ok());
+        QVERIFY(special.error().message.contains(u"not a plain file"_s));
     }
 
     void importRows_readsLineByLine_andPassesOverLinesThatAddNoRow()
     {
         std::array<int, 16> columns = nameEmailCompany();
-        // A lone LF stays inside its line; a CR alone ends one; a closing CR LF adds no empty line.
-        const QString text = u"Name,Email\r\nAnn,ann@x.org,A\nB\rBob,\"bob@x.org,Co\r\nCy\r\nDi,di@x.org\r\n"_s;
+        // A quoted line break stays in its field; CR, LF and CR LF end lines; a closing line
+        // end adds no empty line; a line with an open quote or without the address adds no row.
+        const QString text = u"Name,Email\r\nAnn,ann@x.org,\"A\nB\"\rBob,\"bob@x.org,Co\r\nCy\nDi,di@x.org\r\n"_s;
         QList<qsizetype> numbers;
         const std::vector<Contact> rows = DelimitedText::importRows(text, TextKind::Comma, true, columns,
                                                                     [&numbers](qsizetype line) { numbers << line; });
@@ -133,15 +164,16 @@ private slots:
         QCOMPARE(rows.size(), size_t{2});
         QCOMPARE(rows[0].cells[4], u"A\nB"_s);
         QCOMPARE(rows[1].cells[0], u"di@x.org"_s);
-        // Without "Skip First Row" the header is a contact too, and the lines of a list give
-        // the same rows as the file's text.
+        // Without "Skip First Row" the header is a contact too; LF line ends give the same rows.
         const std::vector<Contact> withHeader = DelimitedText::importRows(text, TextKind::Comma, false, columns);
         QCOMPARE(withHeader.size(), size_t{3});
         QCOMPARE(withHeader[0].cells[0], u"Email"_s);
-        const std::vector<Contact> fromLines =
-            DelimitedText::importRows(DelimitedText::splitLines(text), TextKind::Comma, false, columns);
-        QCOMPARE(fromLines.size(), withHeader.size());
-        QCOMPARE(fromLines[2].cells, withHeader[2].cells);
+        QString lineFeeds = text;
+        lineFeeds.replace(u"\r\n"_s, u"\n"_s).replace(u'\r', u'\n');
+        const std::vector<Contact> fromLineFeeds =
+            DelimitedText::importRows(lineFeeds, TextKind::Comma, false, columns);
+        QCOMPARE(fromLineFeeds.size(), withHeader.size());
+        QCOMPARE(fromLineFeeds[2].cells, withHeader[2].cells);
     }
 
     void header_splitsDifferentlyFromTheRows()

@@ -141,6 +141,17 @@ private slots:
         map->txtCustom[0]->setText(u"Member No"_s);
         emit map->txtCustom[0]->textEdited(u"Member No"_s);
         QCOMPARE(m_wizard->fieldMap().listIndex[13], 3);
+        // Typed text maps a column only when it is one, letter for letter.
+        QLineEdit* typed = map->CboField[14]->lineEdit();
+        QTest::keyClicks(typed, u"member"_s);
+        QTest::keyClick(typed, Qt::Key_Return);
+        QCOMPARE(m_wizard->fieldMap().listIndex[14], -1);
+        QCOMPARE(m_wizard->fieldMap().text[14], u"member"_s);
+        typed->clear();
+        QTest::keyClicks(typed, u"Member"_s);
+        QTest::keyClick(typed, Qt::Key_Return);
+        QCOMPARE(m_wizard->fieldMap().listIndex[14], 3);
+        map->CboField[14]->setEditText(QString());
 
         m_wizard->CmdNext_Click();
         QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::Contacts));

@@ -11,6 +11,7 @@
 #include "core/CommonRoutines.h"
 #include "core/Dialogs.h"
 #include "core/MessageBoxes.h"
+#include "core/PlainFile.h"
 #include "core/SettingsKeys.h"
 #include "core/TextUtil.h"
 #include "core/Twips.h"
@@ -546,7 +547,7 @@ void FrmMailMerge::OpenTextSource(TextKind kind)
         return;
     }
     const QString path = TextUtil::trimSpaces(box->text());
-    if (!FileExists(path)) {
+    if (PlainFile::kindOf(path) == PlainFile::Kind::Missing) {
         MessageBoxes::information(u"File Doesn't Exists"_s);
         return;
     }
@@ -558,15 +559,15 @@ void FrmMailMerge::OpenTextSource(TextKind kind)
         m_mapImported = false;
         setTag(m_fieldMapPage->CboField[0], kind == TextKind::Tab ? u"Tab"_s : u"Comma"_s);
         m_progress->BeginProgress(16);
-        const auto text = DelimitedText::readText(path);
-        if (!text) {
-            // A file that cannot be read ends the step without a message.
+        const Result<QString> text = DelimitedText::readText(path);
+        if (!text.ok() || text->isEmpty()) {
+            // A folder, a pipe or an unreadable file says why; an empty one holds no contacts.
             m_progress->finish();
+            MessageBoxes::information(text.ok() ? u"The contact list %1 holds no contacts"_s.arg(path)
+                                                : text.error().message);
             return;
         }
-        DelimitedText::LineReader reader(*text);
-        const QStringList columns =
-            reader.atEnd() ? QStringList() : DelimitedText::headerColumns(reader.readLine(), kind);
+        const QStringList columns = DelimitedText::firstLineColumns(text.value(), kind);
         m_map.setColumns(columns);
         const MapSection where = kind == TextKind::Tab ? MapSection{u"TabValues"_s, u"TxtTabFile"_s}
                                                        : MapSection{u"CommaValues"_s, u"TxtComaFile"_s};
@@ -595,20 +596,22 @@ void FrmMailMerge::ImportTextFile(TextKind kind)
         m_table.clear();
         ApplyCustomHeadings();
         QByteArray bytes;
-        const auto text = DelimitedText::readText(TextUtil::trimSpaces(m_source->txtWabfile->text()), &bytes);
+        const Result<QString> text =
+            DelimitedText::readText(TextUtil::trimSpaces(m_source->txtWabfile->text()), &bytes);
         m_progress->BeginProgress(DelimitedText::CountFileLines(bytes));
         bytes.clear();
         std::vector<Contact> rows;
-        if (text) {
+        if (text.ok()) {
             const bool skipFirst = m_fieldMapPage->ChkSkip->isChecked();
             QCoreApplication::processEvents();
             qsizetype linesRead = 0;
-            rows = DelimitedText::importRows(*text, kind, skipFirst, m_map.listIndex, [this, &linesRead](qsizetype) {
-                m_progress->advance();
-                if (++linesRead % 200 == 0) {
-                    QCoreApplication::processEvents();
-                }
-            });
+            rows = DelimitedText::importRows(text.value(), kind, skipFirst, m_map.listIndex,
+                                             [this, &linesRead](qsizetype) {
+                                                 m_progress->advance();
+                                                 if (++linesRead % 200 == 0) {
+                                                     QCoreApplication::processEvents();
+                                                 }
+                                             });
         }
         m_table.appendRows(std::move(rows));
         if (m_table.count() == 0) {

@@ -197,6 +197,9 @@ FieldMapPage::FieldMapPage(QWidget* parent)
         CboField[i] = named(new QComboBox(this), indexed("CboField", i));
         CboField[i]->setEditable(true);
         CboField[i]->setInsertPolicy(QComboBox::NoInsert);
+        // Typed text stays text: no completion, and Enter picks a column only when the text is
+        // one letter for letter (Qt's default completer matches regardless of case).
+        CboField[i]->setCompleter(nullptr);
         CboField[i]->setMinimumWidth(Twips::toPixels(2800));
     }
     for (int i = 0; i < MergeFieldTable::StandardCount; ++i) {
