@@ -198,21 +198,15 @@ Result<int> NativeDocument::ReplaceAll(const QString& findText, const QString& r
         return Error{Malformed, u"the wildcard text is not valid"_s};
     }
     const QString text = ContentText().value();
-    std::vector<QRegularExpressionMatch> hits;
+    std::vector<OoxmlText::Edit> edits;
     for (QRegularExpressionMatchIterator it = expression.globalMatch(text); it.hasNext();) {
-        QRegularExpressionMatch hit = it.next();
+        const QRegularExpressionMatch hit = it.next();
         if (hit.capturedLength() > 0) {
-            hits.push_back(std::move(hit));
+            edits.push_back({hit.capturedStart(), hit.capturedEnd(),
+                             WordFind::replacement(replaceWith, hit, options.matchWildcards)});
         }
     }
-    int replaced = 0;
-    // From the last hit to the first, so the places of the earlier ones stay where they are.
-    for (auto hit = hits.rbegin(); hit != hits.rend(); ++hit) {
-        if (m_text->replace(hit->capturedStart(), hit->capturedEnd(),
-                            WordFind::replacement(replaceWith, *hit, options.matchWildcards))) {
-            ++replaced;
-        }
-    }
+    const int replaced = m_text->replace(edits);
     if (replaced > 0) {
         m_text.reset();
         m_xmlChanged = true;

@@ -1,6 +1,7 @@
 #include "OoxmlText.h"
 
 #include <cstring>
+#include <map>
 
 using namespace Qt::StringLiterals;
 
@@ -163,36 +164,58 @@ void OoxmlText::setRunContent(pugi::xml_node element, const QString& text)
     }
 }
 
-bool OoxmlText::replace(qsizetype start, qsizetype end, const QString& replacement)
+int OoxmlText::replace(const std::vector<Edit>& edits)
 {
-    // The spans the range touches, which must cover it without a gap.
-    auto first = std::lower_bound(m_spans.begin(), m_spans.end(), start,
-                                  [](const Span& span, qsizetype at) { return span.start + span.length <= at; });
-    if (first == m_spans.end() || first->start > start) {
-        return false;
-    }
-    auto last = first;
-    qsizetype covered = first->start + first->length;
-    while (covered < end) {
-        ++last;
-        if (last == m_spans.end() || last->start != covered) {
-            return false;
+    // The new text of each run touched, built from left to right: `consumed` counts the
+    // characters of the old text already copied or dropped.
+    struct NewRun
+    {
+        QString old;
+        QString text;
+        qsizetype consumed = 0;
+    };
+    std::map<size_t, NewRun> runs;
+    const auto newRun = [&](size_t index) -> NewRun& {
+        auto [at, added] = runs.try_emplace(index);
+        if (added) {
+            at->second.old = QString::fromUtf8(m_spans[index].element.text().get());
         }
-        covered = last->start + last->length;
+        return at->second;
+    };
+    int replaced = 0;
+    for (const Edit& edit : edits) {
+        // The spans the range touches, which must cover it without a gap.
+        const auto first =
+            std::lower_bound(m_spans.begin(), m_spans.end(), edit.start,
+                             [](const Span& span, qsizetype at) { return span.start + span.length <= at; });
+        if (first == m_spans.end() || first->start > edit.start) {
+            continue;
+        }
+        auto last = first;
+        qsizetype covered = first->start + first->length;
+        while (covered < edit.end && last + 1 != m_spans.end() && (last + 1)->start == covered) {
+            ++last;
+            covered = last->start + last->length;
+        }
+        if (covered < edit.end) {
+            continue;
+        }
+        const auto index = static_cast<size_t>(first - m_spans.begin());
+        NewRun& head = newRun(index);
+        head.text += QStringView(head.old).sliced(head.consumed, edit.start - first->start - head.consumed);
+        head.text += edit.replacement;
+        head.consumed = first == last ? edit.end - first->start : head.old.size();
+        for (auto middle = first + 1; middle <= last; ++middle) {
+            NewRun& run = newRun(static_cast<size_t>(middle - m_spans.begin()));
+            run.consumed = middle == last ? edit.end - middle->start : run.old.size();
+        }
+        ++replaced;
     }
-    const QString firstText = QString::fromUtf8(first->element.text().get());
-    const qsizetype head = start - first->start;
-    if (first == last) {
-        setRunContent(first->element, firstText.left(head) + replacement + firstText.mid(end - first->start));
-        return true;
+    for (auto& [index, run] : runs) {
+        run.text += QStringView(run.old).sliced(run.consumed);
+        setRunContent(m_spans[index].element, run.text);
     }
-    setRunContent(first->element, firstText.left(head) + replacement);
-    for (auto middle = first + 1; middle != last; ++middle) {
-        setText(middle->element, QString());
-    }
-    const QString lastText = QString::fromUtf8(last->element.text().get());
-    setText(last->element, lastText.mid(end - last->start));
-    return true;
+    return replaced;
 }
 
 } // namespace wordlink

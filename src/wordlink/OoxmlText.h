@@ -18,10 +18,19 @@ public:
 
     const QString& text() const { return m_text; }
 
-    // Replaces [start, end) of the text: the first run of the hit takes the replacement (a tab,
-    // a CR or LF in it becomes the run's tab or line break), the other runs lose their part of it. False when the range
-    // holds characters of no w:t (a tab, a paragraph mark …), which are not replaced.
-    bool replace(qsizetype start, qsizetype end, const QString& replacement);
+    struct Edit
+    {
+        qsizetype start;
+        qsizetype end;
+        QString replacement;
+    };
+
+    // Replaces ranges of the text, given in order and apart, in one pass over the runs however
+    // many fall in one run: the first run of a hit takes the replacement (a tab, a CR or LF in it
+    // becomes the run's tab or line break), the other runs lose their part of it. A range that
+    // holds characters of no w:t (a tab, a paragraph mark …) is not replaced. Returns how many
+    // ranges were replaced.
+    int replace(const std::vector<Edit>& edits);
 
     // Sets the text of a w:t; a tab, CR, LF, vertical tab or form feed in it becomes an element
     // of the run (tab, line break, page break) after it; other control characters are dropped.

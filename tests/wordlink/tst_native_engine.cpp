@@ -2,6 +2,7 @@
 #include "wordlink/DocumentEngine.h"
 #include "wordlink/OoxmlPackage.h"
 
+#include <QElapsedTimer>
 #include <QFile>
 #include <QProcess>
 #include <QTemporaryDir>
@@ -251,6 +252,29 @@ private slots:
         QFile saved(copy);
         QVERIFY(original.open(QIODevice::ReadOnly) && saved.open(QIODevice::ReadOnly));
         QCOMPARE(saved.readAll(), original.readAll());
+    }
+
+    void manyHitsInOneRun_andHitsAcrossRuns_areAllReplaced()
+    {
+        const QString path = m_dir.filePath(u"many.docx"_s);
+        QVERIFY(writeZip(path, u"[('word/document.xml', '<w:document xmlns:w=\"http://schemas.openxmlformats.org/"
+                               u"wordprocessingml/2006/main\"><w:body><w:p><w:r><w:t xml:space=\"preserve\">' + "
+                               u"'ab ' * 12000 + '</w:t></w:r></w:p><w:p><w:r><w:t>x[[Na</w:t></w:r><w:r><w:t>m</w:t>"
+                               u"</w:r><w:r><w:t>e]]y[[Na</w:t></w:r><w:r><w:t>me]]z</w:t></w:r></w:p></w:body>"
+                               u"</w:document>')]"_s));
+        auto document = openDocument(*m_application, path, false);
+        QVERIFY(document);
+        QElapsedTimer timer;
+        timer.start();
+        QCOMPARE(document->ReplaceAll(u"ab"_s, u"Ann"_s, Plain).value(), 12000);
+        qInfo("12,000 hits in one run replaced in %lld ms", static_cast<long long>(timer.elapsed()));
+        QCOMPARE(document->ReplaceAll(u"[[Name]]"_s, u"Bo\t"_s, Plain).value(), 2);
+        QCOMPARE(document->ContentText().value(), u"Ann "_s.repeated(12000) + u"\rxBo\tyBo\tz\r"_s);
+        const QString saved = m_dir.filePath(u"many-saved.docx"_s);
+        QVERIFY(document->SaveAs(saved).ok());
+        const QByteArray xml = partOf(saved, u"word/document.xml"_s);
+        QCOMPARE(xml.count("Ann "), 12000);
+        QVERIFY(xml.contains("<w:t>xBo</w:t><w:tab/>"));
     }
 
     void aPictureStoredBeforeTheText_survivesTheSave_andKeepsItsBytes()
