@@ -203,8 +203,8 @@ class OutcomeReport
 public:
     void contact(int row, const QString& address, const QString& outcome)
     {
-        // A server's reply of several lines stays on the contact's one line.
-        CliOutput::out(u"%1\t%2\t%3\n"_s.arg(row).arg(address, outcome.simplified()));
+        // Whatever the address or the server's reply holds, each contact has one line.
+        CliOutput::out(u"%1\t%2\t%3\n"_s.arg(row).arg(CliOutput::oneLine(address), outcome.simplified()));
         if (outcome == u"sent"_s) {
             ++m_sent;
         } else if (outcome.startsWith(u"skipped"_s)) {

@@ -69,6 +69,7 @@ int runSearchCommand(const QStringList& arguments)
     const QString pattern =
         typed.isEmpty() ? u"*.Doc"_s : SearchPattern::NormalizeCriteria(TextUtil::trimSpaces(typed)).pattern;
     int rows = 0;
+    int failures = 0;
     QString backups;
     std::unique_ptr<DocumentSearcher> searcher;
     bool stopFlag = false;
@@ -89,16 +90,21 @@ int runSearchCommand(const QStringList& arguments)
         SearchRun run({{},
                        [&rows](const ResultRow& row) {
                            ++rows;
-                           CliOutput::out(
-                               QStringList{row.name, row.folder, row.modified, row.size, row.type}.join(u'\t') + u'\n');
+                           QStringList fields{row.name, row.folder, row.modified, row.size, row.type};
+                           for (QString& field : fields) {
+                               field = CliOutput::oneLine(field);
+                           }
+                           CliOutput::out(fields.join(u'\t') + u'\n');
                        },
                        [] { QCoreApplication::processEvents(); },
-                       [&stopFlag] {
-                           return stopFlag;
+                       [&stopFlag] { return stopFlag; },
+                       [](const QString& path, const QString& reason) {
+                           CliOutput::err(u"quillbay-cli: %1: %2\n"_s.arg(CliOutput::oneLine(path), reason));
                        }},
                       searcher.get());
         run.WalkFolder(folder, pattern, parser.isSet(u"subfolders"_s), search);
         backups = run.backupFolder();
+        failures = run.failures();
     }
     CliOutput::out(rows > 0 ? QString::number(rows) + u" items\n"_s : u"0 Items\n"_s);
     if (searcher) {
@@ -112,5 +118,6 @@ int runSearchCommand(const QStringList& arguments)
         CliOutput::err(u"quillbay-cli: the search was stopped by a signal\n"_s);
         return 1;
     }
-    return 0;
+    // Each document that could not be searched or changed was named above.
+    return failures > 0 ? 1 : 0;
 }

@@ -37,6 +37,10 @@ EngineSearcher::~EngineSearcher() = default;
 
 Result<bool> EngineSearcher::SearchDocument(const QString& path, const WordSearch& search, const QString& backupCopy)
 {
+    // Words made only of blanks are searched as what is left of them: nothing, found nowhere.
+    if (search.words.isEmpty()) {
+        return false;
+    }
     Result<std::unique_ptr<wordlink::Document>> opened = m_application->Open(path, !search.replace);
     if (!opened.ok()) {
         return opened.error();

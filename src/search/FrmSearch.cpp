@@ -15,6 +15,7 @@
 #include <QCheckBox>
 #include <QCloseEvent>
 #include <QComboBox>
+#include <QDir>
 #include <QFile>
 #include <QGridLayout>
 #include <QGroupBox>
@@ -428,6 +429,7 @@ void FrmSearch::RunSearch()
 
     const QString words = TextUtil::trimSpaces(txtwords->text());
     std::unique_ptr<DocumentSearcher> searcher;
+    QStringList failures;
     if (!pattern.isEmpty()) {
         std::optional<WordSearch> search;
         if (!txtwords->text().isEmpty()) {
@@ -442,8 +444,9 @@ void FrmSearch::RunSearch()
         }
         SearchRun run({[this](const QString& status) { SbStatusPanel1->setText(status); },
                        [this](const ResultRow& row) { addRow(row); }, [] { QCoreApplication::processEvents(); },
-                       [this] {
-                           return m_stopFlag;
+                       [this] { return m_stopFlag; },
+                       [&failures](const QString& path, const QString& reason) {
+                           failures << QDir::toNativeSeparators(path) + u": "_s + reason;
                        }},
                       searcher.get());
         run.WalkFolder(TxtFolder->text(), pattern, ChkIncSubFolder->isChecked(), search);
@@ -466,6 +469,16 @@ void FrmSearch::RunSearch()
     }
     UnlockSearchControls();
     m_running = false;
+    if (!failures.isEmpty()) {
+        // The documents the run could not search or change, each with its reason.
+        constexpr qsizetype Shown = 12;
+        QString text = u"%1 document(s) could not be searched or changed:\n\n"_s.arg(failures.size()) +
+                       failures.mid(0, Shown).join(u'\n');
+        if (failures.size() > Shown) {
+            text += u"\n…"_s;
+        }
+        MessageBoxes::show(Message{text, u"Quillbay+"_s, MessageButtons::Ok, MessageIcon::Critical});
+    }
     if (m_closeWhenDone) {
         close();
     }

@@ -86,7 +86,7 @@ void SearchRun::walk(const QString& folder, const QString& pattern, bool subfold
         if (!SearchPattern::matchesFileName(file.fileName(), pattern)) {
             continue;
         }
-        if (words && !words->words.isEmpty()) {
+        if (words) {
             SearchDocument(file.absoluteFilePath(), *words);
         } else {
             AddResultRow(file);
@@ -165,7 +165,14 @@ void SearchRun::SearchDocument(const QString& path, const WordSearch& words)
     if (words.replace && QFileInfo::exists(backup)) {
         m_backupUsed = true;
     }
-    if (!hit.ok() || !hit.value()) {
+    if (!hit.ok()) {
+        ++m_failures;
+        if (m_events.failed) {
+            m_events.failed(path, hit.error().message);
+        }
+        return;
+    }
+    if (!hit.value()) {
         return;
     }
     AddResultRow(QFileInfo(path));

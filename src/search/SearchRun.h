@@ -39,6 +39,8 @@ public:
         std::function<void(const ResultRow&)> found; // a hit
         std::function<void()> pump;                  // let the window live
         std::function<bool()> stopRequested;
+        // A document that could not be searched or changed, and why.
+        std::function<void(const QString& path, const QString& reason)> failed = {};
     };
 
     // `searcher` is used only when words are searched.
@@ -56,6 +58,7 @@ public:
     // number behind it when a run of the same second already has that name.
     QString backupFolder() const { return m_backupUsed ? m_backupFolder : QString(); }
     int hits() const { return m_hits; }
+    int failures() const { return m_failures; }
 
 private:
     void walk(const QString& folder, const QString& pattern, bool subfolders, const std::optional<WordSearch>& words);
@@ -77,6 +80,7 @@ private:
     bool m_backupUsed = false;
     int m_folderTick = 0;
     int m_hits = 0;
+    int m_failures = 0;
     qint64 m_pumpInterval = 100;
     QElapsedTimer m_sincePump;
     QSet<QString> m_visited;

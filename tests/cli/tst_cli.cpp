@@ -626,6 +626,7 @@ private slots:
                                << QStringList{u"alpha.docx"_s, u"gamma.docx"_s};
         QTest::newRow("words, case counts")
             << QStringList{u"--subfolders"_s, u"--words"_s, u"Zanzibar"_s, u"--match-case"_s} << QStringList{};
+        QTest::newRow("blank words find nothing") << QStringList{u"--words"_s, u"   "_s} << QStringList{};
         QTest::newRow("whole word") << QStringList{u"--subfolders"_s, u"--words"_s, u"zanz"_s, u"--whole-word"_s}
                                     << QStringList{};
     }
@@ -673,6 +674,20 @@ private slots:
         QCOMPARE(documentText(root + u"/sub/gamma.docx"_s), u"Paris twice Paris\r"_s);
         QCOMPARE(readFile(root + u"/beta.docx"_s), betaBefore);
         QCOMPARE(QFileInfo(root + u"/beta.docx"_s).lastModified(), betaTime);
+    }
+
+    void search_documentsThatCannotBeSearched_areNamed_andEndWithStatusOne()
+    {
+        const QString root = searchTree();
+        QVERIFY(!root.isEmpty());
+        const CliResult result = runCli(
+            {u"search"_s, u"--folder"_s, root, u"--words"_s, u"[a-"_s, u"--wildcards"_s, u"--replace"_s, u"x"_s});
+        QCOMPARE(result.exitCode, 1);
+        QVERIFY(result.out.endsWith(u"0 Items\n"_s));
+        const QStringList errors = result.err.split(u'\n', Qt::SkipEmptyParts);
+        QCOMPARE(errors.size(), 3); // Word's lock file beside alpha is no document either
+        QVERIFY2(errors.at(0).startsWith(u"quillbay-cli: "_s + root + u"/alpha.docx: "_s), qPrintable(errors.at(0)));
+        QVERIFY(errors.at(1).contains(u"beta.docx: the wildcard text is not valid"_s));
     }
 
 private:
