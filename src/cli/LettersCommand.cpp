@@ -63,11 +63,6 @@ Result<LetterOptions> letterOptionsFrom(const CommandParser& parser)
     return options;
 }
 
-bool completed(const QString& closingText)
-{
-    return closingText.endsWith(u" is Successfully Stored"_s) || closingText == u"Files are Saved Successfully"_s;
-}
-
 } // namespace
 
 int runLettersCommand(const QStringList& arguments)
@@ -101,13 +96,9 @@ int runLettersCommand(const QStringList& arguments)
     WindowlessRunView view;
     PostalMergeRun run(view);
     const Interruption interruption([&run] { run.CmdCancelSend_Click(); });
-    run.run({&contacts.table, &contacts.tokens, options.templatePath, options.combined, count}, options.folder);
-
-    // A run that stopped on a failure leaves its label at the letter it could not make or save;
-    // a cancelled run had written every letter it reached.
-    const QString closingText = view.process();
-    const bool failed = !completed(closingText) && closingText != u"Process Cancelled!"_s;
-    const int written = failed ? run.done() - 1 : run.done();
+    const RunOutcome outcome =
+        run.run({&contacts.table, &contacts.tokens, options.templatePath, options.combined, count}, options.folder);
+    const int written = outcome.done;
     if (options.folder.isEmpty()) {
         if (written > 0) {
             CliOutput::out(options.combined + u'\n');
@@ -117,13 +108,13 @@ int runLettersCommand(const QStringList& arguments)
             CliOutput::out(options.folder + u'/' + PostalMergeRun::numberedName(number, options.templatePath) + u'\n');
         }
     }
-    if (completed(closingText)) {
-        CliOutput::out(closingText + u'\n');
+    if (outcome.completed()) {
+        CliOutput::out(view.process() + u'\n');
         return 0;
     }
     CliOutput::out(u"%1 of %2 letters written\n"_s.arg(written).arg(count));
-    CliOutput::err(
-        failed ? u"quillbay-cli: the run stopped at letter %1: it could not be made or saved\n"_s.arg(run.done())
-               : u"quillbay-cli: the run was cut off by a signal\n"_s);
+    CliOutput::err(outcome.ending == RunOutcome::Ending::Failed
+                       ? u"quillbay-cli: the run stopped at letter %1: %2\n"_s.arg(written + 1).arg(outcome.error)
+                       : u"quillbay-cli: the run was cut off by a signal\n"_s);
     return 1;
 }

@@ -103,7 +103,7 @@ Status PostalMergeRun::mergeContact(wordlink::DocumentApplication& application, 
     return {};
 }
 
-void PostalMergeRun::run(const Input& input, const QString& folder)
+RunOutcome PostalMergeRun::run(const Input& input, const QString& folder)
 {
     wordlink::WordJob job;
     const std::unique_ptr<wordlink::DocumentApplication> application = wordlink::NewApplication();
@@ -122,27 +122,27 @@ void PostalMergeRun::run(const Input& input, const QString& folder)
     m_view.setNext(u"Finish"_s, false);
 
     bool outputStarted = false;
-    bool completed = true;
+    RunOutcome outcome;
     int yieldCount = 0;
     for (int row = 1; row <= input.table->count(); ++row) {
         if (m_cancelFlag) {
             m_view.setProcess(u"Process Cancelled!"_s);
-            completed = false;
+            outcome = {RunOutcome::Ending::Cancelled, {}, m_done};
             break;
         }
         if (!input.table->at(row).checked) {
             continue;
         }
         if (++m_done > MostLetters) {
-            completed = false;
+            outcome = RunOutcome::failed(u"more letters than one run can number"_s, m_done - 1);
             break;
         }
         m_view.setProcess(u"Processing  %1  of  %2"_s.arg(m_done).arg(input.selectedCount));
         if (!folder.isEmpty()) {
             m_view.setStatus(numberedName(m_done, input.templatePath));
         }
-        if (!mergeContact(*application, input, row, folder, outputStarted).ok()) {
-            completed = false;
+        if (const Status merged = mergeContact(*application, input, row, folder, outputStarted); !merged.ok()) {
+            outcome = RunOutcome::failed(merged.error().message, m_done - 1);
             break;
         }
         m_view.setBarWidth(qMin(m_view.barWidth() + m_step, FullBar));
@@ -151,7 +151,8 @@ void PostalMergeRun::run(const Input& input, const QString& folder)
             m_view.pumpEvents();
         }
     }
-    if (completed) {
+    if (outcome.completed()) {
+        outcome.done = m_done;
         m_view.setFolderText(QString());
         if (folder.isEmpty()) {
             m_view.setProcess(m_outputName + u" is Successfully Stored"_s);
@@ -167,4 +168,5 @@ void PostalMergeRun::run(const Input& input, const QString& folder)
     m_view.setCancelEnabled(false);
     m_view.setBackEnabled(true);
     application->Quit();
+    return outcome;
 }

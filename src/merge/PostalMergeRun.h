@@ -1,5 +1,6 @@
 #pragma once
 
+#include "RunOutcome.h"
 #include "core/Result.h"
 
 #include <QString>
@@ -30,8 +31,9 @@ public:
 
     explicit PostalMergeRun(RunView& view);
 
-    // Folder empty: the combined document; else one document per contact in the folder.
-    void run(const Input& input, const QString& folder);
+    // Folder empty: the combined document; else one document per contact in the folder. A
+    // failed run tells why, and counts the letters written before the one that failed.
+    RunOutcome run(const Input& input, const QString& folder);
     void CmdCancelSend_Click() { m_cancelFlag = true; }
     bool cancelFlag() const { return m_cancelFlag; }
 

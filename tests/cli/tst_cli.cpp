@@ -609,7 +609,9 @@ private slots:
                                          u"--template"_s, broken, u"--out-dir"_s, path(u"brokenLetters"_s)});
         QCOMPARE(result.exitCode, 1);
         QCOMPARE(result.out, u"0 of 3 letters written\n"_s);
-        QCOMPARE(result.err, u"quillbay-cli: the run stopped at letter 1: it could not be made or saved\n"_s);
+        // The reason is the document engine's own.
+        QVERIFY2(result.err.startsWith(u"quillbay-cli: the run stopped at letter 1: not a Word 2007 document"_s),
+                 qPrintable(result.err));
         QCOMPARE(QDir(path(u"brokenLetters"_s)).entryList(QDir::Files), QStringList());
     }
 
