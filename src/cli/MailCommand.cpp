@@ -252,7 +252,12 @@ int runMailCommand(const QStringList& arguments)
     tokens.BuildTokenCatalog();
     std::unique_ptr<MergedAttachment> attachment;
     if (!options.attachTemplate.isEmpty()) {
-        DocumentMerge::ScanDocTokens(tokens, options.attachTemplate);
+        // A template that cannot be read would go out raw, unmerged, to every contact.
+        if (const Status scanned = DocumentMerge::ScanDocTokens(tokens, options.attachTemplate); !scanned.ok()) {
+            CliOutput::err(u"quillbay-cli: the attachment template %1 cannot be read: %2\n"_s.arg(
+                CliOutput::oneLine(options.attachTemplate), scanned.error().message));
+            return 1;
+        }
         attachment = std::make_unique<MergedAttachment>(tokens, options.attachTemplate);
     }
     tokens.ScanMailTokens(options.html);

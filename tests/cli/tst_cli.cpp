@@ -427,6 +427,27 @@ private slots:
         QVERIFY(documentText(offer).startsWith(u"Offer for [[FirstName]] [[LastName]]"_s));
     }
 
+    void mail_aTemplateThatCannotBeRead_stopsBeforeTheFirstMail_andEachContactHasOneLine()
+    {
+        const QString broken = path(u"broken-offer.docx"_s);
+        QVERIFY(writeFile(broken, "no package at all"));
+        const CliResult stopped = runCli(mailArguments({u"--attach"_s, broken, u"--eml-dir"_s, path(u"never-sent"_s)}));
+        QCOMPARE(stopped.exitCode, 1);
+        QVERIFY2(stopped.err.startsWith(u"quillbay-cli: the attachment template "_s), qPrintable(stopped.err));
+        QVERIFY(QDir(path(u"never-sent"_s)).entryList(QDir::Files).isEmpty());
+
+        // A quoted address with a line break cannot add a line of its own to the report.
+        const QString forged = path(u"forged.csv"_s);
+        QVERIFY(writeFile(forged, "Name,Email\nAnn,\"ann@example.com\nFAKE-ROW\tvictim@example.com\tsent\"\n"));
+        QStringList arguments = mailArguments({u"--eml-dir"_s, path(u"forged"_s)});
+        arguments[arguments.indexOf(m_contacts)] = forged;
+        const CliResult report = runCli(arguments);
+        const QStringList lines = report.out.split(u'\n', Qt::SkipEmptyParts);
+        QCOMPARE(lines.size(), 2); // the contact and the closing line
+        QVERIFY2(lines.at(0).startsWith(u"1\tann@example.com FAKE-ROW victim@example.com sent\t"_s),
+                 qPrintable(lines.at(0)));
+    }
+
     void mailOverSmtp_theServerGetsWhatTheFolderHolds()
     {
         SmtpSink sink({false, false, u"mailer:s3cret"_s, 0});

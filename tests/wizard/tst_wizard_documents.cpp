@@ -23,6 +23,7 @@
 #include <QPointer>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QSet>
 #include <QTabWidget>
 #include <QTemporaryDir>
 #include <QTest>
@@ -368,10 +369,11 @@ private slots:
         }
     }
 
-    void aTemplateWhereItsCopiesGo_isKept_andNoMailCarriesAnotherContactsCopy()
+    void aTemplateInTheApplicationFolder_isKept_andEachRunCopiesIntoAFolderOfItsOwn()
     {
-        // The copy of each contact is written under the template's name in the application
-        // folder: a template kept there would be overwritten by the first contact's copy.
+        // Each run writes the contacts' copies into a scratch folder of its own, so a template
+        // kept in the application folder is never overwritten, and two runs at once never mix
+        // their copies; the scratch folder goes with the run.
         const QString kept = AppPaths::file(u"letter.docx"_s);
         QFile::remove(kept);
         QVERIFY(QFile::copy(m_docx, kept));
@@ -380,7 +382,14 @@ private slots:
         sendWithAttachment(sink, kept);
         QVERIFY(m_wizard->tokens().docTokens().contains(u"[[FirstName]]"_s));
         QCOMPARE(bytesOf(kept), bytesOf(m_docx));
-        QVERIFY(sink.messages(1, 1000).isEmpty()); // every contact skipped
+        const QList<SmtpSink::StoredMessage> stored = sink.messages(3);
+        QCOMPARE(stored.size(), 3);
+        QSet<QByteArray> copies;
+        for (const SmtpSink::StoredMessage& message : stored) {
+            copies.insert(attachmentOf(message.content));
+        }
+        QCOMPARE(copies.size(), 3);
+        QCOMPARE(QDir(AppPaths::applicationFolder()).entryList({u"Attachments-*"_s}, QDir::Dirs), QStringList());
         QFile::remove(kept);
     }
 };
