@@ -10,6 +10,7 @@
 #include "core/SettingsKeys.h"
 #include "core/TextDecoding.h"
 #include "core/Twips.h"
+#include "core/WaitCursor.h"
 #include "merge/TokenEngine.h"
 #include "wordlink/PdfExport.h"
 #include "wordlink/WordStatus.h"
@@ -809,9 +810,12 @@ void ComposePage::ImgSrl_Click(int index)
 void ComposePage::cboPAtTo_Click()
 {
     if (cboPAtTo->currentText().isEmpty() || !m_attachment) {
+        // Also with no contact chosen the step ends as every preview does: the office suite is
+        // no longer taken.
+        wordlink::setWordRunning(false);
         return;
     }
-    QApplication::setOverrideCursor(Qt::WaitCursor);
+    const WaitCursor wait;
     const int row = CboPAtIndex->itemText(cboPAtTo->currentIndex()).toInt();
     QImage page;
     if (const Result<QString> document = m_attachment(row); document.ok()) {
@@ -825,7 +829,6 @@ void ComposePage::cboPAtTo_Click()
     }
     // A preview that could not be made leaves the box empty rather than show another contact's page.
     PicOleAt->showPage(page);
-    QApplication::restoreOverrideCursor();
 }
 
 void ComposePage::OpenHtmlFile()

@@ -644,6 +644,12 @@ private slots:
         fail = true;
         m_page->cboPAtTo->setCurrentIndex(2);
         QVERIFY(!m_page->PicOleAt->hasPage());
+
+        // With no contact chosen the step ends as every preview does: the office suite is not taken.
+        SettingsStore::instance().setValue(Keys::WordRunning, u"Y"_s);
+        m_page->cboPAtTo->setCurrentIndex(-1);
+        m_page->cboPAtTo_Click();
+        QCOMPARE(SettingsStore::instance().value(Keys::WordRunning), u"N"_s);
     }
 };
 
