@@ -4,6 +4,8 @@
 #include <QFileInfo>
 
 #include <filesystem>
+#include <sys/stat.h>
+#include <unistd.h>
 #include <zip.h>
 
 using namespace Qt::StringLiterals;
@@ -18,7 +20,8 @@ enum PackageError
     NotAPackage,
     MissingPart,
     TooLarge,
-    Unwritable
+    Unwritable,
+    ReadOnly
 };
 
 QString zipErrorText(zip_error_t* error)
@@ -218,21 +221,39 @@ Result<QByteArray> OoxmlPackage::packed() const
 
 Status OoxmlPackage::saveTo(const QString& path) const
 {
+    // A link is followed: the document it names is replaced and the link stays a link.
+    const QFileInfo named(path);
+    const QString target = named.isSymLink() && !named.canonicalFilePath().isEmpty() ? named.canonicalFilePath() : path;
+    const QByteArray targetName = QFile::encodeName(target);
+    struct stat existing = {};
+    const bool replacing = ::stat(targetName.constData(), &existing) == 0;
+    // A document nobody may write to is left alone, also for a user whom the system would let.
+    if (replacing &&
+        ((existing.st_mode & (S_IWUSR | S_IWGRP | S_IWOTH)) == 0 || ::access(targetName.constData(), W_OK) != 0)) {
+        return Error{ReadOnly, u"the document is read-only"_s};
+    }
     const Result<QByteArray> bytes = packed();
     if (!bytes.ok()) {
         return bytes.error();
     }
-    // The finished file takes the place of the old one in one step.
-    const QString temporary = path + u".quillbay-saving"_s;
+    // The finished file takes the place of the old one in one step, with the old one's mode and
+    // owner. Its temporary name is fixed, so a save cut off by a killed run is cleared by the
+    // next save of the same document.
+    const QString temporary = target + u".quillbay-saving"_s;
     {
         QFile file(temporary);
         if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate) || file.write(bytes.value()) != bytes->size()) {
             QFile::remove(temporary);
             return Error{Unwritable, file.errorString()};
         }
+        if (replacing) {
+            // The owner is kept where the user may give it (as the owner or root); the mode always.
+            [[maybe_unused]] const int owned = ::fchown(file.handle(), existing.st_uid, existing.st_gid);
+            ::fchmod(file.handle(), existing.st_mode & 07777);
+        }
     }
     std::error_code error;
-    std::filesystem::rename(QFile::encodeName(temporary).toStdString(), QFile::encodeName(path).toStdString(), error);
+    std::filesystem::rename(QFile::encodeName(temporary).toStdString(), targetName.toStdString(), error);
     if (error) {
         QFile::remove(temporary);
         return Error{Unwritable, u"the document cannot be stored as "_s + path};

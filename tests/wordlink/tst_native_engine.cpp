@@ -277,6 +277,43 @@ private slots:
         QVERIFY(xml.contains("<w:t>xBo</w:t><w:tab/>"));
     }
 
+    void savingInPlace_keepsModeAndLink_andLeavesAReadOnlyDocumentAlone()
+    {
+        const auto replaceAndSave = [this](const QString& path) {
+            auto document = openDocument(*m_application, path, false);
+            if (!document || document->ReplaceAll(u"Dear"_s, u"Hello"_s, Plain).value() == 0) {
+                return Status(Error{1, u"nothing to save"_s});
+            }
+            const Status saved = document->Save();
+            document->Close();
+            return saved;
+        };
+        const QString privateLetter = m_dir.filePath(u"private.docx"_s);
+        QVERIFY(QFile::copy(m_letter, privateLetter));
+        QVERIFY(QFile::setPermissions(privateLetter, QFile::ReadOwner | QFile::WriteOwner));
+        QVERIFY(replaceAndSave(privateLetter).ok());
+        QCOMPARE(QFile::permissions(privateLetter),
+                 QFile::ReadOwner | QFile::WriteOwner | QFile::ReadUser | QFile::WriteUser);
+        QVERIFY(!QFile::exists(privateLetter + u".quillbay-saving"_s));
+
+        const QString linked = m_dir.filePath(u"linked.docx"_s);
+        const QString link = m_dir.filePath(u"link.docx"_s);
+        QVERIFY(QFile::copy(m_letter, linked) && QFile::link(linked, link));
+        QVERIFY(replaceAndSave(link).ok());
+        QVERIFY(QFileInfo(link).isSymLink());
+        QVERIFY(partOf(linked, u"word/document.xml"_s).contains("Hello"));
+
+        const QString readOnly = m_dir.filePath(u"read-only.docx"_s);
+        QVERIFY(QFile::copy(m_letter, readOnly));
+        QVERIFY(QFile::setPermissions(readOnly, QFile::ReadOwner | QFile::ReadGroup | QFile::ReadOther));
+        const Status refused = replaceAndSave(readOnly);
+        QVERIFY(!refused.ok());
+        QVERIFY(refused.error().message.contains(u"read-only"_s));
+        QCOMPARE(partOf(readOnly, u"word/document.xml"_s), partOf(m_letter, u"word/document.xml"_s));
+        QCOMPARE(QFile::permissions(readOnly) & (QFile::WriteOwner | QFile::WriteGroup | QFile::WriteOther),
+                 QFile::Permissions());
+    }
+
     void aPictureStoredBeforeTheText_survivesTheSave_andKeepsItsBytes()
     {
         const QString path = m_dir.filePath(u"pictured.docx"_s);
