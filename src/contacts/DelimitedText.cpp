@@ -139,28 +139,56 @@ QString StripQuotes(const QString& field)
 
 LineReader::LineReader(QStringView text, TextKind kind)
     : m_text(text)
-    , m_lastQuote(kind == TextKind::Comma ? text.lastIndexOf(Quote) : -1)
+    , m_quoted(kind == TextKind::Comma)
 {
 }
 
 QStringView LineReader::readLine()
 {
     const qsizetype start = m_position;
-    bool quoted = false;
-    qsizetype end = start;
-    for (; end < m_text.size(); ++end) {
-        const QChar c = m_text.at(end);
-        if (c == Quote && m_lastQuote >= 0) {
-            quoted = !quoted;
-        } else if ((c == u'\r' || c == u'\n') && !(quoted && m_lastQuote > end)) {
-            break;
-        }
-    }
+    const qsizetype end = endOfLine(start);
     m_position = end + 1;
     if (end + 1 < m_text.size() && m_text.at(end) == u'\r' && m_text.at(end + 1) == u'\n') {
         ++m_position;
     }
     return m_text.sliced(start, end - start);
+}
+
+qsizetype LineReader::endOfLine(qsizetype start) const
+{
+    bool fieldStart = true;
+    for (qsizetype i = start; i < m_text.size(); ++i) {
+        const QChar c = m_text.at(i);
+        if (c == u'\r' || c == u'\n') {
+            return i;
+        }
+        if (m_quoted && c == Quote && fieldStart) {
+            // A quoted field: its closing quote is the first one that is not half of a "" pair.
+            qsizetype closing = m_text.indexOf(Quote, i + 1);
+            while (closing >= 0 && closing + 1 < m_text.size() && m_text.at(closing + 1) == Quote) {
+                closing = m_text.indexOf(Quote, closing + 2);
+            }
+            const QStringView inside = closing < 0 ? QStringView() : m_text.sliced(i, closing - i);
+            const bool holdsLineBreak = inside.contains(u'\r') || inside.contains(u'\n');
+            if (closing >= 0 && (!holdsLineBreak || closesField(closing))) {
+                i = closing;
+                fieldStart = false;
+                continue;
+            }
+        }
+        fieldStart = c == u',';
+    }
+    return m_text.size();
+}
+
+bool LineReader::closesField(qsizetype closingQuote) const
+{
+    const qsizetype next = closingQuote + 1;
+    if (next >= m_text.size()) {
+        return true;
+    }
+    const QChar c = m_text.at(next);
+    return c == u',' || c == u'\r' || c == u'\n';
 }
 
 int CountFileLines(const QByteArray& bytes)
@@ -181,6 +209,14 @@ QStringList headerColumns(QStringView firstLine, TextKind kind)
 
 std::optional<Contact> AddTextRow(QStringView line, TextKind kind, const std::array<int, 16>& columnOfMapIndex)
 {
+    // A line break kept inside a quoted field is written as LF whatever the file's line ends,
+    // so a list gives the same contacts with CR LF, CR or LF ends (the splitter drops the one
+    // character after a closing quote, which would otherwise be half of a CR LF).
+    QString unifiedBreaks;
+    if (line.contains(u'\r')) {
+        unifiedBreaks = line.toString().replace(u"\r\n"_s, u"\n"_s).replace(u'\r', u'\n');
+        line = unifiedBreaks;
+    }
     const SplitFields split =
         kind == TextKind::Tab ? SplitFields{SplitFields::State::Fields, splitTabs(line)} : PSplit(line);
     if (split.state == SplitFields::State::Failed) {

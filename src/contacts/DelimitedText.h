@@ -49,10 +49,15 @@ SplitFields PSplit(QStringView line);
 // Trims blanks, then drops one double quote at the start and one at the end.
 QString StripQuotes(const QString& field);
 
-// Reads a text's lines one by one: a line ends at CR LF, at a lone CR or at a lone LF. In a
-// comma list a line break inside quotes belongs to the field (as spreadsheets write a cell of
-// several lines), unless no quote follows anywhere in the text to close it. A text that ends
-// with a line end has no empty line behind it.
+// Reads a text's lines one by one: a line ends at CR LF, at a lone CR or at a lone LF, so lists
+// written with either line end read alike. In a comma list a field that begins with a double
+// quote (at the line's start or after a comma) runs to the quote that closes it, "" standing for
+// one quote, and a line break inside it belongs to the field, as in RFC 4180:
+//     Ann,"12 Main St<LF>Springfield",ann@x.org  #=> one line, the address on two lines
+// Such a field spans a line break only when its closing quote is followed by a comma, a line end
+// or the end of the text; otherwise its quote is a plain character, so a stray quote never joins
+// one contact's line to the next. A tab list has no quoting. A text that ends with a line end
+// has no empty line behind it.
 class LineReader
 {
 public:
@@ -61,9 +66,12 @@ public:
     QStringView readLine();
 
 private:
+    qsizetype endOfLine(qsizetype start) const;
+    bool closesField(qsizetype closingQuote) const;
+
     QStringView m_text;
+    bool m_quoted; // a comma list
     qsizetype m_position = 0;
-    qsizetype m_lastQuote = -1; // in a comma list; -1 for a tab list
 };
 
 // The number of line ends in the file's bytes, at least 1 (it only scales the progress bar).

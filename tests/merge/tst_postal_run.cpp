@@ -1,3 +1,4 @@
+#include "FakeRunView.h"
 #include "TestSupport.h"
 #include "contacts/ContactTable.h"
 #include "core/AppPaths.h"
@@ -20,53 +21,6 @@
 using namespace Qt::StringLiterals;
 
 namespace {
-
-class RecordingView : public RunView
-{
-public:
-    void setHeader(const QString& text) override { header = text; }
-    void setFolderText(const QString& text) override { folder = text; }
-    void setStatus(const QString& text) override { statuses << text; }
-    void setProcess(const QString& text) override
-    {
-        processes << text;
-        if (onProcess) {
-            onProcess(text);
-        }
-    }
-    QString process() const override { return processes.isEmpty() ? QString() : processes.last(); }
-    void setProcessVisible(bool) override {}
-    void setBarWidth(double twips) override { bar = twips; }
-    double barWidth() const override { return bar; }
-    void setCancelEnabled(bool enabled) override { cancelEnabled = enabled; }
-    void setBackEnabled(bool enabled) override { backEnabled = enabled; }
-    void setNext(const QString& caption, bool enabled) override
-    {
-        nextCaption = caption;
-        nextEnabled = enabled;
-    }
-    void showRunPage(const QString&) override { ++pagesShown; }
-    void setWaitCursor(bool) override {}
-    void showSmtpSettings() override {}
-    void pumpEvents() override
-    {
-        ++yields;
-        QCoreApplication::processEvents();
-    }
-
-    QString header;
-    QString folder;
-    QStringList statuses;
-    QStringList processes;
-    double bar = -1;
-    bool cancelEnabled = false;
-    bool backEnabled = false;
-    QString nextCaption;
-    bool nextEnabled = false;
-    int pagesShown = 0;
-    int yields = 0;
-    std::function<void(const QString&)> onProcess;
-};
 
 QString textOf(const QString& path)
 {
@@ -124,7 +78,7 @@ private slots:
     {
         const QString folder = m_dir.filePath(u"letters"_s);
         QDir().mkpath(folder);
-        RecordingView view;
+        FakeRunView view;
         PostalMergeRun run(view);
         QStringList running;
         view.onProcess = [&running](const QString&) {
@@ -161,7 +115,7 @@ private slots:
     void combinedForm_keepsTheFirstLetter_andAppendsTheOthersAsText()
     {
         const QString combined = m_dir.filePath(u"All letters.docx"_s);
-        RecordingView view;
+        FakeRunView view;
         PostalMergeRun run(view);
         run.run(input(m_template, u" "_s + combined + u" "_s), QString());
         QCOMPARE(run.OutputName(), u"All letters.docx"_s);
@@ -186,7 +140,7 @@ private slots:
         }
         const QString folder = m_dir.filePath(u"cancelled"_s);
         QDir().mkpath(folder);
-        RecordingView view;
+        FakeRunView view;
         PostalMergeRun run(view);
         // The user presses Cancel at the second contact: the click waits in the event queue.
         view.onProcess = [&run](const QString& text) {
@@ -208,14 +162,14 @@ private slots:
         QVERIFY2(converted.ok(), qPrintable(converted.error().message));
         const QString folder = m_dir.filePath(u"doc-letters"_s);
         QDir().mkpath(folder);
-        RecordingView view;
+        FakeRunView view;
         PostalMergeRun run(view);
         run.run(input(docTemplate), folder);
         QCOMPARE(QDir(folder).entryList(QDir::Files, QDir::Name),
                  (QStringList{u"Quillbay+1.doc"_s, u"Quillbay+2.doc"_s, u"Quillbay+3.doc"_s}));
         QVERIFY(textOf(folder + u"/Quillbay+1.doc"_s).startsWith(u"Dear Name2,"_s));
 
-        RecordingView failing;
+        FakeRunView failing;
         PostalMergeRun broken(failing);
         broken.run(input(m_dir.filePath(u"gone.docx"_s)), folder);
         QCOMPARE(failing.process(), u"Processing  1  of  3"_s); // the labels stay as they were
@@ -231,7 +185,7 @@ private slots:
         QDir().mkpath(folder);
         const QString templatePath = folder + u"/Quillbay+1.docx"_s;
         QVERIFY(QFile::copy(m_template, templatePath));
-        RecordingView view;
+        FakeRunView view;
         PostalMergeRun run(view);
         run.run(input(templatePath), folder);
         QCOMPARE(view.process(), u"Processing  1  of  3"_s);

@@ -5,14 +5,23 @@
 #include <QCoreApplication>
 #include <QStringList>
 
-// The run page as a send run drives it, recorded for the tests.
+#include <functional>
+
+// The run page as a send or postal run drives it, recorded for the tests; onProcess lets a
+// test act when a run writes a given progress text (a cancel at the second contact).
 class FakeRunView : public RunView
 {
 public:
     void setHeader(const QString& text) override { header = text; }
     void setFolderText(const QString& text) override { folder = text; }
     void setStatus(const QString& text) override { statuses << text; }
-    void setProcess(const QString& text) override { processes << text; }
+    void setProcess(const QString& text) override
+    {
+        processes << text;
+        if (onProcess) {
+            onProcess(text);
+        }
+    }
     QString process() const override { return processes.isEmpty() ? QString() : processes.last(); }
     void setProcessVisible(bool visible) override { processVisible = visible; }
     void setBarWidth(double twips) override { bar = twips; }
@@ -24,10 +33,18 @@ public:
         nextCaption = caption;
         nextEnabled = enabled;
     }
-    void showRunPage(const QString& tabCaption) override { runPage = tabCaption; }
+    void showRunPage(const QString& tabCaption) override
+    {
+        runPage = tabCaption;
+        ++pagesShown;
+    }
     void setWaitCursor(bool waiting) override { waitCursor = waiting; }
     void showSmtpSettings() override { ++settingsShown; }
-    void pumpEvents() override { QCoreApplication::processEvents(); }
+    void pumpEvents() override
+    {
+        ++yields;
+        QCoreApplication::processEvents();
+    }
 
     QString header;
     QString folder;
@@ -42,4 +59,7 @@ public:
     QString runPage;
     bool waitCursor = false;
     int settingsShown = 0;
+    int pagesShown = 0;
+    int yields = 0;
+    std::function<void(const QString&)> onProcess;
 };
