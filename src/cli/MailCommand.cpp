@@ -294,12 +294,11 @@ int runMailCommand(const QStringList& arguments)
     }
     SmtpSendRun run(view, options.account, transport.get());
     const Interruption interruption([&run] { run.CmdCancelSend_Click(); });
-    run.RunSmtpSend(input);
+    const RunOutcome outcome = run.RunSmtpSend(input);
     MessageBoxes::resetPresenter();
 
-    const QString closingText = view.process();
-    CliOutput::out(report.summary(closingText));
-    if (!closingText.startsWith(u"Process Cancelled!"_s)) {
+    CliOutput::out(report.summary(view.process()));
+    if (outcome.completed()) {
         return 0;
     }
     QString reason = u"the run was cut off"_s;
@@ -307,8 +306,8 @@ int runMailCommand(const QStringList& arguments)
         reason = u"the run was cut off by a signal"_s;
     } else if (!boxText.isEmpty()) {
         reason = boxText;
-    } else if (!transport->failure().isEmpty()) {
-        reason = transport->failure();
+    } else if (!outcome.error.isEmpty()) {
+        reason = outcome.error;
     }
     CliOutput::err(u"quillbay-cli: "_s + reason + u'\n');
     return 1;

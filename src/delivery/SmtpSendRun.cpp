@@ -55,7 +55,7 @@ void SmtpSendRun::CmdCancelSend_Click()
     m_transport.cancel();
 }
 
-void SmtpSendRun::RunSmtpSend(const SendRunInput& input)
+RunOutcome SmtpSendRun::RunSmtpSend(const SendRunInput& input)
 {
     m_accepted = 0;
     m_transport.endRun();
@@ -83,17 +83,17 @@ void SmtpSendRun::RunSmtpSend(const SendRunInput& input)
     if (!embedded.InlineImageList.isEmpty()) {
         const Result<QList<QByteArray>> images = InlineImages::LoadInlineImages(embedded.InlineImageList);
         if (!images.ok()) {
-            closingSteps(true);
+            const RunOutcome outcome = closingSteps(u"an inline picture cannot be read: "_s + images.error().message);
             if (input.attachment != nullptr) {
                 input.attachment->endRun();
             }
-            return;
+            return outcome;
         }
         message.inlineImagePaths = InlineImages::paths(embedded.InlineImageList);
         message.inlineImageData = images.value();
     }
 
-    bool errorPending = false;
+    QString error; // what ended the run before its last contact
     const qsizetype last = input.rows.size() - 1;
     for (qsizetype i = 0;; ++i) {
         if (i > last) {
@@ -143,7 +143,7 @@ void SmtpSendRun::RunSmtpSend(const SendRunInput& input)
                 const MailTransport::Outcome outcome = m_transport.SendSmtpMessage(message, input.addresses.value(0));
                 if (outcome == MailTransport::Outcome::Raised) {
                     report(u"failed: the connection was lost"_s);
-                    errorPending = true;
+                    error = u"the connection to the server was lost"_s;
                     break;
                 }
                 if (outcome == MailTransport::Outcome::Accepted) {
@@ -160,16 +160,18 @@ void SmtpSendRun::RunSmtpSend(const SendRunInput& input)
             m_view.setBarWidth(qMin(m_view.barWidth() + m_progressStep, FullBar));
         }
     }
-    closingSteps(errorPending);
+    const RunOutcome outcome = closingSteps(error);
     if (input.attachment != nullptr) {
         input.attachment->endRun();
     }
+    return outcome;
 }
 
-void SmtpSendRun::closingSteps(bool errorPending)
+RunOutcome SmtpSendRun::closingSteps(const QString& error)
 {
     const bool cancelled = m_transport.cancelled();
     const QString failure = m_transport.failure();
+    const bool errorPending = !error.isEmpty();
     m_transport.endRun();
     m_view.setBarWidth(FullBar);
     m_view.setProcessVisible(true);
@@ -184,4 +186,9 @@ void SmtpSendRun::closingSteps(bool errorPending)
     m_view.setCancelEnabled(false);
     m_view.setBackEnabled(true);
     m_view.setWaitCursor(false);
+    if (!failure.isEmpty() || errorPending) {
+        // A socket error or a certificate names itself; else what ended the loop.
+        return RunOutcome::failed(failure.isEmpty() ? error : failure, m_accepted);
+    }
+    return {cancelled ? RunOutcome::Ending::Cancelled : RunOutcome::Ending::Completed, {}, m_accepted};
 }

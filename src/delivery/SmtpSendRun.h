@@ -1,6 +1,7 @@
 #pragma once
 
 #include "SmtpConversation.h"
+#include "merge/RunOutcome.h"
 
 #include <QList>
 #include <QString>
@@ -35,7 +36,8 @@ public:
     // The messages go to the transport when one is given, else to the account's SMTP server.
     SmtpSendRun(RunView& view, const SmtpAccount& account, MailTransport* transport = nullptr);
 
-    void RunSmtpSend(const SendRunInput& input);
+    // How the run ended; its count is that of the mails the server took.
+    RunOutcome RunSmtpSend(const SendRunInput& input);
     // The Cancel button of the run page.
     void CmdCancelSend_Click();
 
@@ -43,7 +45,7 @@ public:
 
 private:
     void PrepareSendRun(const QString& title, int contacts);
-    void closingSteps(bool errorPending);
+    RunOutcome closingSteps(const QString& error);
 
     RunView& m_view;
     const SmtpAccount& m_account;

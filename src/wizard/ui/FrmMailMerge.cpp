@@ -62,7 +62,6 @@ const QString Change = u"Change"_s;
 const QString NextCaption = u"Next>>"_s;
 const QString StartCaption = u"Start"_s;
 const QString FinishCaption = u"Finish"_s;
-const QString ProcessCancelled = u"Process Cancelled!"_s;
 
 } // namespace
 
@@ -348,19 +347,22 @@ void FrmMailMerge::CmdNext_Click()
             m_cmdNext->setText(StartCaption);
         }
         break;
-    case SendWay:
+    case SendWay: {
+        RunOutcome outcome;
         if (m_send->OptSMTP->isChecked()) {
-            RunSmtpSend();
+            outcome = RunSmtpSend();
         } else if (m_send->OptOutbox->isChecked()) {
             m_cmdNext->setText(FinishCaption);
             m_cmdNext->setEnabled(false);
-            RunOutboxSend();
+            outcome = RunOutboxSend();
         } else {
             MessageBoxes::information(u"Select any Option"_s);
             break;
         }
-        m_cmdNext->setEnabled(!m_finish->lblSendProcess->text().startsWith(ProcessCancelled));
+        // A run that ended with "Process Cancelled!" (cancelled or failed) leaves Finish off.
+        m_cmdNext->setEnabled(outcome.completed());
         break;
+    }
     case FieldMapping: {
         const QString kind = Tag(m_fieldMapPage->CboField[0]);
         if (kind == u"Tab"_s) {
@@ -397,7 +399,7 @@ void FrmMailMerge::CmdBack_Click()
         m_cmdNext->setText(NextCaption);
         break;
     case Finish:
-        ShowPage(m_finish->FinishTab->tabText(0).contains(u"File"_s) ? Template : SendWay);
+        ShowPage(m_finishShowsLetters ? Template : SendWay);
         m_cmdNext->setText(StartCaption);
         m_finish->PicOpen->setVisible(false);
         break;
@@ -1218,6 +1220,7 @@ void FrmMailMerge::PostalMergeRun(const QString& folder)
     WizardRunView view(*this);
     ::PostalMergeRun run(view);
     m_postalRun = &run;
+    m_finishShowsLetters = true;
     run.run({&m_table, &m_tokens, m_template->txtTemplate[1]->text(), m_template->txtDocs->text(),
              m_selection.SelectedCount()},
             folder);
@@ -1258,8 +1261,9 @@ Result<QString> FrmMailMerge::attachmentPreview(int row)
     return preview;
 }
 
-void FrmMailMerge::RunSmtpSend()
+RunOutcome FrmMailMerge::RunSmtpSend()
 {
+    m_finishShowsLetters = false;
     SendRunInput input;
     for (int i = 0; i < m_compose->CboPTo->count(); ++i) {
         input.addresses << m_compose->CboPTo->itemText(i);
@@ -1276,13 +1280,16 @@ void FrmMailMerge::RunSmtpSend()
     WizardRunView view(*this);
     SmtpSendRun run(view, SmtpAccount::current());
     m_smtpRun = &run;
-    run.RunSmtpSend(input);
+    const RunOutcome outcome = run.RunSmtpSend(input);
     m_smtpRun = nullptr;
+    return outcome;
 }
 
-void FrmMailMerge::RunOutboxSend()
+RunOutcome FrmMailMerge::RunOutboxSend()
 {
+    m_finishShowsLetters = false;
     ShowPage(Finish);
+    return {};
 }
 
 void FrmMailMerge::CmdCancelSend_Click()

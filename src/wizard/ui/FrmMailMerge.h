@@ -5,6 +5,7 @@
 #include "contacts/DelimitedText.h"
 #include "contacts/FieldMap.h"
 #include "core/Result.h"
+#include "merge/RunOutcome.h"
 #include "merge/TokenEngine.h"
 
 #include <QWidget>
@@ -161,8 +162,8 @@ private:
     void ScanDocTokens();
     void PostalMergeRun(const QString& folder);
     void lblOpenDoc_Click();
-    void RunSmtpSend();
-    void RunOutboxSend();
+    RunOutcome RunSmtpSend();
+    RunOutcome RunOutboxSend();
     void CmdCancelSend_Click();
 
     ContactTable m_table;
@@ -177,6 +178,9 @@ private:
     // The run in hand, while one goes; the window does not close under it.
     SmtpSendRun* m_smtpRun = nullptr;
     ::PostalMergeRun* m_postalRun = nullptr;
+    // What the finish page shows: the letters of a postal run, or a mail run (Back leads to
+    // the template page or to the send page).
+    bool m_finishShowsLetters = false;
     QString m_wabFile;
     QString m_tabFile;
     QString m_commaFile;
