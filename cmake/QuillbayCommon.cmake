@@ -6,7 +6,8 @@ target_compile_definitions(quillbay_common INTERFACE
   QT_NO_CAST_TO_ASCII
   QT_NO_NARROWING_CONVERSIONS_IN_CONNECT
   QT_NO_URL_CAST_FROM_STRING
-  QT_NO_FOREACH)
+  QT_NO_FOREACH
+  QUILLBAY_VERSION="${PROJECT_VERSION}")
 target_compile_options(quillbay_common INTERFACE
   -Wall -Wextra -Wpedantic -Werror
   -Wold-style-cast -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual

@@ -17,7 +17,8 @@ const QString Overview = u"Usage: quillbay-cli COMMAND [options]\n"
                          u"  mail     one personalised mail per contact, sent over SMTP or written as .eml files\n"
                          u"  letters  one Word document per contact, or one combined document\n"
                          u"  search   Word documents in a folder by name and by the words inside them; replace\n\n"
-                         u"quillbay-cli COMMAND --help shows the options of a command.\n"_s;
+                         u"quillbay-cli COMMAND --help shows the options of a command;\n"
+                         u"quillbay-cli --version shows the version.\n"_s;
 
 } // namespace
 
@@ -29,6 +30,10 @@ int main(int argc, char* argv[])
     const QString command = arguments.value(1);
     if (command == u"--help"_s || command == u"-h"_s || command == u"help"_s) {
         CliOutput::out(Overview);
+        return 0;
+    }
+    if (command == u"--version"_s) {
+        CliOutput::out(u"quillbay-cli "_s + QStringLiteral(QUILLBAY_VERSION) + u'\n');
         return 0;
     }
     // The command's parser sees "quillbay-cli COMMAND" as the program.

@@ -94,6 +94,9 @@ void FrmSplash::showAbout()
     m_buttons[1]->setText(u"O.K"_s);
     m_buttons[1]->setVisible(true);
     m_buttons[0]->setVisible(false);
+    // The loading line is free in the About box: it names the version.
+    m_lblLoading->setText(u"Version "_s + QStringLiteral(QUILLBAY_VERSION));
+    m_lblLoading->setVisible(true);
     show();
 }
 
