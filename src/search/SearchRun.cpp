@@ -2,6 +2,7 @@
 
 #include "SearchPattern.h"
 #include "core/AppPaths.h"
+#include "wordlink/OoxmlPackage.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -81,6 +82,9 @@ void SearchRun::walk(const QString& folder, const QString& pattern, bool subfold
         m_events.status(QDir::toNativeSeparators(QDir::cleanPath(path)));
     }
     const QDir dir(path);
+    if (words && words->replace) {
+        wordlink::OoxmlPackage::removeUnfinishedSaves(path);
+    }
     const QFileInfoList files = dir.entryInfoList(QDir::Files, QDir::Name | QDir::IgnoreCase);
     for (const QFileInfo& file : files) {
         if (!SearchPattern::matchesFileName(file.fileName(), pattern)) {

@@ -1,5 +1,6 @@
 #include "OoxmlPackage.h"
 
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 
@@ -23,6 +24,8 @@ enum PackageError
     Unwritable,
     ReadOnly
 };
+
+const QString UnfinishedSuffix = u".quillbay-saving"_s;
 
 QString zipErrorText(zip_error_t* error)
 {
@@ -219,6 +222,14 @@ Result<QByteArray> OoxmlPackage::packed() const
     return result;
 }
 
+void OoxmlPackage::removeUnfinishedSaves(const QString& folder)
+{
+    const QDir dir(folder);
+    for (const QString& name : dir.entryList({u"*"_s + UnfinishedSuffix}, QDir::Files | QDir::Hidden)) {
+        QFile::remove(dir.filePath(name));
+    }
+}
+
 Status OoxmlPackage::saveTo(const QString& path) const
 {
     // A link is followed: the document it names is replaced and the link stays a link.
@@ -239,7 +250,7 @@ Status OoxmlPackage::saveTo(const QString& path) const
     // The finished file takes the place of the old one in one step, with the old one's mode and
     // owner. Its temporary name is fixed, so a save cut off by a killed run is cleared by the
     // next save of the same document.
-    const QString temporary = target + u".quillbay-saving"_s;
+    const QString temporary = target + UnfinishedSuffix;
     {
         QFile file(temporary);
         if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate) || file.write(bytes.value()) != bytes->size()) {

@@ -34,6 +34,10 @@ public:
 
     Status saveTo(const QString& path) const;
 
+    // Removes what saves cut off by a killed run left in the folder: the temporary files a save
+    // writes beside its document before it takes the document's place.
+    static void removeUnfinishedSaves(const QString& folder);
+
 private:
     OoxmlPackage();
     // The bytes of the package with the changed parts in place.

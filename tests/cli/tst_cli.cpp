@@ -687,6 +687,8 @@ private slots:
         QVERIFY(!root.isEmpty());
         const QByteArray betaBefore = readFile(root + u"/beta.docx"_s);
         const QDateTime betaTime = QFileInfo(root + u"/beta.docx"_s).lastModified();
+        // What a save cut off by a killed run left behind is cleared by the next replace.
+        QVERIFY(writeFile(root + u"/beta.docx.quillbay-saving"_s, "half a package"));
         const CliResult result = runCli({u"search"_s, u"--folder"_s, root, u"--subfolders"_s, u"--words"_s,
                                          u"zanzibar"_s, u"--replace"_s, u"Paris"_s});
         QCOMPARE(result.exitCode, 0);
@@ -697,6 +699,7 @@ private slots:
         QCOMPARE(documentText(root + u"/sub/gamma.docx"_s), u"Paris twice Paris\r"_s);
         QCOMPARE(readFile(root + u"/beta.docx"_s), betaBefore);
         QCOMPARE(QFileInfo(root + u"/beta.docx"_s).lastModified(), betaTime);
+        QVERIFY(!QFile::exists(root + u"/beta.docx.quillbay-saving"_s));
     }
 
     void search_documentsThatCannotBeSearched_areNamed_andEndWithStatusOne()
