@@ -147,7 +147,9 @@ private slots:
         QVERIFY(about->isVisible());
         QVERIFY(about->isModal());
         QCOMPARE(about->width(), 360);
-        QVERIFY(!about->findChild<QLabel*>(u"lblLoading"_s)->isVisible());
+        const auto* loading = about->findChild<QLabel*>(u"lblLoading"_s);
+        QVERIFY(loading->isVisible());
+        QCOMPARE(loading->text(), u"Version "_s + QStringLiteral(QUILLBAY_VERSION));
         QVERIFY(!about->findChild<QPushButton*>(u"cmdButton_0"_s)->isVisible());
         auto* ok = about->findChild<QPushButton*>(u"cmdButton_1"_s);
         QVERIFY(ok->isVisible());
