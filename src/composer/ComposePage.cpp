@@ -1,12 +1,12 @@
 #include "ComposePage.h"
 
-#include "AttachmentView.h"
 #include "ColorFrame.h"
 #include "ComposerToolbar.h"
 #include "contacts/MergeFieldTable.h"
 #include "core/AppPaths.h"
 #include "core/Dialogs.h"
 #include "core/MessageBoxes.h"
+#include "core/PageView.h"
 #include "core/SettingsKeys.h"
 #include "core/TextDecoding.h"
 #include "core/Twips.h"
@@ -205,7 +205,7 @@ QWidget* ComposePage::buildAttachmentTab()
     border->setFrameShadow(QFrame::Sunken);
     auto* inside = new QVBoxLayout(border);
     inside->setContentsMargins(1, 1, 1, 1);
-    PicOleAt = new AttachmentView(border);
+    PicOleAt = new PageView({u"PicOleAt"_s, u"OleAtWord"_s, u"PicHSAt"_s, u"PicVSAt"_s, u"PicScrAt"_s}, border);
     inside->addWidget(PicOleAt);
     layout->addLayout(row);
     layout->addWidget(border, 1);

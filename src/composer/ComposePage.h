@@ -8,7 +8,7 @@
 #include <array>
 #include <functional>
 
-class AttachmentView;
+class PageView;
 class ColorFrame;
 class ComposerToolbar;
 class QComboBox;
@@ -84,7 +84,7 @@ public:
     QTextEdit* dhtPreview;
     QComboBox* cboPAtTo;
     QComboBox* CboPAtIndex;
-    AttachmentView* PicOleAt;
+    PageView* PicOleAt;
     ColorFrame* framColor;
     // The current highlight and font colours, shown on the colour buttons while the toolbar works.
     QColor picColor{Qt::red};

@@ -1,10 +1,14 @@
 #include "Dialogs.h"
 
 #include <QColorDialog>
+#include <QDir>
 #include <QFileDialog>
+#include <QFileInfo>
+#include <QHash>
 #include <QInputDialog>
 #include <QLineEdit>
 #include <QQueue>
+#include <QStandardPaths>
 #include <QStringList>
 #include <QWidget>
 
@@ -18,6 +22,32 @@ QQueue<QString>& prepared()
 {
     static QQueue<QString> answers;
     return answers;
+}
+
+// Each dialog, known by its filter or title, opens in the folder last chosen in it, else in the
+// user's Documents folder.
+QHash<QString, QString>& lastFolders()
+{
+    static QHash<QString, QString> folders;
+    return folders;
+}
+
+QString startIn(const QString& dialog, const QString& fileName)
+{
+    if (QFileInfo(fileName).isAbsolute()) {
+        return fileName;
+    }
+    const QString folder =
+        lastFolders().value(dialog, QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation));
+    return fileName.isEmpty() ? folder : QDir(folder).filePath(fileName);
+}
+
+QString remembered(const QString& dialog, const QString& chosen, bool isFolder)
+{
+    if (!chosen.isEmpty()) {
+        lastFolders().insert(dialog, isFolder ? chosen : QFileInfo(chosen).absolutePath());
+    }
+    return chosen;
 }
 
 bool takePrepared(QString& answer)
@@ -54,7 +84,8 @@ QString ShowFileDialog(const QString& filter, const QString& fileName, QWidget* 
     if (takePrepared(answer)) {
         return answer;
     }
-    return QFileDialog::getOpenFileName(parent, {}, fileName, qtFilter(filter));
+    return remembered(filter, QFileDialog::getOpenFileName(parent, {}, startIn(filter, fileName), qtFilter(filter)),
+                      false);
 }
 
 QString ShowSaveDialog(const QString& filter, const QString& fileName, QWidget* parent)
@@ -63,8 +94,10 @@ QString ShowSaveDialog(const QString& filter, const QString& fileName, QWidget* 
     if (takePrepared(answer)) {
         return answer;
     }
-    return QFileDialog::getSaveFileName(parent, {}, fileName, qtFilter(filter), nullptr,
-                                        QFileDialog::DontConfirmOverwrite);
+    return remembered(filter,
+                      QFileDialog::getSaveFileName(parent, {}, startIn(filter, fileName), qtFilter(filter), nullptr,
+                                                   QFileDialog::DontConfirmOverwrite),
+                      false);
 }
 
 QString BrowseForFolder(const QString& title, int flags, QWidget* parent)
@@ -74,7 +107,7 @@ QString BrowseForFolder(const QString& title, int flags, QWidget* parent)
     if (takePrepared(answer)) {
         return answer;
     }
-    return QFileDialog::getExistingDirectory(parent, title);
+    return remembered(title, QFileDialog::getExistingDirectory(parent, title, startIn(title, {})), true);
 }
 
 QString askText(const QString& title, const QString& label, const QString& preset, QWidget* parent)

@@ -5,7 +5,8 @@
 
 class QWidget;
 
-// The file and folder pickers of the program. A test can answer the next picker before it
+// The file and folder pickers of the program. Each opens in the folder last chosen in it, else
+// in the user's Documents folder. A test can answer the next picker before it
 // opens with setNextResult(); an empty answer stands for a cancelled dialog.
 namespace Dialogs {
 

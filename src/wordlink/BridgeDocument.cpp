@@ -79,11 +79,11 @@ Result<std::unique_ptr<Document>> BridgeDocument::fromTemplate(const QString& te
     return std::unique_ptr<Document>(std::move(document));
 }
 
-Status BridgeDocument::convert(const QString& from, const QString& to)
+Status BridgeDocument::convert(const QString& from, const QString& to, OfficeBridge& bridge)
 {
-    return statusOf(OfficeBridge::instance().call({{u"op"_s, u"convert"_s},
-                                                   {u"from"_s, QFileInfo(from).absoluteFilePath()},
-                                                   {u"to"_s, QFileInfo(to).absoluteFilePath()}}));
+    return statusOf(bridge.call({{u"op"_s, u"convert"_s},
+                                 {u"from"_s, QFileInfo(from).absoluteFilePath()},
+                                 {u"to"_s, QFileInfo(to).absoluteFilePath()}}));
 }
 
 Result<QString> BridgeDocument::ContentText()

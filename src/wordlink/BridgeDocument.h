@@ -1,6 +1,7 @@
 #pragma once
 
 #include "DocumentEngine.h"
+#include "OfficeBridge.h"
 
 #include <QJsonObject>
 
@@ -12,8 +13,9 @@ class BridgeDocument : public Document
 public:
     static Result<std::unique_ptr<Document>> open(const QString& path, bool readOnly);
     static Result<std::unique_ptr<Document>> fromTemplate(const QString& templatePath);
-    // Converts a file into the format its target's extension names.
-    static Status convert(const QString& from, const QString& to);
+    // Converts a file into the format its target's extension names, through the shared bridge
+    // unless another is given.
+    static Status convert(const QString& from, const QString& to, OfficeBridge& bridge = OfficeBridge::instance());
 
     ~BridgeDocument() override;
 

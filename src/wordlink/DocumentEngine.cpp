@@ -2,6 +2,7 @@
 
 #include "BridgeDocument.h"
 #include "NativeDocument.h"
+#include "OfficeBridge.h"
 
 #include <QFileInfo>
 
@@ -13,6 +14,11 @@ namespace wordlink {
 
 namespace {
 
+Status convertThroughSharedBridge(const QString& from, const QString& to)
+{
+    return BridgeDocument::convert(from, to, OfficeBridge::instance());
+}
+
 // Routes each document to the engine of its format.
 class RoutingApplication : public DocumentApplication
 {
@@ -20,7 +26,7 @@ public:
     Result<std::unique_ptr<Document>> Open(const QString& path, bool readOnly) override
     {
         if (isNativeFormat(path)) {
-            return NativeDocument::open(path, readOnly, &BridgeDocument::convert);
+            return NativeDocument::open(path, readOnly, &convertThroughSharedBridge);
         }
         return BridgeDocument::open(path, readOnly);
     }
@@ -28,7 +34,7 @@ public:
     Result<std::unique_ptr<Document>> Add(const QString& templatePath) override
     {
         if (isNativeFormat(templatePath)) {
-            return NativeDocument::fromTemplate(templatePath, &BridgeDocument::convert);
+            return NativeDocument::fromTemplate(templatePath, &convertThroughSharedBridge);
         }
         return BridgeDocument::fromTemplate(templatePath);
     }

@@ -38,7 +38,9 @@ OfficeBridge& OfficeBridge::instance()
 OfficeBridge::OfficeBridge()
 {
     m_process.setProcessChannelMode(QProcess::SeparateChannels);
-    QObject::connect(QCoreApplication::instance(), &QCoreApplication::aboutToQuit, this, &OfficeBridge::shutdown);
+    if (QCoreApplication::instance() != nullptr) {
+        QObject::connect(QCoreApplication::instance(), &QCoreApplication::aboutToQuit, this, &OfficeBridge::shutdown);
+    }
 }
 
 OfficeBridge::~OfficeBridge()

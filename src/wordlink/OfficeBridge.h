@@ -17,7 +17,12 @@ class OfficeBridge : public QObject
     Q_OBJECT
 
 public:
+    // The bridge the program shares.
     static OfficeBridge& instance();
+    // A bridge of its own, for work that must not wait behind the shared one, such as the
+    // explorer's preview on its own thread. It lives and is called on the thread that made it.
+    OfficeBridge();
+    ~OfficeBridge() override;
 
     // One operation; the answer's fields, or the error it gave.
     Result<QJsonObject> call(const QJsonObject& request, int timeoutMs = 120000);
@@ -31,8 +36,6 @@ public:
     bool isServing(int generation) const;
 
 private:
-    OfficeBridge();
-    ~OfficeBridge() override;
     Status ensureStarted();
     Result<QJsonObject> awaitAnswer(int timeoutMs);
     QString scriptPath() const;

@@ -1,6 +1,7 @@
 #include "PdfExport.h"
 
 #include "BridgeDocument.h"
+#include "OfficeBridge.h"
 #include "core/AppPaths.h"
 
 #include <QCryptographicHash>
@@ -14,6 +15,11 @@ using namespace Qt::StringLiterals;
 namespace wordlink {
 
 Result<QString> exportPdf(const QString& documentPath)
+{
+    return exportPdf(documentPath, OfficeBridge::instance());
+}
+
+Result<QString> exportPdf(const QString& documentPath, OfficeBridge& bridge)
 {
     const QFileInfo document(documentPath);
     if (!document.isFile()) {
@@ -37,7 +43,7 @@ Result<QString> exportPdf(const QString& documentPath)
     for (const QString& older : previews.entryList({pathPart + u"-*.pdf"_s}, QDir::Files)) {
         QFile::remove(previews.filePath(older));
     }
-    const Status made = BridgeDocument::convert(document.absoluteFilePath(), pdf);
+    const Status made = BridgeDocument::convert(document.absoluteFilePath(), pdf, bridge);
     if (!made.ok()) {
         return made.error();
     }

@@ -1,5 +1,4 @@
 #include "TestSupport.h"
-#include "composer/AttachmentView.h"
 #include "composer/ColorFrame.h"
 #include "composer/ComposePage.h"
 #include "composer/ComposerToolbar.h"
@@ -7,6 +6,7 @@
 #include "core/AppPaths.h"
 #include "core/DesktopTheme.h"
 #include "core/Dialogs.h"
+#include "core/PageView.h"
 #include "core/SettingsKeys.h"
 #include "delivery/InlineImages.h"
 #include "merge/DocumentMerge.h"
@@ -554,37 +554,37 @@ private slots:
 
     void theAttachmentView_scrollsAPageLargerThanItsBox()
     {
-        AttachmentView* view = m_page->PicOleAt;
+        PageView* view = m_page->PicOleAt;
         m_page->G1_Tab->setCurrentIndex(3);
         QImage page(800, 1100, QImage::Format_RGB32);
         page.fill(Qt::white);
         view->showPage(page);
         QVERIFY(view->width() < 800 && view->height() < 1100);
-        QVERIFY(view->PicHSAt->isVisible());
-        QVERIFY(view->PicVSAt->isVisible());
-        QVERIFY(view->PicScrAt->isVisible());
-        QCOMPARE(view->PicVSAt->maximum(), 1100 - view->height() + 18);
-        QCOMPARE(view->PicVSAt->geometry(), QRect(view->width() - 18, 0, 18, view->height() - 18));
-        QCOMPARE(view->PicHSAt->geometry(), QRect(0, view->height() - 18, view->width() - 18, 18));
-        view->PicVSAt->setValue(view->PicVSAt->maximum());
-        QCOMPARE(view->OleAtWord->y(), -view->PicVSAt->maximum());
-        view->PicHSAt->setValue(30);
-        QCOMPARE(view->OleAtWord->x(), -30);
+        QVERIFY(view->horizontalBar->isVisible());
+        QVERIFY(view->verticalBar->isVisible());
+        QVERIFY(view->corner->isVisible());
+        QCOMPARE(view->verticalBar->maximum(), 1100 - view->height() + 18);
+        QCOMPARE(view->verticalBar->geometry(), QRect(view->width() - 18, 0, 18, view->height() - 18));
+        QCOMPARE(view->horizontalBar->geometry(), QRect(0, view->height() - 18, view->width() - 18, 18));
+        view->verticalBar->setValue(view->verticalBar->maximum());
+        QCOMPARE(view->picture->y(), -view->verticalBar->maximum());
+        view->horizontalBar->setValue(30);
+        QCOMPARE(view->picture->x(), -30);
         // The wheel over the page turns the vertical bar.
-        QWheelEvent wheel(QPointF(10, 10), view->OleAtWord->mapToGlobal(QPointF(10, 10)), {}, QPoint(0, 120),
+        QWheelEvent wheel(QPointF(10, 10), view->picture->mapToGlobal(QPointF(10, 10)), {}, QPoint(0, 120),
                           Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase, false);
-        QApplication::sendEvent(view->OleAtWord, &wheel);
-        QVERIFY(view->PicVSAt->value() < view->PicVSAt->maximum());
+        QApplication::sendEvent(view->picture, &wheel);
+        QVERIFY(view->verticalBar->value() < view->verticalBar->maximum());
         // A new page starts at its top left.
         view->showPage(page);
-        QCOMPARE(view->OleAtWord->pos(), QPoint(0, 0));
-        QCOMPARE(view->PicVSAt->value(), 0);
+        QCOMPARE(view->picture->pos(), QPoint(0, 0));
+        QCOMPARE(view->verticalBar->value(), 0);
         // A page that fits shows no bars.
         QImage small(200, 150, QImage::Format_RGB32);
         view->showPage(small);
-        QVERIFY(!view->PicHSAt->isVisible());
-        QVERIFY(!view->PicVSAt->isVisible());
-        QVERIFY(!view->PicScrAt->isVisible());
+        QVERIFY(!view->horizontalBar->isVisible());
+        QVERIFY(!view->verticalBar->isVisible());
+        QVERIFY(!view->corner->isVisible());
     }
 
     void theAttachmentPreview_showsTheFirstPage_withoutTheBlankFieldText_andKeepsTheWindowAlive()
@@ -619,14 +619,14 @@ private slots:
         QVERIFY2(cold.longestPause < 250, qPrintable(QString::number(cold.longestPause)));
         QCOMPARE(merges, 1);
         QVERIFY(lastText.startsWith(u"Dear Ann,"_s));
-        const QPixmap first = m_page->PicOleAt->OleAtWord->pixmap();
+        const QPixmap first = m_page->PicOleAt->picture->pixmap();
         QVERIFY(!first.isNull());
         // One page of the two, at the screen's size of a page.
         QPdfDocument pdf;
         QCOMPARE(pdf.load(wordlink::exportPdf(preview).value()), QPdfDocument::Error::None);
         QCOMPARE(pdf.pageCount(), 2);
         QCOMPARE(first.height(), qRound(pdf.pagePointSize(0).height() * 96 / 72));
-        QVERIFY(m_page->PicOleAt->PicVSAt->isVisible());
+        QVERIFY(m_page->PicOleAt->verticalBar->isVisible());
 
         // With the office suite warm, the next contact's page comes within a second.
         WindowPulse warmPulse;
@@ -637,7 +637,7 @@ private slots:
         QVERIFY2(warm.elapsed < 1000, qPrintable(QString::number(warm.elapsed)));
         QVERIFY2(warm.longestPause < 250, qPrintable(QString::number(warm.longestPause)));
         QVERIFY(lastText.startsWith(u"Dear ,"_s)); // no "Sir" inside the document
-        QVERIFY(m_page->PicOleAt->OleAtWord->pixmap().toImage() != first.toImage());
+        QVERIFY(m_page->PicOleAt->picture->pixmap().toImage() != first.toImage());
         QCOMPARE(SettingsStore::instance().value(Keys::WordRunning), u"N"_s);
 
         // A contact whose copy cannot be made shows no page, not the last contact's.

@@ -1,10 +1,10 @@
 #include "SmtpSink.h"
 #include "TestSupport.h"
-#include "composer/AttachmentView.h"
 #include "composer/ComposePage.h"
 #include "composer/ComposerToolbar.h"
 #include "core/AppPaths.h"
 #include "core/Dialogs.h"
+#include "core/PageView.h"
 #include "delivery/SmtpAccount.h"
 #include "wizard/ui/FrmMailMerge.h"
 #include "wizard/ui/WizardPages.h"
@@ -191,7 +191,7 @@ private slots:
         QCOMPARE(page->cboPAtTo->currentText(), u"ann@example.com"_s);
         QVERIFY(QFileInfo(AppPaths::file(u"DocPreview.doc"_s)).size() > 0);
         QVERIFY(page->PicOleAt->hasPage());
-        QVERIFY(page->PicOleAt->PicVSAt->isVisible());
+        QVERIFY(page->PicOleAt->verticalBar->isVisible());
         wizard->close();
     }
 };
