@@ -1,13 +1,13 @@
 #include "FrmFileList.h"
 
 #include "DocumentListing.h"
-#include "FileOperations.h"
 #include "PreviewRenderer.h"
 #include "RecentDocuments.h"
 #include "WindowPlacement.h"
 #include "core/AppPaths.h"
 #include "core/CommonRoutines.h"
 #include "core/Dialogs.h"
+#include "core/FileOperations.h"
 #include "core/FrmSplash.h"
 #include "core/FrmWelcome.h"
 #include "core/ListSeparator.h"
@@ -126,6 +126,15 @@ QString keyOf(const QTreeWidgetItem* node)
 QString tagOf(const QTreeWidgetItem* node)
 {
     return node->data(0, TagRole).toString();
+}
+
+// A label edit that ended, with or without a change: the label is no longer editable.
+void endLabelEdit(QTreeWidget* view)
+{
+    if (QTreeWidgetItem* item = view->currentItem()) {
+        const QSignalBlocker quiet(view);
+        item->setFlags(item->flags() & ~Qt::ItemIsEditable);
+    }
 }
 
 QTreeWidgetItem* addNode(QTreeWidgetItem* parent, const QString& key, const QString& text, const QString& tag,
@@ -481,6 +490,7 @@ QWidget* FrmFileList::buildTreePane()
             tvList_AfterLabelEdit(node);
         }
     });
+    connect(m_tvList->itemDelegate(), &QAbstractItemDelegate::closeEditor, this, [this] { endLabelEdit(m_tvList); });
 
     m_picView2 = new QWidget(m_treeColumn);
     m_picView2->setObjectName(u"PicView2"_s);
@@ -516,6 +526,8 @@ QWidget* FrmFileList::buildTreePane()
 
     row->addWidget(m_treeColumn, 1);
     row->addWidget(picture1);
+    // The grip decides the tree's width, down to the narrowest the drag rules allow.
+    m_treePane->setMinimumWidth(1);
     return m_treePane;
 }
 
@@ -548,6 +560,7 @@ QWidget* FrmFileList::buildListPane()
             lvList_AfterLabelEdit(item);
         }
     });
+    connect(m_lvList->itemDelegate(), &QAbstractItemDelegate::closeEditor, this, [this] { endLabelEdit(m_lvList); });
     m_fraNoItems = new QLabel(u"There are no items to show in this view"_s, m_listPane);
     m_fraNoItems->setObjectName(u"lblNItems"_s);
     m_fraNoItems->setAlignment(Qt::AlignHCenter);
@@ -620,10 +633,13 @@ void FrmFileList::arrangePanes()
     const bool big = m_previewState == BigPreviewState;
     QSplitter* outer = big ? m_imgSpltList : m_imgSplitter;
     QSplitter* inner = big ? m_imgSplitter : m_imgSpltList;
-    if (m_panes->layout()->indexOf(outer) >= 0 && outer->indexOf(inner) >= 0) {
+    if (outer->parentWidget() == m_panes && outer->indexOf(inner) >= 0) {
         return;
     }
+    // The splitter that becomes the outer one leaves the other first, so that neither ever
+    // holds the other.
     m_panes->layout()->removeWidget(inner);
+    outer->setParent(m_panes);
     if (big) {
         m_imgSplitter->insertWidget(0, m_treePane);
         m_imgSplitter->insertWidget(1, m_listPane);
@@ -978,7 +994,10 @@ void FrmFileList::MnuFolderRename_Click()
     }
     // tvList_BeforeLabelEdit: the edit is allowed and the old text kept.
     m_oldLabel = node->text(0);
-    node->setFlags(node->flags() | Qt::ItemIsEditable);
+    {
+        const QSignalBlocker quiet(m_tvList);
+        node->setFlags(node->flags() | Qt::ItemIsEditable);
+    }
     m_tvList->editItem(node);
 }
 
@@ -1140,7 +1159,10 @@ void FrmFileList::MnuRename_Click()
     }
     // lvList_BeforeLabelEdit: the edit is allowed and the old text kept.
     m_oldLabel = item->text(0);
-    item->setFlags(item->flags() | Qt::ItemIsEditable);
+    {
+        const QSignalBlocker quiet(m_lvList);
+        item->setFlags(item->flags() | Qt::ItemIsEditable);
+    }
     m_lvList->editItem(item, 0);
 }
 
@@ -1357,6 +1379,7 @@ void FrmFileList::MnuDelete_Click()
         }
         // The document goes to the Trash, where the user can get it back.
         if (const Status trashed = FileOperations::moveToTrash(key); trashed.ok()) {
+            const QSignalBlocker quiet(m_lvList); // the preview does not move on to a neighbour
             delete *it;
         } else {
             failures << trashed.error().message;
@@ -1381,6 +1404,7 @@ void FrmFileList::mnuMoveFile_Click()
             closePreview();
         }
         if (const Status moved = FileOperations::moveFile(key, destination); moved.ok()) {
+            const QSignalBlocker quiet(m_lvList);
             delete *it;
         } else {
             failures << moved.error().message;

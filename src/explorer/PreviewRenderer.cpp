@@ -69,16 +69,20 @@ PreviewRenderer::PreviewRenderer(PageMaker maker, QObject* parent)
     m_worker->moveToThread(&m_thread);
     connect(&m_thread, &QThread::finished, m_worker, &QObject::deleteLater);
     // The thread ends with the program, before the objects that outlive the event loop go.
-    connect(QCoreApplication::instance(), &QCoreApplication::aboutToQuit, this, [this] {
-        m_thread.quit();
-        m_thread.wait();
-    });
+    connect(QCoreApplication::instance(), &QCoreApplication::aboutToQuit, this, &PreviewRenderer::stop);
     m_thread.start();
 }
 
 PreviewRenderer::~PreviewRenderer()
 {
+    stop();
+}
+
+void PreviewRenderer::stop()
+{
+    // A page being made is abandoned: its office bridge ends without waiting for the answer.
     cancel();
+    m_thread.requestInterruption();
     m_thread.quit();
     m_thread.wait();
 }

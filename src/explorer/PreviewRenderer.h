@@ -38,6 +38,7 @@ signals:
     void pageReady(const QString& path, const QImage& page);
 
 private:
+    void stop();
     void finished(int ticket, const QString& path, const QString& version, const QImage& page);
 
     QThread m_thread;

@@ -4,6 +4,7 @@
 #include "SearchPattern.h"
 #include "SearchRun.h"
 #include "core/Dialogs.h"
+#include "core/FileOperations.h"
 #include "core/ListSeparator.h"
 #include "core/MessageBoxes.h"
 #include "core/SettingsKeys.h"
@@ -528,12 +529,21 @@ void FrmSearch::MnuDelete_Click()
     if (!MessageBoxes::askYesNo(u"Are you sure to delete selected file(s) ?"_s, MessageIcon::Critical)) {
         return;
     }
+    QStringList failures;
     for (int i = lvList->topLevelItemCount() - 1; i >= 0; --i) {
         QTreeWidgetItem* item = lvList->topLevelItem(i);
-        // The files are removed for good, once the question above has been answered Yes.
-        if (item->isSelected() && QFile::remove(item->data(0, KeyRole).toString())) {
+        if (!item->isSelected()) {
+            continue;
+        }
+        // The files go to the Trash, where the user can get them back.
+        if (const Status trashed = FileOperations::moveToTrash(item->data(0, KeyRole).toString()); trashed.ok()) {
             delete item;
+        } else {
+            failures << trashed.error().message;
         }
     }
     lvList->viewport()->update();
+    if (!failures.isEmpty()) {
+        MessageBoxes::information(failures.join(u'\n'));
+    }
 }

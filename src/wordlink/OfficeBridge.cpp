@@ -6,6 +6,7 @@
 #include <QEventLoop>
 #include <QFile>
 #include <QJsonDocument>
+#include <QThread>
 #include <QTimer>
 
 using namespace Qt::StringLiterals;
@@ -117,6 +118,11 @@ Result<QJsonObject> OfficeBridge::awaitAnswer(int timeoutMs)
         if (m_process.state() != QProcess::Running) {
             return Error{NoAnswer,
                          u"the office bridge ended: "_s + QString::fromUtf8(m_process.readAllStandardError())};
+        }
+        if (QThread::currentThread()->isInterruptionRequested()) {
+            // The thread of a bridge of its own is ending: the helper goes with it, at once.
+            stopProcess();
+            return Error{NoAnswer, u"the office bridge was stopped"_s};
         }
         if (!timeout.isActive()) {
             // The helper is stuck: it is ended and started afresh on the next use.

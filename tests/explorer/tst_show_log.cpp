@@ -1,7 +1,7 @@
 #include "TestSupport.h"
+#include "app/Main.h"
 #include "core/AppPaths.h"
 #include "core/ListSeparator.h"
-#include "app/Main.h"
 #include "core/SettingsKeys.h"
 #include "explorer/FrmFileList.h"
 #include "explorer/FrmShowLog.h"

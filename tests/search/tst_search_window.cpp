@@ -422,7 +422,7 @@ private slots:
         QCOMPARE(window->width(), width);
     }
 
-    void delete_asks_thenRemovesTheFilesForGood()
+    void delete_asks_thenMovesTheFilesToTheTrash()
     {
         TestSupport::MessageRecorder messages;
         QTemporaryDir dir;
@@ -441,13 +441,14 @@ private slots:
         window->MnuDelete_Click();
         QCOMPARE(names(window->lvList), QStringList{u"b.docx"_s});
         QVERIFY(!QFile::exists(dir.filePath(u"a.docx"_s)));
-        QVERIFY(!QFile::exists(qEnvironmentVariable("XDG_DATA_HOME") + u"/Trash/files/a.docx"_s));
+        QVERIFY(QFile::exists(qEnvironmentVariable("XDG_DATA_HOME") + u"/Trash/files/a.docx"_s));
 
-        // A file that is gone already cannot be deleted: its row stays.
+        // A file that is gone already cannot be deleted: its row stays, and the user is told.
         QVERIFY(QFile::remove(dir.filePath(u"b.docx"_s)));
         window->lvList->topLevelItem(0)->setSelected(true);
         window->MnuDelete_Click();
         QCOMPARE(names(window->lvList), QStringList{u"b.docx"_s});
+        QVERIFY(messages.lastText().contains(u"no longer exists"_s));
         window->lvList->clearSelection();
         const qsizetype asked = messages.messages().size();
         window->MnuDelete_Click(); // nothing selected: no question
