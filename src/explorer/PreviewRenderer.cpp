@@ -9,7 +9,9 @@
 #include <QFileInfo>
 #include <QMetaObject>
 
+#include <functional>
 #include <memory>
+#include <optional>
 
 using namespace Qt::StringLiterals;
 
@@ -22,24 +24,50 @@ QString versionOf(const QString& path)
     return u"%1|%2|%3"_s.arg(file.absoluteFilePath()).arg(file.size()).arg(file.lastModified().toMSecsSinceEpoch());
 }
 
+struct PageRequest
+{
+    int ticket = 0;
+    QString path;
+    QString version;
+    int dotsPerInch = 96;
+};
+
 } // namespace
 
-// Lives on the renderer's thread. The office bridge it uses is made there on the first page
-// and ends with it.
+// Lives on the renderer's thread. While the office bridge makes a page it waits in an event loop
+// of this thread, where newer requests arrive: each only takes the place of the one waiting, and
+// the latest is made once the page in hand is done. The bridge is made on the first page and
+// ends with the worker.
 class PreviewPageWorker : public QObject
 {
 public:
-    PreviewPageWorker(PreviewRenderer::PageMaker maker, std::atomic<int>& latest)
-        : m_maker(std::move(maker))
-        , m_latest(latest)
+    using Deliver = std::function<void(const PageRequest&, const QImage&)>;
+
+    PreviewPageWorker(std::atomic<int>& latest, Deliver deliver)
+        : m_latest(latest)
+        , m_deliver(std::move(deliver))
     {
     }
 
+    void take(const PageRequest& request)
+    {
+        m_waiting = request;
+        if (m_busy) {
+            return;
+        }
+        m_busy = true;
+        while (m_waiting) {
+            const PageRequest next = *std::exchange(m_waiting, std::nullopt);
+            if (next.ticket == m_latest.load()) {
+                m_deliver(next, make(next.path, next.dotsPerInch));
+            }
+        }
+        m_busy = false;
+    }
+
+private:
     QImage make(const QString& path, int dotsPerInch)
     {
-        if (m_maker) {
-            return m_maker(path, dotsPerInch);
-        }
         if (!m_bridge) {
             m_bridge = std::make_unique<wordlink::OfficeBridge>();
         }
@@ -47,22 +75,21 @@ public:
         return pdf.ok() ? wordlink::renderFirstPage(pdf.value(), dotsPerInch) : QImage();
     }
 
-    bool stillWanted(int ticket) const { return ticket == m_latest.load(); }
-
-private:
-    PreviewRenderer::PageMaker m_maker;
     std::atomic<int>& m_latest;
+    Deliver m_deliver;
+    std::optional<PageRequest> m_waiting;
+    bool m_busy = false;
     std::unique_ptr<wordlink::OfficeBridge> m_bridge;
 };
 
 PreviewRenderer::PreviewRenderer(QObject* parent)
-    : PreviewRenderer(PageMaker(), parent)
-{
-}
-
-PreviewRenderer::PreviewRenderer(PageMaker maker, QObject* parent)
     : QObject(parent)
-    , m_worker(new PreviewPageWorker(std::move(maker), m_latest))
+    , m_worker(new PreviewPageWorker(m_latest,
+                                     [this](const PageRequest& request, const QImage& page) {
+                                         QMetaObject::invokeMethod(this, [this, request, page] {
+                                             finished(request.ticket, request.path, request.version, page);
+                                         });
+                                     }))
     , m_pages(64 * 1024 * 1024)
 {
     m_thread.setObjectName(u"Preview"_s);
@@ -96,13 +123,8 @@ void PreviewRenderer::request(const QString& path, int dotsPerInch)
         return;
     }
     PreviewPageWorker* worker = m_worker;
-    QMetaObject::invokeMethod(worker, [this, worker, ticket, path, version, dotsPerInch] {
-        if (!worker->stillWanted(ticket)) {
-            return;
-        }
-        const QImage page = worker->make(path, dotsPerInch);
-        QMetaObject::invokeMethod(this, [this, ticket, path, version, page] { finished(ticket, path, version, page); });
-    });
+    const PageRequest request{ticket, path, version, dotsPerInch};
+    QMetaObject::invokeMethod(worker, [worker, request] { worker->take(request); });
 }
 
 void PreviewRenderer::cancel()

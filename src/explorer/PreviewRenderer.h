@@ -7,7 +7,6 @@
 #include <QThread>
 
 #include <atomic>
-#include <functional>
 
 class PreviewPageWorker;
 
@@ -20,12 +19,7 @@ class PreviewRenderer : public QObject
     Q_OBJECT
 
 public:
-    // Makes the page of a document: a null image when it cannot be made. By default the office
-    // suite exports the document as PDF and its first page is rendered.
-    using PageMaker = std::function<QImage(const QString& path, int dotsPerInch)>;
-
     explicit PreviewRenderer(QObject* parent = nullptr);
-    PreviewRenderer(PageMaker maker, QObject* parent = nullptr);
     ~PreviewRenderer() override;
 
     // Asks for a document's page; answered by pageReady, at once when it is in the cache.
