@@ -960,6 +960,7 @@ void FrmFileList::tvList_NodeClick()
         }
         fillDocumentList(key);
         selected->setExpanded(true);
+        m_tvList->scrollToItem(selected);
     }
     if (m_lblAddHeaderTag != TypedAddress) {
         PushHistory();

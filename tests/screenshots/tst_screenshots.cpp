@@ -7,6 +7,7 @@
 #include "core/Dialogs.h"
 #include "core/FrmSplash.h"
 #include "core/FrmWelcome.h"
+#include "core/PageView.h"
 #include "core/SettingsKeys.h"
 #include "delivery/FrmSmtp.h"
 #include "explorer/FrmFileList.h"
@@ -16,11 +17,13 @@
 #include "wizard/ui/FrmMailMerge.h"
 #include "wizard/ui/WizardPages.h"
 
+#include <QAction>
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDir>
 #include <QFile>
 #include <QHeaderView>
+#include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QPointer>
@@ -72,10 +75,11 @@ private slots:
         m_documents = TestSupport::homeFolder() + u"/Documents"_s;
         QDir().mkpath(m_documents);
         QDir().mkpath(TestSupport::homeFolder() + u"/Desktop"_s);
-        for (const QString& name : {u"Annual letter.docx"_s, u"Invitation.doc"_s, u"Price list 2026.docx"_s,
-                                    u"Welcome pack.rtf"_s, u"~$temp.docx"_s}) {
+        for (const QString& name :
+             {u"Invitation.doc"_s, u"Price list 2026.docx"_s, u"Welcome pack.rtf"_s, u"~$temp.docx"_s}) {
             writeSampleDocument(name);
         }
+        QVERIFY(TestSupport::makeDocx(u"letter"_s, m_documents + u"/Annual letter.docx"_s));
     }
 
     void shots_data()
@@ -214,6 +218,23 @@ private slots:
         wizard->close();
     }
 
+    // The main window with a previewed letter, in each of its three layouts.
+    void mainWindowLayouts(const QString& prefix)
+    {
+        FrmFileList* window = mainWindow();
+        window->resize(1100, 760);
+        QTreeWidget* list = window->lvList();
+        list->setCurrentItem(list->findItems(u"Annual letter"_s, Qt::MatchExactly).value(0));
+        QVERIFY(QTest::qWaitFor([&] { return !window->picOle()->picture->pixmap().isNull(); }, 120000));
+        save(window, prefix + u".png"_s);
+        window->findChild<QToolButton*>(u"Pic1_0"_s)->click();
+        save(window, prefix + u"-tree-hidden.png"_s);
+        window->findChild<QAction*>(u"MnuRstLayout"_s)->trigger();
+        window->findChild<QAction*>(u"MnuBPPLayOut"_s)->trigger();
+        save(window, prefix + u"-big-preview.png"_s);
+        window->findChild<QAction*>(u"MnuDefLayOut"_s)->trigger();
+    }
+
     void shots()
     {
         QFETCH(QString, name);
@@ -223,7 +244,7 @@ private slots:
             SettingsStore::instance().setValue(Keys::AddressBarFile, m_documents);
             Main();
             QVERIFY(QTest::qWaitFor([] { return mainWindow() != nullptr && mainWindow()->isVisible(); }, 5000));
-            save(mainWindow(), path);
+            mainWindowLayouts(m_folder + u'/' + name);
         } else if (name == u"frmSplash"_s) {
             // The splash as it stands while the main window loads: taken from inside the load.
             bool saved = false;
