@@ -348,60 +348,24 @@ QWidget* FrmFileList::buildToolbar()
         QString icon;
         QStyle::StandardPixmap fallback;
         QString status;
-        std::function<void()> click;
+        void (FrmFileList::*click)();
     };
     const QList<Button> buttons = {
         {u"lblNew"_s, u"New"_s, u"document-new"_s, QStyle::SP_FileIcon, u"Click to open a new word document"_s,
-         [this] {
-             NewWordDocument();
-         }},
+         &FrmFileList::NewWordDocument},
         {u"lblOpen"_s, u"Open"_s, u"document-open"_s, QStyle::SP_DialogOpenButton, u"Click to open a word document"_s,
-         [this] {
-             ChooseWordDocument();
-         }},
-        {u"lblBack"_s,
-         u"Back"_s,
-         u"go-previous"_s,
-         QStyle::SP_ArrowBack,
-         {},
-         [this] {
-             lblBack_Click();
-         }},
-        {u"lblForward"_s,
-         u"Forward"_s,
-         u"go-next"_s,
-         QStyle::SP_ArrowForward,
-         {},
-         [this] {
-             lblForward_Click();
-         }},
-        {u"lblUp"_s,
-         u"Up"_s,
-         u"go-up"_s,
-         QStyle::SP_FileDialogToParent,
-         {},
-         [this] {
-             lblUp_Click();
-         }},
+         &FrmFileList::ChooseWordDocument},
+        {u"lblBack"_s, u"Back"_s, u"go-previous"_s, QStyle::SP_ArrowBack, {}, &FrmFileList::lblBack_Click},
+        {u"lblForward"_s, u"Forward"_s, u"go-next"_s, QStyle::SP_ArrowForward, {}, &FrmFileList::lblForward_Click},
+        {u"lblUp"_s, u"Up"_s, u"go-up"_s, QStyle::SP_FileDialogToParent, {}, &FrmFileList::lblUp_Click},
         {u"lblMailingList"_s, u"Mailing List"_s, u"mail-message-new"_s, QStyle::SP_DialogYesButton,
-         u"Click to Prefer a Mailing List"_s,
-         [this] {
-             emit mailingListRequested();
-         }},
+         u"Click to Prefer a Mailing List"_s, &FrmFileList::mailingListRequested},
         {u"lblsearch"_s, u"Search"_s, u"edit-find"_s, QStyle::SP_FileDialogContentsView, u"Click to Search Documents"_s,
-         [this] {
-             emit searchRequested();
-         }},
+         &FrmFileList::searchRequested},
         {u"lblViewLog"_s, u"View Log"_s, u"document-open-recent"_s, QStyle::SP_FileDialogDetailedView,
-         u"Click to View Log file for Documents"_s,
-         [this] {
-             lblViewLog_Click();
-         }},
+         u"Click to View Log file for Documents"_s, &FrmFileList::lblViewLog_Click},
         {u"lblSettings"_s, u"Settings"_s, u"preferences-system"_s, QStyle::SP_ComputerIcon,
-         u"Click to Custom Settings"_s,
-         [this] {
-             emit settingsRequested();
-         }},
+         u"Click to Custom Settings"_s, &FrmFileList::settingsRequested},
     };
     for (const Button& spec : buttons) {
         auto* button = new QToolButton(m_imgtop);
@@ -1371,24 +1335,8 @@ void FrmFileList::MnuDelete_Click()
     if (!MessageBoxes::askYesNo(u"Are you sure to delete the Selected file(s)"_s, MessageIcon::Critical)) {
         return;
     }
-    QStringList failures;
-    const QList<QTreeWidgetItem*> selected = selectedDocuments();
-    for (auto it = selected.rbegin(); it != selected.rend(); ++it) {
-        const QString key = keyOf(*it);
-        if (m_sourceDoc == key) {
-            closePreview();
-        }
-        // The document goes to the Trash, where the user can get it back.
-        if (const Status trashed = FileOperations::moveToTrash(key); trashed.ok()) {
-            const QSignalBlocker quiet(m_lvList); // the preview does not move on to a neighbour
-            delete *it;
-        } else {
-            failures << trashed.error().message;
-        }
-    }
-    if (!failures.isEmpty()) {
-        MessageBoxes::information(failures.join(u'\n'));
-    }
+    // The documents go to the Trash, where the user can get them back.
+    takeSelectedDocuments(&FileOperations::moveToTrash);
 }
 
 void FrmFileList::mnuMoveFile_Click()
@@ -1397,23 +1345,8 @@ void FrmFileList::mnuMoveFile_Click()
     if (destination.isEmpty() || withoutTrailingSlash(m_txtAddress->text()) == withoutTrailingSlash(destination)) {
         return;
     }
-    QStringList failures;
-    const QList<QTreeWidgetItem*> selected = selectedDocuments();
-    for (auto it = selected.rbegin(); it != selected.rend(); ++it) {
-        const QString key = keyOf(*it);
-        if (m_sourceDoc == key) {
-            closePreview();
-        }
-        if (const Status moved = FileOperations::moveFile(key, destination); moved.ok()) {
-            const QSignalBlocker quiet(m_lvList);
-            delete *it;
-        } else {
-            failures << moved.error().message;
-        }
-    }
-    if (!failures.isEmpty()) {
-        MessageBoxes::information(failures.join(u'\n'));
-    }
+    takeSelectedDocuments(
+        [&destination](const QString& document) { return FileOperations::moveFile(document, destination); });
 }
 
 void FrmFileList::mnuCopyFile_Click()
@@ -1435,6 +1368,31 @@ void FrmFileList::mnuCopyFile_Click()
             failures << copied.error().message;
         }
     }
+    reportFailures(failures);
+}
+
+void FrmFileList::takeSelectedDocuments(const std::function<Status(const QString&)>& operation)
+{
+    QStringList failures;
+    const QList<QTreeWidgetItem*> selected = selectedDocuments();
+    for (auto it = selected.rbegin(); it != selected.rend(); ++it) {
+        const QString key = keyOf(*it);
+        // The preview lets go of the document first.
+        if (m_sourceDoc == key) {
+            closePreview();
+        }
+        if (const Status done = operation(key); done.ok()) {
+            const QSignalBlocker quiet(m_lvList); // the preview does not move on to a neighbour
+            delete *it;
+        } else {
+            failures << done.error().message;
+        }
+    }
+    reportFailures(failures);
+}
+
+void FrmFileList::reportFailures(const QStringList& failures)
+{
     if (!failures.isEmpty()) {
         MessageBoxes::information(failures.join(u'\n'));
     }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "NavigationHistory.h"
+#include "core/Result.h"
 
 #include <QMainWindow>
 
@@ -130,6 +131,10 @@ private:
     void MnuFolderDelete_Click();
     void MnuFolderRename_Click();
     void putFolderOnClip(const QString& mode);
+    // Applies a delete or a move to each selected document, from the bottom up; a document
+    // that went leaves the list, and the failures are told together.
+    void takeSelectedDocuments(const std::function<Status(const QString&)>& operation);
+    static void reportFailures(const QStringList& failures);
 
     // The preview and the layouts.
     void LoadDoc();
