@@ -416,17 +416,33 @@ QWidget* FrmFileList::buildAddressBar()
     return bar;
 }
 
+QWidget* FrmFileList::buttonPair(QWidget* parent, const QString& name, Qt::Orientation orientation,
+                                 const std::array<SmallButton, 2>& looks, QToolButton* (&buttons)[2],
+                                 void (FrmFileList::*click)(int))
+{
+    auto* strip = new QWidget(parent);
+    strip->setObjectName(name);
+    QBoxLayout* layout =
+        orientation == Qt::Horizontal ? static_cast<QBoxLayout*>(new QHBoxLayout(strip)) : new QVBoxLayout(strip);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->addStretch();
+    for (int index = 0; index < 2; ++index) {
+        auto* button = new QToolButton(strip);
+        button->setObjectName(looks.at(index).name);
+        button->setToolTip(looks.at(index).tip);
+        button->setIcon(QApplication::style()->standardIcon(looks.at(index).icon));
+        button->setAutoRaise(true);
+        button->setVisible(index == 0);
+        connect(button, &QToolButton::clicked, this, [this, click, index] { (this->*click)(index); });
+        layout->addWidget(button);
+        buttons[index] = button;
+    }
+    layout->addStretch();
+    return strip;
+}
+
 QWidget* FrmFileList::buildTreePane()
 {
-    const auto smallButton = [](QWidget* parent, const QString& name, const QString& tip, QStyle::StandardPixmap icon) {
-        auto* button = new QToolButton(parent);
-        button->setObjectName(name);
-        button->setToolTip(tip);
-        button->setIcon(QApplication::style()->standardIcon(icon));
-        button->setAutoRaise(true);
-        return button;
-    };
-
     m_treePane = new QWidget(this);
     auto* row = new QHBoxLayout(m_treePane);
     row->setContentsMargins(0, 0, 0, 0);
@@ -456,37 +472,19 @@ QWidget* FrmFileList::buildTreePane()
     });
     connect(m_tvList->itemDelegate(), &QAbstractItemDelegate::closeEditor, this, [this] { endLabelEdit(m_tvList); });
 
-    m_picView2 = new QWidget(m_treeColumn);
-    m_picView2->setObjectName(u"PicView2"_s);
-    auto* strip = new QHBoxLayout(m_picView2);
-    strip->setContentsMargins(0, 0, 0, 0);
-    strip->addStretch();
-    m_picv2[0] = smallButton(m_picView2, u"Picv2_0"_s, u"Big preview pane"_s, QStyle::SP_TitleBarMaxButton);
-    m_picv2[1] = smallButton(m_picView2, u"Picv2_1"_s, u"Normal preview pane"_s, QStyle::SP_TitleBarNormalButton);
-    m_picv2[1]->setVisible(false);
-    strip->addWidget(m_picv2[0]);
-    strip->addWidget(m_picv2[1]);
-    strip->addStretch();
-    connect(m_picv2[0], &QToolButton::clicked, this, [this] { Picv2_Click(0); });
-    connect(m_picv2[1], &QToolButton::clicked, this, [this] { Picv2_Click(1); });
+    m_picView2 = buttonPair(m_treeColumn, u"PicView2"_s, Qt::Horizontal,
+                            {{{u"Picv2_0"_s, u"Big preview pane"_s, QStyle::SP_TitleBarMaxButton},
+                              {u"Picv2_1"_s, u"Normal preview pane"_s, QStyle::SP_TitleBarNormalButton}}},
+                            m_picv2, &FrmFileList::Picv2_Click);
 
     column->addWidget(m_lblFolder);
     column->addWidget(m_tvList, 1);
     column->addWidget(m_picView2);
 
-    auto* picture1 = new QWidget(m_treePane);
-    picture1->setObjectName(u"Picture1"_s);
-    auto* buttons = new QVBoxLayout(picture1);
-    buttons->setContentsMargins(0, 0, 0, 0);
-    buttons->addStretch();
-    m_pic1[0] = smallButton(picture1, u"Pic1_0"_s, u"Hide the folders"_s, QStyle::SP_ArrowLeft);
-    m_pic1[1] = smallButton(picture1, u"Pic1_1"_s, u"Show the folders"_s, QStyle::SP_ArrowRight);
-    m_pic1[1]->setVisible(false);
-    buttons->addWidget(m_pic1[0]);
-    buttons->addWidget(m_pic1[1]);
-    buttons->addStretch();
-    connect(m_pic1[0], &QToolButton::clicked, this, [this] { Pic1_Click(0); });
-    connect(m_pic1[1], &QToolButton::clicked, this, [this] { Pic1_Click(1); });
+    QWidget* picture1 = buttonPair(m_treePane, u"Picture1"_s, Qt::Vertical,
+                                   {{{u"Pic1_0"_s, u"Hide the folders"_s, QStyle::SP_ArrowLeft},
+                                     {u"Pic1_1"_s, u"Show the folders"_s, QStyle::SP_ArrowRight}}},
+                                   m_pic1, &FrmFileList::Pic1_Click);
 
     row->addWidget(m_treeColumn, 1);
     row->addWidget(picture1);

@@ -4,7 +4,9 @@
 #include "core/Result.h"
 
 #include <QMainWindow>
+#include <QStyle>
 
+#include <array>
 #include <functional>
 
 class PageView;
@@ -74,6 +76,16 @@ private:
     void buildPopupMenus();
     QWidget* buildToolbar();
     QWidget* buildAddressBar();
+    struct SmallButton
+    {
+        QString name;
+        QString tip;
+        QStyle::StandardPixmap icon;
+    };
+    // A strip with a pair of small buttons, the first shown; a click hands the button's index on.
+    QWidget* buttonPair(QWidget* parent, const QString& name, Qt::Orientation orientation,
+                        const std::array<SmallButton, 2>& looks, QToolButton* (&buttons)[2],
+                        void (FrmFileList::*click)(int));
     QWidget* buildTreePane();
     QWidget* buildListPane();
     QWidget* buildPreviewPane();
