@@ -61,20 +61,36 @@ QString sourceDir()
     return qEnvironmentVariable("QUILLBAY_SOURCE_DIR");
 }
 
+namespace {
+
+// Runs one of the fixture makers of the tests with Debian's Python.
+bool runMaker(const QString& script, const QStringList& arguments)
+{
+    QProcess maker;
+    maker.start(QString::fromLatin1(DebianPython), QStringList{sourceDir() + script} + arguments);
+    const bool done =
+        maker.waitForFinished(120000) && maker.exitStatus() == QProcess::NormalExit && maker.exitCode() == 0;
+    if (!done) {
+        qWarning("%s %s failed: %s", qPrintable(script), qPrintable(arguments.join(u' ')),
+                 maker.readAllStandardError().constData());
+    }
+    return done;
+}
+
+} // namespace
+
 bool makeDocx(const QString& kind, const QString& path, const QString& extra)
 {
-    QStringList arguments{sourceDir() + u"/tests/support/make_docx.py"_s, kind, path};
+    QStringList arguments{kind, path};
     if (!extra.isEmpty()) {
         arguments << extra;
     }
-    QProcess maker;
-    maker.start(QString::fromLatin1(DebianPython), arguments);
-    const bool done =
-        maker.waitForFinished(60000) && maker.exitStatus() == QProcess::NormalExit && maker.exitCode() == 0;
-    if (!done) {
-        qWarning("make_docx.py %s failed: %s", qPrintable(kind), maker.readAllStandardError().constData());
-    }
-    return done;
+    return runMaker(u"/tests/support/make_docx.py"_s, arguments);
+}
+
+bool makeWorkbook(const QString& kind, const QString& path, const QStringList& extra)
+{
+    return runMaker(u"/tests/contacts/make_workbook.py"_s, QStringList{kind, path} + extra);
 }
 
 MessageRecorder::MessageRecorder()

@@ -5,6 +5,7 @@
 #include <QList>
 #include <QQueue>
 #include <QString>
+#include <QStringList>
 #include <QTemporaryDir>
 
 namespace TestSupport {
@@ -29,6 +30,10 @@ QString sourceDir();
 // Makes a Word document with python-docx (tests/support/make_docx.py): kind "letter", "plain"
 // (extra: paragraphs joined by "|"), "pages" (extra: the number of pages) or "template".
 bool makeDocx(const QString& kind, const QString& path, const QString& extra = {});
+
+// Makes a workbook with openpyxl or xlwt (tests/contacts/make_workbook.py): kind "xlsx", "raw",
+// "xls" (extra "--1904" for the 1904 date system) or "big" (extra: rows, columns).
+bool makeWorkbook(const QString& kind, const QString& path, const QStringList& extra = {});
 
 // Records every message box and answers it: the prepared answers first, then the box's
 // first button (OK or Yes).
