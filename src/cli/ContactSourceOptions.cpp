@@ -3,6 +3,7 @@
 #include "CliOutput.h"
 #include "contacts/DataSources.h"
 #include "contacts/DelimitedText.h"
+#include "contacts/ExcelImport.h"
 #include "contacts/MergeFieldTable.h"
 #include "core/PlainFile.h"
 #include "core/SettingsKeys.h"
@@ -10,6 +11,9 @@
 
 #include <QCommandLineParser>
 #include <QFileInfo>
+
+#include <functional>
+#include <memory>
 
 using namespace Qt::StringLiterals;
 
@@ -125,10 +129,11 @@ void ContactSourceOptions::addTo(QCommandLineParser& parser)
 {
     parser.addOption({u"contacts"_s, u"The contact list."_s, u"FILE"_s});
     parser.addOption({u"kind"_s,
-                      u"tab, comma, excel, access or addressbook (default: comma for a .csv file, tab for any "
-                      u"other text file). Only tab and comma can be read by this build."_s,
+                      u"tab, comma, excel, access or addressbook (default: comma for a .csv file, excel for a "
+                      u".xls or .xlsx workbook, tab for any other text file). Access databases and address "
+                      u"books cannot be read by this build."_s,
                       u"KIND"_s});
-    parser.addOption({u"sheet"_s, u"The sheet of a workbook (kind excel)."_s, u"NAME"_s});
+    parser.addOption({u"sheet"_s, u"The sheet of a workbook (kind excel; default: its first sheet)."_s, u"NAME"_s});
     parser.addOption({u"table"_s, u"The table of a database (kind access)."_s, u"NAME"_s});
     parser.addOption({u"password"_s, u"The password of a database (kind access)."_s, u"TEXT"_s});
     parser.addOption({u"skip-first-row"_s, u"The first row names the columns and is no contact."_s});
@@ -203,31 +208,108 @@ int mapIndexOfTokenName(const QString& name)
     return -1;
 }
 
+namespace {
+
+// A source opened for a headless merge: its column names, where its map is remembered, and its
+// rows read through a map.
+struct OpenedSource
+{
+    QStringList columns;
+    MapSection where;
+    QString sheetOrTable;
+    std::function<std::vector<Contact>(const std::array<int, 16>& columnOfMapIndex)> rows;
+    // Writes the identity of the source (its path, its sheet) once it gave rows.
+    std::function<void()> remember;
+};
+
+Result<OpenedSource> openTextSource(const ContactSourceOptions& options)
+{
+    const Result<QString> read = DelimitedText::readText(options.path);
+    if (!read.ok()) {
+        return Result<OpenedSource>::failure(2, u"cannot read the contact list: %1"_s.arg(read.error().message));
+    }
+    if (read->isEmpty()) {
+        return Result<OpenedSource>::failure(2, u"the contact list %1 holds no contacts"_s.arg(options.path));
+    }
+    const TextKind kind = options.kind == u"tab"_s ? TextKind::Tab : TextKind::Comma;
+    const QString text = read.value();
+    OpenedSource source;
+    source.columns = DelimitedText::firstLineColumns(text, kind);
+    source.where = kind == TextKind::Tab ? MapSection{u"TabValues"_s, u"TxtTabFile"_s}
+                                         : MapSection{u"CommaValues"_s, u"TxtComaFile"_s};
+    const bool skipFirst = options.skipFirstRow;
+    source.rows = [text, kind, skipFirst](const std::array<int, 16>& columns) {
+        return DelimitedText::importRows(text, kind, skipFirst, columns);
+    };
+    const QString path = options.path;
+    source.remember = [kind, path] {
+        SettingsStore::instance().setValue(kind == TextKind::Tab ? Keys::TabFile : Keys::CommaFile, path);
+    };
+    return source;
+}
+
+// The sheet named by --sheet, else the first one, read through the wizard's spreadsheet importer.
+Result<OpenedSource> openExcelSource(const ContactSourceOptions& options)
+{
+    using Failure = Result<OpenedSource>;
+    Result<std::unique_ptr<Workbook>> book = Workbook::open(options.path);
+    if (!book.ok()) {
+        return Failure::failure(2, u"cannot read the workbook: %1"_s.arg(book.error().message));
+    }
+    const QStringList names = book.value()->sheetNames();
+    if (names.isEmpty()) {
+        return Failure::failure(2, u"the workbook %1 has no sheets"_s.arg(options.path));
+    }
+    const QString name = options.sheet.isEmpty() ? names.first() : options.sheet;
+    const qsizetype number = names.indexOf(name) + 1;
+    if (number == 0) {
+        return Failure::failure(2,
+                                u"the workbook has no sheet \"%1\" (its sheets: %2)"_s.arg(name, names.join(u", "_s)));
+    }
+    Result<Worksheet> read = book.value()->sheet(static_cast<int>(number));
+    if (!read.ok()) {
+        return Failure::failure(2, u"cannot read the sheet \"%1\": %2"_s.arg(name, read.error().message));
+    }
+    auto sheet = std::make_shared<const Worksheet>(std::move(read).value());
+    OpenedSource source;
+    source.columns = ExcelImport::ReadSheetHeadings(*sheet);
+    source.where = MapSection{QString::fromLatin1(Keys::ExcelSection), u"ExFilename"_s};
+    source.sheetOrTable = name;
+    const bool skipFirst = options.skipFirstRow;
+    source.rows = [sheet, skipFirst](const std::array<int, 16>& columns) {
+        return ExcelImport::importRows(*sheet, skipFirst, columns);
+    };
+    const QString path = options.path;
+    source.remember = [path, name] {
+        SettingsStore::instance().setValue(Keys::ExcelFileName, path);
+        SettingsStore::instance().setValue(Keys::ExcelSheetNameWrite, name);
+    };
+    return source;
+}
+
+} // namespace
+
 Result<LoadedContacts> loadContacts(const ContactSourceOptions& options, ContactTable& table)
 {
-    if (options.kind != u"tab"_s && options.kind != u"comma"_s) {
-        return Loaded::failure(2, u"the contact kind \"%1\" is not available in this build; only tab and comma "
-                                  u"text files can be read"_s.arg(options.kind));
+    const bool text = options.kind == u"tab"_s || options.kind == u"comma"_s;
+    if (!text && options.kind != u"excel"_s) {
+        return Loaded::failure(2, u"the contact kind \"%1\" is not available in this build; only text files "
+                                  u"and workbooks can be read"_s.arg(options.kind));
     }
     if (PlainFile::kindOf(options.path) == PlainFile::Kind::Missing) {
         return Loaded::failure(2, u"File Doesn't Exists: %1"_s.arg(options.path));
     }
-    const Result<QString> text = DelimitedText::readText(options.path);
-    if (!text.ok()) {
-        return Loaded::failure(2, u"cannot read the contact list: %1"_s.arg(text.error().message));
+    const Result<OpenedSource> opened = text ? openTextSource(options) : openExcelSource(options);
+    if (!opened.ok()) {
+        return opened.error();
     }
-    if (text->isEmpty()) {
-        return Loaded::failure(2, u"the contact list %1 holds no contacts"_s.arg(options.path));
-    }
-    const TextKind kind = options.kind == u"tab"_s ? TextKind::Tab : TextKind::Comma;
+    const OpenedSource& source = opened.value();
     LoadedContacts loaded;
-    loaded.map.setColumns(DelimitedText::firstLineColumns(text.value(), kind));
+    loaded.map.setColumns(source.columns);
     if (loaded.map.columns.isEmpty()) {
         return Loaded::failure(2, u"the first line of %1 names no columns"_s.arg(options.path));
     }
-    const MapSection where = kind == TextKind::Tab ? MapSection{u"TabValues"_s, u"TxtTabFile"_s}
-                                                   : MapSection{u"CommaValues"_s, u"TxtComaFile"_s};
-    FieldMapMemory::PrepareMapPage(loaded.map, where, options.path, {});
+    FieldMapMemory::PrepareMapPage(loaded.map, source.where, options.path, source.sheetOrTable);
     if (!options.maps.isEmpty()) {
         if (const Status mapped = applyMaps(loaded.map, options.maps); !mapped.ok()) {
             return mapped.error();
@@ -253,12 +335,12 @@ Result<LoadedContacts> loadContacts(const ContactSourceOptions& options, Contact
         table.setCustomHeading(MergeFieldTable::FirstCustomCell + k,
                                TextUtil::trimSpaces(loaded.map.customNames[static_cast<size_t>(k)]));
     }
-    table.appendRows(DelimitedText::importRows(text.value(), kind, options.skipFirstRow, loaded.map.listIndex));
+    table.appendRows(source.rows(loaded.map.listIndex));
     if (table.count() == 0) {
         return Loaded::failure(2, u"the contact list %1 holds no contacts"_s.arg(options.path));
     }
-    SettingsStore::instance().setValue(kind == TextKind::Tab ? Keys::TabFile : Keys::CommaFile, options.path);
-    FieldMapMemory::SaveMap(loaded.map, where.section);
+    source.remember();
+    FieldMapMemory::SaveMap(loaded.map, source.where.section);
     return loaded;
 }
 

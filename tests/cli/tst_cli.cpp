@@ -185,9 +185,15 @@ private slots:
                                      << u"--contacts FILE is required"_s;
         QTest::newRow("unknown kind") << mail + toFolder + QStringList{u"--kind"_s, u"tsv"_s}
                                       << u"unknown --kind \"tsv\""_s;
-        QTest::newRow("excel is parsed, not read")
+        QTest::newRow("a text file read as a workbook")
             << mail + toFolder + QStringList{u"--kind"_s, u"excel"_s, u"--sheet"_s, u"Sheet1"_s}
-            << u"the contact kind \"excel\" is not available in this build"_s;
+            << u"cannot read the workbook: %1 is not an Excel workbook"_s.arg(csv);
+        QVERIFY(TestSupport::makeWorkbook(u"xls"_s, path(u"people.xls"_s)));
+        QTest::newRow("a sheet the workbook lacks")
+            << QStringList{u"mail"_s,      u"--contacts"_s, path(u"people.xls"_s), u"--sheet"_s, u"Third"_s,
+                           u"--subject"_s, u"Hi"_s,         u"--body"_s,           body} +
+                   toFolder
+            << u"the workbook has no sheet \"Third\" (its sheets: People, Second)"_s;
         QTest::newRow("access is parsed, not read")
             << mail + toFolder +
                    QStringList{u"--kind"_s, u"access"_s, u"--table"_s, u"People"_s, u"--password"_s, u"x"_s}
@@ -403,6 +409,35 @@ private slots:
         result = run(copy, {}, u"r3"_s);
         QCOMPARE(result.exitCode, 0);
         QCOMPARE(result.out.section(u'\n', 0, 0), u"1\t\tskipped: no \"@\" in the address"_s);
+    }
+
+    void mail_fromAWorkbook_readsTheSheetThroughTheWizardsImporter()
+    {
+        const QString book = path(u"workbook/contacts.xlsx"_s);
+        QVERIFY(QDir().mkpath(path(u"workbook"_s)));
+        QVERIFY(TestSupport::makeWorkbook(u"xlsx"_s, book));
+        QVERIFY(writeFile(path(u"workbook/body.html"_s), "[[FirstName]]|[[CompanyName]]|[[Joined]]|[[Amount]]"));
+        const auto run = [this, &book](const QStringList& more, const QString& folder) {
+            return runCli(QStringList{u"mail"_s, u"--contacts"_s, book, u"--skip-first-row"_s, u"--subject"_s, u"Hi"_s,
+                                      u"--body"_s, path(u"workbook/body.html"_s), u"--eml-dir"_s, path(folder)} +
+                          more);
+        };
+        CliResult result =
+            run({u"--sheet"_s, u"Contacts"_s, u"--custom"_s, u"Joined=Joined"_s, u"--custom"_s, u"Amount=Amount"_s},
+                u"workbook/one"_s);
+        QCOMPARE(result.err, QString());
+        QCOMPARE(result.exitCode, 0);
+        QCOMPARE(result.out.section(u'\n', 0, 2),
+                 u"1\tann@example.com\tsent\n2\tbjorn@example.com\tsent\n3\tcy@example.com\tsent"_s);
+        QVERIFY(readFile(path(u"workbook/one/00001.eml"_s)).endsWith("\r\n\r\nAnn|Acme|1/15/2024|12\r\n"));
+        QVERIFY(readFile(path(u"workbook/one/00003.eml"_s)).endsWith("\r\n\r\nCy|||1234567.5\r\n"));
+
+        // Without --sheet the first sheet is read; the map remembered for this workbook and sheet
+        // comes back with its custom fields.
+        result = run({}, u"workbook/two"_s);
+        QCOMPARE(result.exitCode, 0);
+        QVERIFY(
+            readFile(path(u"workbook/two/00002.eml"_s)).endsWith("\r\n\r\nBj\xC3\xB6rn|Nord, AB|12/31/1999|0.1\r\n"));
     }
 
     void mailWithAttachment_eachContactGetsItsOwnCopy()

@@ -6,6 +6,7 @@
 #include "WizardRunView.h"
 #include "composer/ComposePage.h"
 #include "contacts/DataSources.h"
+#include "contacts/ExcelImport.h"
 #include "contacts/MergeFieldTable.h"
 #include "core/AppPaths.h"
 #include "core/CommonRoutines.h"
@@ -62,6 +63,14 @@ const QString Change = u"Change"_s;
 const QString NextCaption = u"Next>>"_s;
 const QString StartCaption = u"Start"_s;
 const QString FinishCaption = u"Finish"_s;
+const QString ExcelTag = u"XlSheet"_s;
+const QString FileGone = u"File Doesn't Exists"_s;
+
+// "File Doesn't Exists" as the spreadsheet stages show it, with OK and Cancel.
+void fileGoneWithCancel()
+{
+    MessageBoxes::show(Message{FileGone, u"Quillbay+"_s, MessageButtons::OkCancel, MessageIcon::Information});
+}
 
 } // namespace
 
@@ -183,8 +192,11 @@ void FrmMailMerge::showEvent(QShowEvent* event)
 
 void FrmMailMerge::Form_Activate()
 {
-    // The sheet and table lists of a remembered spreadsheet or database are filled by their
-    // importers when those sources are built in; until then nothing is listed here.
+    // A remembered workbook that has gone is passed over without a word.
+    const QString workbook = m_source->txtXlSheet->text();
+    if (!workbook.isEmpty() && FileExists(workbook)) {
+        ListExcelSheets(workbook);
+    }
     m_firstShown = false;
 }
 
@@ -369,6 +381,8 @@ void FrmMailMerge::CmdNext_Click()
             ImportTextFile(TextKind::Tab);
         } else if (kind == u"Comma"_s) {
             ImportTextFile(TextKind::Comma);
+        } else if (kind == ExcelTag) {
+            ImportExcelSheet();
         }
         break;
     }
@@ -438,6 +452,14 @@ void FrmMailMerge::connectSourcePage()
 {
     connect(m_source->LstDataSrc, &QListWidget::currentRowChanged, this, &FrmMailMerge::LstDataSrc_Click);
     connect(m_source->CmdBrowseWab, &QToolButton::clicked, this, &FrmMailMerge::CmdBrowseWab_Click);
+    connect(m_source->CmdBrowseXlSheet, &QToolButton::clicked, this, &FrmMailMerge::CmdBrowseXlSheet_Click);
+    // Choosing an entry, by the user or by the listing, asks for the columns to be read again.
+    connect(m_source->cboSheets, &QComboBox::currentIndexChanged, this, [this](int index) {
+        if (index >= 0) {
+            cboSheets_Click();
+        }
+    });
+    connect(m_source->txtXlSheet, &QLineEdit::editingFinished, this, &FrmMailMerge::txtXlSheet_LostFocus);
     connect(m_source->chkPassWd, &QCheckBox::toggled, this, [this](bool checked) {
         m_source->txtPassword->setEnabled(checked);
         if (checked) {
@@ -495,11 +517,13 @@ void FrmMailMerge::LstDataSrc_Click(int index)
 
 void FrmMailMerge::ImportSource(int index)
 {
-    // The address book, mail-client, spreadsheet and database readers are not part of this
-    // build: the user is told so and the wizard stays on its page. What follows each source's
-    // import is done all the same.
+    // The address book, mail-client and database readers are not part of this build: the user
+    // is told so and the wizard stays on its page. What follows each source's import is done
+    // all the same.
     if (index == 4 || index == 5) {
         OpenTextSource(index == 4 ? TextKind::Tab : TextKind::Comma);
+    } else if (index == 2) {
+        OpenExcelSource();
     } else {
         MessageBoxes::information(u"Contacts from \""_s + m_source->LstDataSrc->item(index)->text() +
                                   u"\" cannot be read by this version of Quillbay+. "
@@ -630,6 +654,178 @@ void FrmMailMerge::ImportTextFile(TextKind kind)
     m_mapImported = true;
     m_progress->finish();
     m_selection.resetToRowCount();
+}
+
+// ---------------------------------------------------------------------------------------------
+// Spreadsheet source
+
+void FrmMailMerge::CmdBrowseXlSheet_Click()
+{
+    const QString chosen = Dialogs::ShowFileDialog(u"Microsoft Excel Files (*.xls;*.xlsx)|*.xls;*.xlsx"_s,
+                                                   TextUtil::trimSpaces(m_source->txtXlSheet->text()), this);
+    if (chosen.isEmpty()) {
+        return;
+    }
+    // A workbook of the newer kind (.xlsx) passes beside the .xls.
+    if (chosen.right(3).toUpper() != u"XLS"_s && chosen.right(4).toUpper() != u"XLSX"_s) {
+        MessageBoxes::information(u"Not a Legal Source"_s);
+        return;
+    }
+    m_source->txtXlSheet->setText(chosen);
+    ListExcelSheets(QString());
+    m_openedSource = Change;
+    m_mapImported = false;
+}
+
+void FrmMailMerge::cboSheets_Click()
+{
+    m_openedSource = Change;
+}
+
+void FrmMailMerge::txtXlSheet_LostFocus()
+{
+    if (m_source->txtXlSheet->text().isEmpty()) {
+        m_source->cboSheets->clear();
+    }
+}
+
+void FrmMailMerge::ListExcelSheets(const QString& lastFile)
+{
+    const QString path = TextUtil::trimSpaces(m_source->txtXlSheet->text());
+    if (!FileExists(path)) {
+        fileGoneWithCancel();
+        return;
+    }
+    WaitCursor wait;
+    // A workbook that cannot be opened leaves the list as it was, without a word.
+    const Result<std::unique_ptr<Workbook>> book = Workbook::open(path);
+    if (!book.ok()) {
+        return;
+    }
+    QComboBox* sheets = m_source->cboSheets;
+    sheets->clear();
+    const QStringList names = book.value()->sheetNames();
+    sheets->addItems(names);
+    if (names.isEmpty()) {
+        sheets->setEditText(u"(No Sheets)"_s);
+        return;
+    }
+    sheets->setEnabled(true);
+    m_source->lblSheets->setEnabled(true);
+    sheets->setCurrentIndex(ExcelImport::chooseSheet(names, lastFile, m_source->txtXlSheet->text(),
+                                                     SettingsStore::instance().value(Keys::ExcelSheetNameWrite)));
+}
+
+void FrmMailMerge::OpenExcelSource()
+{
+    QLineEdit* box = m_source->txtXlSheet;
+    QComboBox* sheets = m_source->cboSheets;
+    if (box->text().isEmpty()) {
+        MessageBoxes::information(u"Choose a Valid file!"_s);
+        box->setFocus();
+        return;
+    }
+    const QString path = TextUtil::trimSpaces(box->text());
+    if (box->text() == m_openedSource) {
+        ShowPage(FieldMapping);
+        m_progress->finish();
+        return;
+    }
+    setTag(sheets, QString());
+    if (sheets->currentText().isEmpty()) {
+        // Nothing chosen: the map page shows what it holds.
+        ShowPage(FieldMapping);
+        m_progress->finish();
+        return;
+    }
+    WaitCursor wait;
+    const QScopedValueRollback importing(m_importing, true);
+    m_map.setColumns({});
+    setTag(m_fieldMapPage->CboField[0], ExcelTag);
+    setTag(sheets, sheets->currentText());
+    m_progress->BeginProgress(17);
+    m_progress->advance();
+    const std::optional<QStringList> headings = ReadSheetHeadings(sheets->currentIndex() + 1);
+    if (!headings) {
+        showFieldMap();
+        m_progress->finish();
+        return;
+    }
+    m_map.setColumns(*headings);
+    // Filling the map's boxes afresh counts as a change of the map: the rows are read again.
+    m_mapImported = false;
+    PrepareMapPage(MapSection{ExcelTag, u"ExFilename"_s}, path, sheets->currentText());
+    m_openedSource = box->text();
+    if (!m_map.columns.isEmpty()) {
+        ShowPage(FieldMapping);
+    } else {
+        setTag(sheets, QString());
+        m_openedSource = u"New File"_s;
+    }
+    m_progress->finish();
+}
+
+std::optional<QStringList> FrmMailMerge::ReadSheetHeadings(int sheetNumber)
+{
+    const QString path = TextUtil::trimSpaces(m_source->txtXlSheet->text());
+    if (!FileExists(path)) {
+        fileGoneWithCancel();
+        return QStringList();
+    }
+    const Result<Worksheet> sheet = ExcelImport::readSheet(path, sheetNumber);
+    if (!sheet.ok()) {
+        return std::nullopt;
+    }
+    return ExcelImport::ReadSheetHeadings(sheet.value());
+}
+
+void FrmMailMerge::ImportExcelSheet()
+{
+    if (m_mapImported || ReadExcelRows()) {
+        ShowPage(Contacts);
+        m_mapImported = true;
+    }
+    m_progress->finish();
+    m_selection.resetToRowCount();
+}
+
+bool FrmMailMerge::ReadExcelRows()
+{
+    if (FieldMapMemory::MapIsEmpty(m_map)) {
+        MessageBoxes::information(u"Please Map any Field"_s);
+        return false;
+    }
+    m_table.clear();
+    WaitCursor wait;
+    const QScopedValueRollback importing(m_importing, true);
+    ApplyCustomHeadings();
+    const QString path = TextUtil::trimSpaces(m_source->txtXlSheet->text());
+    if (!FileExists(path)) {
+        fileGoneWithCancel();
+        return false;
+    }
+    // An unreadable workbook ends the step as it stands, without a word.
+    const Result<Worksheet> sheet = ExcelImport::readSheet(path, m_source->cboSheets->currentIndex() + 1);
+    if (!sheet.ok()) {
+        return false;
+    }
+    m_progress->BeginProgress(sheet->usedRange().rows);
+    m_table.appendRows(
+        ExcelImport::importRows(sheet.value(), m_fieldMapPage->ChkSkip->isChecked(), m_map.listIndex, [this](int row) {
+            m_progress->advance();
+            if (row % 200 == 0) {
+                QCoreApplication::processEvents();
+            }
+        }));
+    if (m_table.count() == 0) {
+        return false; // a sheet with no rows after the skip stays on the map page
+    }
+    setTag(m_contacts->lblConTitle, Change);
+    SettingsStore& store = SettingsStore::instance();
+    store.setValue(Keys::ExcelFileName, m_source->txtXlSheet->text());
+    store.setValue(Keys::ExcelSheetNameWrite, m_source->cboSheets->currentText());
+    FieldMapMemory::SaveMap(m_map, ExcelTag);
+    return true;
 }
 
 // ---------------------------------------------------------------------------------------------

@@ -10,6 +10,8 @@
 
 #include <QWidget>
 
+#include <optional>
+
 class ComposePage;
 class PostalMergeRun;
 class SmtpSendRun;
@@ -111,6 +113,17 @@ private:
     void CmdBrowseWab_Click();
     void OpenTextSource(TextKind kind);
     void ImportTextFile(TextKind kind);
+    void CmdBrowseXlSheet_Click();
+    void cboSheets_Click();
+    void txtXlSheet_LostFocus();
+    void ListExcelSheets(const QString& lastFile);
+    void OpenExcelSource();
+    // The column names of the chosen sheet; empty when the file is gone, nothing when the
+    // workbook or the sheet cannot be read.
+    std::optional<QStringList> ReadSheetHeadings(int sheetNumber);
+    void ImportExcelSheet();
+    // Reads the chosen sheet's rows into the table; false when the step ends without rows.
+    bool ReadExcelRows();
 
     // Field map page.
     void PrepareMapPage(const MapSection& where, const QString& path, const QString& chosenSheetOrTable);

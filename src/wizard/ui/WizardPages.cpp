@@ -149,6 +149,9 @@ SourcePage::SourcePage(QWidget* parent)
     CmdBrowseXlSheet = browseButton(FraControls[2], u"CmdBrowseXlSheet"_s);
     lblSheets = named(new QLabel(u"Choose Sheet :"_s, FraControls[2]), u"lblSheets"_s);
     cboSheets = named(new QComboBox(FraControls[2]), u"cboSheets"_s);
+    // A dropdown combo: it can show a text that is no entry, such as "(No Sheets)".
+    cboSheets->setEditable(true);
+    cboSheets->setInsertPolicy(QComboBox::NoInsert);
     sheet->addWidget(wrapped(u"Import Contacts Data from Microsoft Excel .xls file"_s, FraControls[2], u"lblXl"_s));
     sheet->addSpacing(12);
     sheet->addWidget(named(new QLabel(u"Choose the Filename :"_s, FraControls[2]), u"lblExProcess"_s));
