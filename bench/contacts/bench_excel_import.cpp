@@ -3,7 +3,7 @@
 // and importer alone, once through the wizard window (offscreen) from the press of Next on the
 // source page (the column names) and on the map page (the rows) to the contact page.
 
-#include "Stopwatch.h"
+#include "BenchRun.h"
 #include "contacts/ContactTable.h"
 #include "contacts/ExcelImport.h"
 #include "contacts/FieldMap.h"
@@ -43,10 +43,8 @@ QString makeWorkbook(const QTemporaryDir& dir)
 
 int main(int argc, char* argv[])
 {
-    qputenv("QT_QPA_PLATFORM", "offscreen");
     QTemporaryDir dir;
-    qputenv("XDG_CONFIG_HOME", QFile::encodeName(dir.filePath(u"config"_s)));
-    qputenv("XDG_DATA_HOME", QFile::encodeName(dir.filePath(u"data"_s)));
+    prepareOffscreenRun(dir);
     QApplication app(argc, argv);
     const QString path = makeWorkbook(dir);
     if (path.isEmpty()) {

@@ -2,7 +2,7 @@
 // wizard does, and prints rows per second: once through the importer alone, once through the
 // wizard window (offscreen), from the press of Next on the map page to the contact page.
 
-#include "Stopwatch.h"
+#include "BenchRun.h"
 #include "composer/ComposePage.h"
 #include "contacts/ContactTable.h"
 #include "contacts/DelimitedText.h"
@@ -60,10 +60,8 @@ QString writeList(const QTemporaryDir& dir)
 
 int main(int argc, char* argv[])
 {
-    qputenv("QT_QPA_PLATFORM", "offscreen");
     QTemporaryDir dir;
-    qputenv("XDG_CONFIG_HOME", QFile::encodeName(dir.filePath(u"config"_s)));
-    qputenv("XDG_DATA_HOME", QFile::encodeName(dir.filePath(u"data"_s)));
+    prepareOffscreenRun(dir);
     QApplication app(argc, argv);
     const QString path = writeList(dir);
     std::printf("contact list: %s (%lld bytes)\n", qPrintable(path), static_cast<long long>(QFileInfo(path).size()));

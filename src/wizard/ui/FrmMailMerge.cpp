@@ -564,12 +564,20 @@ void FrmMailMerge::CmdBrowseWab_Click()
     m_mapImported = false;
 }
 
+bool FrmMailMerge::hasFileName(QLineEdit* box)
+{
+    if (!box->text().isEmpty()) {
+        return true;
+    }
+    MessageBoxes::information(u"Choose a Valid file!"_s);
+    box->setFocus();
+    return false;
+}
+
 void FrmMailMerge::OpenTextSource(TextKind kind)
 {
     QLineEdit* box = m_source->txtWabfile;
-    if (box->text().isEmpty()) {
-        MessageBoxes::information(u"Choose a Valid file!"_s);
-        box->setFocus();
+    if (!hasFileName(box)) {
         return;
     }
     const QString path = TextUtil::trimSpaces(box->text());
@@ -720,9 +728,7 @@ void FrmMailMerge::OpenExcelSource()
 {
     QLineEdit* box = m_source->txtXlSheet;
     QComboBox* sheets = m_source->cboSheets;
-    if (box->text().isEmpty()) {
-        MessageBoxes::information(u"Choose a Valid file!"_s);
-        box->setFocus();
+    if (!hasFileName(box)) {
         return;
     }
     const QString path = TextUtil::trimSpaces(box->text());

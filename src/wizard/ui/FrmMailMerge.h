@@ -21,6 +21,7 @@ class FieldMapPage;
 class FinishPage;
 class ProgressPanel;
 class QLabel;
+class QLineEdit;
 class QMenu;
 class QPushButton;
 class QStackedWidget;
@@ -111,6 +112,8 @@ private:
     void LstDataSrc_Click(int index);
     void ImportSource(int index);
     void CmdBrowseWab_Click();
+    // Next on a file source with an empty file box: "Choose a Valid file!" and the focus to the box.
+    bool hasFileName(QLineEdit* box);
     void OpenTextSource(TextKind kind);
     void ImportTextFile(TextKind kind);
     void CmdBrowseXlSheet_Click();
