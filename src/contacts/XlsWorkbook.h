@@ -4,7 +4,7 @@
 
 // A BIFF workbook (.xls) read through libfreexl. The library gives dates as ISO text without
 // their number format, so a date shows as the short date (m/d/yyyy), a date with a time as
-// m/d/yyyy h:mm and a time as h:mm:ss.
+// m/d/yyyy h:mm and a time as h:mm:ss; it gives a boolean as the integer 1 or 0.
 class XlsWorkbook : public Workbook
 {
 public:
