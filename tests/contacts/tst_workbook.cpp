@@ -3,8 +3,10 @@
 #include "contacts/ExcelImport.h"
 #include "contacts/Workbook.h"
 #include "contacts/XlsxWorkbook.h"
+#include "wordlink/OoxmlPackage.h"
 
 #include <QFile>
+#include <QRandomGenerator>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -377,6 +379,57 @@ private slots:
         const Result<Worksheet> empty = ExcelImport::readSheet(path(u"book.xlsx"_s), 5);
         QVERIFY(empty.ok());
         QCOMPARE(ExcelImport::ReadSheetHeadings(empty.value()), QStringList{QString()});
+    }
+
+    // Parts of a workbook changed at random, a thousand times: each either reads or fails as a
+    // value, and what reads stays within the sheet's limits (the sanitizer build runs this too).
+    void mutatedParts_readOrFail_neverBeyondTheSheet()
+    {
+        Result<wordlink::OoxmlPackage> original = wordlink::OoxmlPackage::open(path(u"raw.xlsx"_s));
+        QVERIFY(original.ok());
+        const QStringList parts{u"book/sheets/one.xml"_s, u"book/strings.xml"_s, u"book/styles.xml"_s,
+                                u"book/main.xml"_s, u"book/_rels/main.xml.rels"_s};
+        static const char interesting[] = "<>\"/=_x0159AZrtsvc:; \xFF";
+        QRandomGenerator random(14);
+        int read = 0;
+        int failed = 0;
+        for (int round = 0; round < 1000; ++round) {
+            const QString part = parts.at(round % parts.size());
+            QByteArray bytes = original.value().part(part).value();
+            for (int change = 0, changes = 1 + random.bounded(4); change < changes; ++change) {
+                const qsizetype at = random.bounded(bytes.size());
+                switch (random.bounded(3)) {
+                case 0:
+                    bytes[at] = interesting[random.bounded(int(sizeof interesting) - 1)];
+                    break;
+                case 1:
+                    bytes.remove(at, random.bounded(1, 12));
+                    break;
+                default:
+                    bytes.insert(at, bytes.mid(random.bounded(bytes.size()), random.bounded(1, 40)));
+                    break;
+                }
+            }
+            wordlink::OoxmlPackage mutated = wordlink::OoxmlPackage::open(path(u"raw.xlsx"_s)).value();
+            mutated.setPart(part, bytes);
+            QVERIFY(mutated.saveTo(path(u"mutated.xlsx"_s)).ok());
+            const Result<Worksheet> sheet = ExcelImport::readSheet(path(u"mutated.xlsx"_s), 1);
+            if (!sheet.ok()) {
+                ++failed;
+                continue;
+            }
+            ++read;
+            const CellRange used = sheet->usedRange();
+            QVERIFY(used.firstRow >= 1 && used.firstRow + used.rows - 1 <= Worksheet::MaxRows);
+            QVERIFY(used.firstColumn >= 1 && used.firstColumn + used.columns - 1 <= Worksheet::MaxColumns);
+            std::array<int, 16> columns = noColumns();
+            columns[12] = 0;
+            columns[0] = used.columns - 1;
+            const std::vector<Contact> rows = ExcelImport::importRows(sheet.value(), false, columns);
+            QVERIFY(rows.size() <= size_t(used.rows));
+            QCOMPARE(ExcelImport::ReadSheetHeadings(sheet.value()).size(), qsizetype(used.columns));
+        }
+        QVERIFY2(read > 100 && failed > 100, qPrintable(u"%1 read, %2 failed"_s.arg(read).arg(failed)));
     }
 
     void chooseSheet_afterListing()
