@@ -281,6 +281,20 @@ private slots:
         chooseWorkbook(m_dir.filePath(u"absent.xlsx"_s));
         QCOMPARE(messages.messages().size(), 2);
         QCOMPARE(messages.lastText(), u"File Doesn't Exists"_s);
+
+        // A workbook that goes while its map is shown: Next on the map page says so and stays.
+        QVERIFY(QFile::copy(m_xlsx, copy));
+        chooseWorkbook(copy);
+        m_wizard->CmdNext_Click();
+        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::FieldMapping));
+        QVERIFY(QFile::remove(copy));
+        m_wizard->CmdNext_Click();
+        QCOMPARE(messages.messages().size(), 3);
+        QCOMPARE(messages.lastText(), u"File Doesn't Exists"_s);
+        QCOMPARE(messages.messages().last().buttons, MessageButtons::OkCancel);
+        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::FieldMapping));
+        QCOMPARE(m_wizard->contactTable().count(), 0);
+        QVERIFY(!m_wizard->progress()->isVisible());
     }
 };
 
