@@ -6,7 +6,7 @@ make_workbook.py raw PATH             an .xlsx written part by part: rich and in
                                       results, cells and rows without a reference, _xHHHH_ escapes
 make_workbook.py xls PATH [--1904]    the same contacts as a BIFF .xls through xlwt
 make_workbook.py broken DIR           damaged packages: a missing shared string, a reference beyond the sheet,
-                                      no workbook part, a number that is none
+                                      no workbook part, a number that is none; a workbook of no worksheets
 make_workbook.py big PATH ROWS COLS   a plain sheet of ROWS contacts with COLS columns
 """
 import datetime
@@ -142,6 +142,12 @@ def make_broken(folder):
                 package.writestr(part, (text if part == "book/sheets/one.xml" else content).encode("utf-8"))
     with zipfile.ZipFile(folder + "/no_workbook.xlsx", "w") as package:
         package.writestr("word/document.xml", "<document/>")
+    # A workbook whose one sheet is a chart sheet: it has no worksheet to list.
+    with zipfile.ZipFile(folder + "/no_sheets.xlsx", "w") as package:
+        for part, content in RAW_PARTS.items():
+            if part == "book/_rels/main.xml.rels":
+                content = content.replace("relationships/worksheet", "relationships/chartsheet")
+            package.writestr(part, content.encode("utf-8"))
 
 
 def make_xls(path, date1904):

@@ -282,6 +282,15 @@ private slots:
         QCOMPARE(messages.messages().size(), 2);
         QCOMPARE(messages.lastText(), u"File Doesn't Exists"_s);
 
+        // A workbook of no worksheets says so in the list; Next reads nothing and stays.
+        QVERIFY(TestSupport::makeWorkbook(u"broken"_s, m_dir.path()));
+        chooseWorkbook(m_dir.filePath(u"no_sheets.xlsx"_s));
+        QCOMPARE(sheetList(), QStringList());
+        QCOMPARE(source()->cboSheets->currentText(), u"(No Sheets)"_s);
+        m_wizard->CmdNext_Click();
+        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::DataSource));
+        QCOMPARE(messages.messages().size(), 2);
+
         // A workbook that goes while its map is shown: Next on the map page says so and stays.
         QVERIFY(QFile::copy(m_xlsx, copy));
         chooseWorkbook(copy);
