@@ -67,7 +67,7 @@ def make_xlsx(path, date1904):
     offset["D3"] = "Name"
     offset["C4"] = "dee@example.com"
     offset["D4"] = "Dee"
-    offset["A1"] = None
+    offset["A1"].number_format = "0.00"  # formatted, with no value
     book.create_sheet("Single")["A1"] = "alone"
     book.create_sheet("Empty")
     chart = BarChart()

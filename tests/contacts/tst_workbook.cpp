@@ -333,7 +333,8 @@ private slots:
     {
         const Result<Worksheet> offset = ExcelImport::readSheet(path(u"book.xlsx"_s), 3);
         QVERIFY(offset.ok());
-        // The used range C3:D4 has two columns: the names are A1 and B1, both empty.
+        // The used range C3:D4 (A1 is formatted but holds nothing) has two columns: the names are
+        // A1 and B1, both empty.
         QCOMPARE(ExcelImport::ReadSheetHeadings(offset.value()), (QStringList{QString(), QString()}));
         std::array<int, 16> columns = noColumns();
         columns[12] = 0; // e-mail from the range's first column
