@@ -61,6 +61,26 @@ QString sourceDir()
     return qEnvironmentVariable("QUILLBAY_SOURCE_DIR");
 }
 
+QString accessFixture(const QString& name)
+{
+    const QString dir = fixturesDir();
+    const QString path = dir + u"/access/"_s + name;
+    return !dir.isEmpty() && QFile::exists(path) ? path : QString();
+}
+
+bool makeProtectedMdb(const QString& source, const QString& target, const QString& password)
+{
+    QProcess maker;
+    maker.start(QString::fromLatin1(DebianPython),
+                {sourceDir() + u"/tests/support/protect_mdb.py"_s, source, target, password});
+    const bool done =
+        maker.waitForFinished(30000) && maker.exitStatus() == QProcess::NormalExit && maker.exitCode() == 0;
+    if (!done) {
+        qWarning("protect_mdb.py failed: %s", maker.readAllStandardError().constData());
+    }
+    return done;
+}
+
 bool makeDocx(const QString& kind, const QString& path, const QString& extra)
 {
     QStringList arguments{sourceDir() + u"/tests/support/make_docx.py"_s, kind, path};
