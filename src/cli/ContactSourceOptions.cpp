@@ -1,9 +1,11 @@
 #include "ContactSourceOptions.h"
 
 #include "CliOutput.h"
+#include "contacts/AccessImport.h"
 #include "contacts/DataSources.h"
 #include "contacts/DelimitedText.h"
 #include "contacts/MergeFieldTable.h"
+#include "core/CommonRoutines.h"
 #include "core/PlainFile.h"
 #include "core/SettingsKeys.h"
 #include "core/TextUtil.h"
@@ -125,12 +127,21 @@ void ContactSourceOptions::addTo(QCommandLineParser& parser)
 {
     parser.addOption({u"contacts"_s, u"The contact list."_s, u"FILE"_s});
     parser.addOption({u"kind"_s,
-                      u"tab, comma, excel, access or addressbook (default: comma for a .csv file, tab for any "
-                      u"other text file). Only tab and comma can be read by this build."_s,
+                      u"tab, comma, excel, access or addressbook (default: comma for a .csv file, access for a "
+                      u".mdb or .accdb file, tab for any other text file). Tab, comma and access can be read by "
+                      u"this build."_s,
                       u"KIND"_s});
     parser.addOption({u"sheet"_s, u"The sheet of a workbook (kind excel)."_s, u"NAME"_s});
-    parser.addOption({u"table"_s, u"The table of a database (kind access)."_s, u"NAME"_s});
-    parser.addOption({u"password"_s, u"The password of a database (kind access)."_s, u"TEXT"_s});
+    parser.addOption(
+        {u"table"_s, u"The table of a database (kind access; default: its first table by name)."_s, u"NAME"_s});
+    parser.addOption({u"password"_s,
+                      u"The password of a database (kind access). Every user of the machine can read a "
+                      u"command line: prefer --db-password-env."_s,
+                      u"TEXT"_s});
+    parser.addOption({u"db-password-env"_s,
+                      u"Reads the password of a database (kind access) from this environment "
+                      u"variable."_s,
+                      u"VAR"_s});
     parser.addOption({u"skip-first-row"_s, u"The first row names the columns and is no contact."_s});
     parser.addOption({u"map"_s,
                       u"Reads the merge field (a token's name without brackets: FirstName, Job-Title, "
@@ -163,14 +174,28 @@ Result<ContactSourceOptions> ContactSourceOptions::from(const QCommandLineParser
     if (parser.isSet(u"sheet"_s) && options.kind != u"excel"_s) {
         return Failure::failure(2, u"--sheet belongs to --kind excel"_s);
     }
-    for (const QString& option : {u"table"_s, u"password"_s}) {
+    for (const QString& option : {u"table"_s, u"password"_s, u"db-password-env"_s}) {
         if (parser.isSet(option) && options.kind != u"access"_s) {
             return Failure::failure(2, u"--%1 belongs to --kind access"_s.arg(option));
         }
     }
+    if (parser.isSet(u"password"_s) && parser.isSet(u"db-password-env"_s)) {
+        return Failure::failure(2, u"give the password either with --password or with --db-password-env"_s);
+    }
+    if (parser.isSet(u"skip-first-row"_s) && options.kind == u"access"_s) {
+        return Failure::failure(2, u"--skip-first-row does not apply to --kind access: a table's first record is "
+                                   u"a contact, not a heading"_s);
+    }
     options.sheet = parser.value(u"sheet"_s);
     options.table = parser.value(u"table"_s);
     options.password = parser.value(u"password"_s);
+    if (parser.isSet(u"db-password-env"_s)) {
+        const QString variable = parser.value(u"db-password-env"_s);
+        if (!qEnvironmentVariableIsSet(variable.toLocal8Bit().constData())) {
+            return Failure::failure(2, u"--db-password-env: the environment variable %1 is not set"_s.arg(variable));
+        }
+        options.password = qEnvironmentVariable(variable.toLocal8Bit().constData());
+    }
     options.skipFirstRow = parser.isSet(u"skip-first-row"_s);
     options.maps = parser.values(u"map"_s);
     options.customs = parser.values(u"custom"_s);
@@ -203,31 +228,16 @@ int mapIndexOfTokenName(const QString& name)
     return -1;
 }
 
-Result<LoadedContacts> loadContacts(const ContactSourceOptions& options, ContactTable& table)
+namespace {
+
+// The map of a source whose columns are read: the remembered map of the source or the guess, then
+// --map and --custom on top; and the blank-field texts.
+Loaded prepareMap(const ContactSourceOptions& options, const QStringList& columns, const MapSection& where,
+                  const QString& chosenTable)
 {
-    if (options.kind != u"tab"_s && options.kind != u"comma"_s) {
-        return Loaded::failure(2, u"the contact kind \"%1\" is not available in this build; only tab and comma "
-                                  u"text files can be read"_s.arg(options.kind));
-    }
-    if (PlainFile::kindOf(options.path) == PlainFile::Kind::Missing) {
-        return Loaded::failure(2, u"File Doesn't Exists: %1"_s.arg(options.path));
-    }
-    const Result<QString> text = DelimitedText::readText(options.path);
-    if (!text.ok()) {
-        return Loaded::failure(2, u"cannot read the contact list: %1"_s.arg(text.error().message));
-    }
-    if (text->isEmpty()) {
-        return Loaded::failure(2, u"the contact list %1 holds no contacts"_s.arg(options.path));
-    }
-    const TextKind kind = options.kind == u"tab"_s ? TextKind::Tab : TextKind::Comma;
     LoadedContacts loaded;
-    loaded.map.setColumns(DelimitedText::firstLineColumns(text.value(), kind));
-    if (loaded.map.columns.isEmpty()) {
-        return Loaded::failure(2, u"the first line of %1 names no columns"_s.arg(options.path));
-    }
-    const MapSection where = kind == TextKind::Tab ? MapSection{u"TabValues"_s, u"TxtTabFile"_s}
-                                                   : MapSection{u"CommaValues"_s, u"TxtComaFile"_s};
-    FieldMapMemory::PrepareMapPage(loaded.map, where, options.path, {});
+    loaded.map.setColumns(columns);
+    FieldMapMemory::PrepareMapPage(loaded.map, where, options.path, chosenTable);
     if (!options.maps.isEmpty()) {
         if (const Status mapped = applyMaps(loaded.map, options.maps); !mapped.ok()) {
             return mapped.error();
@@ -247,19 +257,115 @@ Result<LoadedContacts> loadContacts(const ContactSourceOptions& options, Contact
         return blanks.error();
     }
     loaded.blanks = blanks.value();
+    return loaded;
+}
 
+// Empties the table and gives it the custom headings of the map.
+void startTable(ContactTable& table, const FieldMap& map)
+{
     table.clear();
     for (int k = 0; k < MergeFieldTable::CustomCount; ++k) {
         table.setCustomHeading(MergeFieldTable::FirstCustomCell + k,
-                               TextUtil::trimSpaces(loaded.map.customNames[static_cast<size_t>(k)]));
+                               TextUtil::trimSpaces(map.customNames[static_cast<size_t>(k)]));
     }
-    table.appendRows(DelimitedText::importRows(text.value(), kind, options.skipFirstRow, loaded.map.listIndex));
+}
+
+Loaded loadTextContacts(const ContactSourceOptions& options, ContactTable& table)
+{
+    if (PlainFile::kindOf(options.path) == PlainFile::Kind::Missing) {
+        return Loaded::failure(2, u"File Doesn't Exists: %1"_s.arg(options.path));
+    }
+    const Result<QString> text = DelimitedText::readText(options.path);
+    if (!text.ok()) {
+        return Loaded::failure(2, u"cannot read the contact list: %1"_s.arg(text.error().message));
+    }
+    if (text->isEmpty()) {
+        return Loaded::failure(2, u"the contact list %1 holds no contacts"_s.arg(options.path));
+    }
+    const TextKind kind = options.kind == u"tab"_s ? TextKind::Tab : TextKind::Comma;
+    const QStringList columns = DelimitedText::firstLineColumns(text.value(), kind);
+    if (columns.isEmpty()) {
+        return Loaded::failure(2, u"the first line of %1 names no columns"_s.arg(options.path));
+    }
+    const MapSection where = kind == TextKind::Tab ? MapSection{u"TabValues"_s, u"TxtTabFile"_s}
+                                                   : MapSection{u"CommaValues"_s, u"TxtComaFile"_s};
+    Loaded loaded = prepareMap(options, columns, where, {});
+    if (!loaded.ok()) {
+        return loaded;
+    }
+    startTable(table, loaded->map);
+    table.appendRows(DelimitedText::importRows(text.value(), kind, options.skipFirstRow, loaded->map.listIndex));
     if (table.count() == 0) {
         return Loaded::failure(2, u"the contact list %1 holds no contacts"_s.arg(options.path));
     }
     SettingsStore::instance().setValue(kind == TextKind::Tab ? Keys::TabFile : Keys::CommaFile, options.path);
-    FieldMapMemory::SaveMap(loaded.map, where.section);
+    FieldMapMemory::SaveMap(loaded->map, where.section);
     return loaded;
+}
+
+// One table of an Access database, read as the wizard reads it: the remembered map when the
+// database and table are the remembered ones, the rows after it, and the database, table and
+// password remembered with the map.
+Loaded loadAccessContacts(const ContactSourceOptions& options, ContactTable& table)
+{
+    if (!FileExists(options.path)) {
+        return Loaded::failure(2, u"File Doesn't Exists: %1"_s.arg(options.path));
+    }
+    const Result<std::unique_ptr<AccessDatabase>> database =
+        AccessEngine::OpenDatabase(options.path, AccessImport::AccessConnect(options.path, options.password));
+    if (!database.ok()) {
+        if (database.error().code == AccessEngine::InvalidPassword) {
+            return Loaded::failure(2, u"Please enter a valid password! %1 wants its database password: give it "
+                                      u"with --db-password-env VAR"_s.arg(options.path));
+        }
+        return Loaded::failure(2, u"cannot read the database: %1"_s.arg(database.error().message));
+    }
+    const QStringList tables = AccessImport::userTables(database.value()->tableNames());
+    if (tables.isEmpty()) {
+        return Loaded::failure(2, u"(No Tables): the database %1 has no table to read"_s.arg(options.path));
+    }
+    const QString name = options.table.isEmpty() ? tables.first() : options.table;
+    if (!tables.contains(name)) {
+        return Loaded::failure(
+            2, u"the database %1 has no table \"%2\" (its tables: %3)"_s.arg(options.path, name, tables.join(u", "_s)));
+    }
+    Result<std::unique_ptr<AccessRecordset>> records = database.value()->openRecordset(name);
+    if (!records.ok()) {
+        return Loaded::failure(2, u"cannot read the table \"%1\": %2"_s.arg(name, records.error().message));
+    }
+    if (records.value()->recordCount() == 0) {
+        return Loaded::failure(2, u"No Records! The table \"%1\" holds no contacts"_s.arg(name));
+    }
+    const MapSection where{QString::fromLatin1(Keys::AccessSection), u"MDBFileName"_s};
+    Loaded loaded = prepareMap(options, records.value()->fieldNames(), where, name);
+    if (!loaded.ok()) {
+        return loaded;
+    }
+    startTable(table, loaded->map);
+    table.appendRows(AccessImport::importRows(*records.value(), loaded->map.listIndex));
+    if (table.count() == 0) {
+        return Loaded::failure(2, u"No Records! The table \"%1\" holds no contacts"_s.arg(name));
+    }
+    SettingsStore& store = SettingsStore::instance();
+    store.setValue(Keys::MdbFileNameWrite, options.path);
+    store.setValue(Keys::AccessTableName, name);
+    store.setValue(Keys::AccessPassword, options.password);
+    FieldMapMemory::SaveMap(loaded->map, where.section);
+    return loaded;
+}
+
+} // namespace
+
+Result<LoadedContacts> loadContacts(const ContactSourceOptions& options, ContactTable& table)
+{
+    if (options.kind == u"tab"_s || options.kind == u"comma"_s) {
+        return loadTextContacts(options, table);
+    }
+    if (options.kind == u"access"_s) {
+        return loadAccessContacts(options, table);
+    }
+    return Loaded::failure(2, u"the contact kind \"%1\" is not available in this build; only tab and comma "
+                              u"text files and access databases can be read"_s.arg(options.kind));
 }
 
 std::optional<int> MergeContacts::read(const ContactSourceOptions& source)

@@ -10,6 +10,9 @@
 
 #include <QWidget>
 
+#include <memory>
+
+class AccessDatabase;
 class ComposePage;
 class PostalMergeRun;
 class SmtpSendRun;
@@ -111,6 +114,15 @@ private:
     void CmdBrowseWab_Click();
     void OpenTextSource(TextKind kind);
     void ImportTextFile(TextKind kind);
+
+    // The database source.
+    void connectAccessPanel();
+    void CmdBrowseMdbFile_Click();
+    void ListAccessTables(const QString& lastFile);
+    std::unique_ptr<AccessDatabase> OpenAccessDatabase();
+    void OpenAccessSource();
+    QStringList ReadTableColumns(int tableIndex);
+    void ImportAccessTable();
 
     // Field map page.
     void PrepareMapPage(const MapSection& where, const QString& path, const QString& chosenSheetOrTable);
