@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Installs what is missing, builds Quillbay+ and runs every test through ctest. The logic of
 # every subsystem is also built and tested once without the windows, to prove it needs none, and
-# the readers of outside data (Word packages, SMTP replies, mail layout, Access databases) once more under the
-# address and undefined-behaviour sanitizers.
+# the readers of outside data (Word packages, SMTP replies, mail layout, Access databases) once
+# more under the address and undefined-behaviour sanitizers.
 set -euo pipefail
 cd "$(dirname "$0")"
 
