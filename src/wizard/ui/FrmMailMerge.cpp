@@ -593,8 +593,7 @@ void FrmMailMerge::ImportTextFile(TextKind kind)
     if (!m_mapImported) {
         if (FieldMapMemory::MapIsEmpty(m_map)) {
             MessageBoxes::information(u"Please Map any Field"_s);
-            m_progress->finish();
-            m_selection.resetToRowCount();
+            endImport();
             return;
         }
         WaitCursor wait;
@@ -612,26 +611,41 @@ void FrmMailMerge::ImportTextFile(TextKind kind)
             QCoreApplication::processEvents();
             qsizetype linesRead = 0;
             rows = DelimitedText::importRows(text.value(), kind, skipFirst, m_map.listIndex,
-                                             [this, &linesRead](qsizetype) {
-                                                 m_progress->advance();
-                                                 if (++linesRead % 200 == 0) {
-                                                     QCoreApplication::processEvents();
-                                                 }
-                                             });
+                                             [this, &linesRead](qsizetype) { importRowRead(++linesRead); });
         }
-        m_table.appendRows(std::move(rows));
-        if (m_table.count() == 0) {
-            m_progress->finish();
-            m_selection.resetToRowCount();
+        if (!takeImportedRows(std::move(rows))) {
             return;
         }
-        setTag(m_contacts->lblConTitle, Change);
         (kind == TextKind::Tab ? SettingsStore::instance().setValue(Keys::TabFile, m_tabFile)
                                : SettingsStore::instance().setValue(Keys::CommaFile, m_commaFile));
         FieldMapMemory::SaveMap(m_map, kind == TextKind::Tab ? u"TabValues"_s : u"CommaValues"_s);
     }
     ShowPage(Contacts);
     m_mapImported = true;
+    endImport();
+}
+
+void FrmMailMerge::importRowRead(qsizetype rowsRead)
+{
+    m_progress->advance();
+    if (rowsRead % 200 == 0) {
+        QCoreApplication::processEvents();
+    }
+}
+
+bool FrmMailMerge::takeImportedRows(std::vector<Contact> rows)
+{
+    m_table.appendRows(std::move(rows));
+    if (m_table.count() == 0) {
+        endImport();
+        return false;
+    }
+    setTag(m_contacts->lblConTitle, Change);
+    return true;
+}
+
+void FrmMailMerge::endImport()
+{
     m_progress->finish();
     m_selection.resetToRowCount();
 }
@@ -795,8 +809,7 @@ void FrmMailMerge::ImportAccessTable()
     if (!m_mapImported) {
         if (FieldMapMemory::MapIsEmpty(m_map)) {
             MessageBoxes::information(u"Please Map any Field"_s);
-            m_progress->finish();
-            m_selection.resetToRowCount();
+            endImport();
             return;
         }
         m_table.clear();
@@ -806,8 +819,7 @@ void FrmMailMerge::ImportAccessTable()
         const QString path = TextUtil::trimSpaces(m_source->txtMdbFile->text());
         if (!FileExists(path)) {
             MessageBoxes::show({u"File Doesn't Exists"_s, u"Quillbay+"_s, MessageButtons::OkCancel});
-            m_progress->finish();
-            m_selection.resetToRowCount();
+            endImport();
             return;
         }
         std::vector<Contact> rows;
@@ -824,21 +836,13 @@ void FrmMailMerge::ImportAccessTable()
             } else if (table.ok()) {
                 AccessRecordset& records = *table.value();
                 m_progress->BeginProgress(records.recordCount());
-                rows = AccessImport::importRows(records, m_map.listIndex, [this](int rowNumber) {
-                    m_progress->advance();
-                    if (rowNumber % 200 == 0) {
-                        QCoreApplication::processEvents();
-                    }
-                });
+                rows = AccessImport::importRows(records, m_map.listIndex,
+                                                [this](int rowsRead) { importRowRead(rowsRead); });
             }
         }
-        m_table.appendRows(std::move(rows));
-        if (m_table.count() == 0) {
-            m_progress->finish();
-            m_selection.resetToRowCount();
+        if (!takeImportedRows(std::move(rows))) {
             return;
         }
-        setTag(m_contacts->lblConTitle, Change);
         SettingsStore& store = SettingsStore::instance();
         store.setValue(Keys::MdbFileNameWrite, m_source->txtMdbFile->text());
         store.setValue(Keys::AccessTableName, m_source->CboTable->currentText());
@@ -847,8 +851,7 @@ void FrmMailMerge::ImportAccessTable()
     }
     ShowPage(Contacts);
     m_mapImported = true;
-    m_progress->finish();
-    m_selection.resetToRowCount();
+    endImport();
 }
 
 // ---------------------------------------------------------------------------------------------

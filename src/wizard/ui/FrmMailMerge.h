@@ -114,6 +114,13 @@ private:
     void CmdBrowseWab_Click();
     void OpenTextSource(TextKind kind);
     void ImportTextFile(TextKind kind);
+    // Steps shared by the importers of the mapped sources: after each row read, the progress
+    // advances and every 200th row the pending events are let through; the rows read go into
+    // the contact table (false, the step ended, when there are none); the step's end hides the
+    // progress and counts the rows as selected.
+    void importRowRead(qsizetype rowsRead);
+    bool takeImportedRows(std::vector<Contact> rows);
+    void endImport();
 
     // The database source.
     void connectAccessPanel();
