@@ -100,7 +100,7 @@ int main(int argc, char* argv[])
             return 1;
         }
         std::vector<Contact> more = AccessImport::importRows(*records.value(), columns);
-        if (more.empty()) {
+        if (more.empty() || records.value()->failed()) {
             return 1;
         }
         rows.insert(rows.end(), std::make_move_iterator(more.begin()), std::make_move_iterator(more.end()));

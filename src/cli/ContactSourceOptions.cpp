@@ -343,6 +343,10 @@ Loaded loadAccessContacts(const ContactSourceOptions& options, ContactTable& tab
     }
     startTable(table, loaded->map);
     table.appendRows(AccessImport::importRows(*records.value(), loaded->map.listIndex));
+    if (records.value()->failed()) {
+        return Loaded::failure(2, u"cannot read the table \"%1\": the database is damaged after row %2"_s.arg(
+                                      name, QString::number(table.count())));
+    }
     if (table.count() == 0) {
         return Loaded::failure(2, u"No Records! The table \"%1\" holds no contacts"_s.arg(name));
     }

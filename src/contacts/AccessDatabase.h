@@ -9,8 +9,8 @@
 
 // A database of Access (.mdb, .accdb) opened for reading, as the Access importer sees it: its
 // tables, and one table at a time as a recordset walked from the first row to the last. The
-// engine behind it is the mdbtools library; nothing outside AccessEngine's implementation
-// includes it, so the importer and its tests see only these classes.
+// engine behind it is the mdbtools library, run in a helper program of its own; nothing but that
+// helper includes it, so the importer and its tests see only these classes.
 
 // One table's rows. Every value comes as text: a null gives the empty text, a number its
 // decimal text ("18", "0.05", "1995.5"), a date "1994-11-16" (with " 10:30:00" when it has a
@@ -24,8 +24,10 @@ public:
     // The field names, in the table's order.
     virtual QStringList fieldNames() const = 0;
     virtual int recordCount() const = 0;
-    // Reads the next row into values, one text a field; false after the last row.
+    // Reads the next row into values, one text a field; false after the last row, or when the
+    // rows break off because the rest of the table cannot be read (failed() then tells).
     virtual bool moveNext(QStringList& values) = 0;
+    virtual bool failed() const = 0;
 };
 
 class AccessDatabase

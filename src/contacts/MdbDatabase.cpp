@@ -1,36 +1,44 @@
-// The Access engine on the mdbtools library (libmdb): the only file that includes it.
+// The Access engine on the mdbtools library. libmdb itself runs in the helper program
+// quillbay-mdb-reader (src/contacts/mdbreader), started for each stage: libmdb trusts what it
+// finds in a file, and on a damaged database it can loop for ever or crash. Here the helper's
+// output is read with a limit on how long it may stay silent, so such a file ends the stage as
+// a database the engine cannot read.
 //
-// libmdb reads a file's pages as they are and trusts what it finds, so this side guards it: a
-// file is handed to it only when it is a regular file whose first page carries an Access
-// signature, every pointer it returns is tested, and the database password, which libmdb does
-// not check, is compared here with the one stored in the file's header.
+// Before the helper sees a file, it must be a regular file whose first page carries an Access
+// signature; the database password, which libmdb does not check, is compared here with the one
+// stored in the file's header.
 
 #include "AccessDatabase.h"
 #include "JetHeader.h"
 #include "core/PlainFile.h"
 
+#include <QCoreApplication>
 #include <QFile>
+#include <QFileInfo>
+#include <QProcess>
 
-#include <mdbtools.h>
-#include <vector>
+#include <optional>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
-// The largest text a field gives: a memo of 65,535 characters, three UTF-8 bytes each.
-constexpr size_t BindSize = 3 * 65536;
 // Enough of the first page for the signature and the scrambled header region.
 constexpr qint64 HeaderBytes = 0x100;
-
-Error engineError(int number, const QString& description)
-{
-    return Error{number, description};
-}
+// How long the helper may write nothing before it is taken to be stuck on a damaged file.
+constexpr int SilenceLimitMs = 10000;
 
 Error unrecognized(const QString& path)
 {
-    return engineError(AccessEngine::UnrecognizedFormat, u"Unrecognized database format '%1'."_s.arg(path));
+    return Error{AccessEngine::UnrecognizedFormat, u"Unrecognized database format '%1'."_s.arg(path)};
+}
+
+QString readerProgram()
+{
+    // Installed beside the programs (bin/../libexec/quillbay/), else the one of the build tree.
+    const QString installed =
+        QCoreApplication::applicationDirPath() + u"/"_s + QStringLiteral(QUILLBAY_MDB_READER_FROM_BIN);
+    return QFileInfo(installed).isExecutable() ? installed : QStringLiteral(QUILLBAY_MDB_READER_BUILT);
 }
 
 // The password part of the connection text. The wizard's text is ";Database=P;PWD=W;DSN=P" with
@@ -51,149 +59,195 @@ QString passwordOf(const QString& connect, const QString& path)
     return connect.mid(start + 4, end < 0 ? -1 : end - start - 4);
 }
 
-// "18.0000" -> "18", "1995.5000" -> "1995.5": a number of fixed decimals without its
-// trailing zeros, as the number itself is written.
-QString withoutTrailingZeros(QString number)
+// One run of the helper and the items it writes ("5:Hello" is the item "Hello").
+class ReaderRun
 {
-    if (!number.contains(u'.')) {
-        return number;
+public:
+    ReaderRun(const QStringList& arguments)
+    {
+        m_process.setProgram(readerProgram());
+        m_process.setArguments(arguments);
+        m_process.setProcessChannelMode(QProcess::SeparateChannels);
+        m_process.setStandardErrorFile(QProcess::nullDevice());
+        m_process.start(QIODevice::ReadOnly);
     }
-    while (number.endsWith(u'0')) {
-        number.chop(1);
-    }
-    if (number.endsWith(u'.')) {
-        number.chop(1);
-    }
-    return number;
-}
 
-// The text of one bound value by the column's type. libmdb writes single-precision numbers
-// with eight significant digits ("0.050000001"); they are given with the seven a single
-// holds ("0.05"), doubles with fifteen.
-QString displayText(int columnType, const char* bound, int length)
-{
-    if (length <= 0) {
-        return {};
-    }
-    const QString raw = QString::fromUtf8(bound, length);
-    switch (columnType) {
-    case MDB_BOOL:
-        return raw == u"0"_s ? u"False"_s : u"True"_s;
-    case MDB_FLOAT:
-        return QString::number(raw.toFloat(), 'g', 7);
-    case MDB_DOUBLE:
-        return QString::number(raw.toDouble(), 'g', 15);
-    case MDB_MONEY:
-    case MDB_NUMERIC:
-        return withoutTrailingZeros(raw);
-    case MDB_DATETIME:
-        // Written as "%Y-%m-%d %H:%M:%S"; midnight gives the date alone, the engine's day
-        // zero the time alone.
-        if (raw.endsWith(u" 00:00:00"_s)) {
-            return raw.left(raw.size() - 9);
+    ~ReaderRun()
+    {
+        if (m_process.state() != QProcess::NotRunning) {
+            m_process.kill();
+            m_process.waitForFinished();
         }
-        return raw.startsWith(u"1899-12-30 "_s) ? raw.mid(11) : raw;
-    case MDB_BINARY:
-    case MDB_OLE:
-    case MDB_COMPLEX:
-        return {};
-    default:
-        return raw;
     }
-}
+    ReaderRun(const ReaderRun&) = delete;
+    ReaderRun& operator=(const ReaderRun&) = delete;
+
+    // The next item; nothing when the output ends, breaks off, is malformed or stays silent too
+    // long (the helper is then stopped).
+    std::optional<QByteArray> next()
+    {
+        for (;;) {
+            const qsizetype colon = m_buffer.indexOf(':', m_position);
+            if (colon >= 0) {
+                bool ok = false;
+                const qsizetype length =
+                    QByteArrayView(m_buffer).sliced(m_position, colon - m_position).toLongLong(&ok);
+                if (!ok || length < 0) {
+                    return std::nullopt;
+                }
+                if (m_buffer.size() - colon - 1 >= length) {
+                    QByteArray bytes = m_buffer.mid(colon + 1, length);
+                    m_position = colon + 1 + length;
+                    return bytes;
+                }
+            } else if (m_buffer.size() - m_position > 20) {
+                return std::nullopt; // no length is that long
+            }
+            if (!readMore()) {
+                return std::nullopt;
+            }
+        }
+    }
+
+    std::optional<int> nextNumber()
+    {
+        const std::optional<QByteArray> text = next();
+        bool ok = false;
+        const int value = text ? text->toInt(&ok) : 0;
+        return ok && value >= 0 ? std::optional<int>(value) : std::nullopt;
+    }
+
+private:
+    bool readMore()
+    {
+        if (m_position > (1 << 20)) {
+            m_buffer.remove(0, m_position);
+            m_position = 0;
+        }
+        if (m_process.bytesAvailable() == 0 && !m_process.waitForReadyRead(SilenceLimitMs)) {
+            if (m_process.state() != QProcess::NotRunning) {
+                m_process.kill();
+                m_process.waitForFinished();
+            }
+            const QByteArray rest = m_process.readAllStandardOutput();
+            m_buffer += rest;
+            return !rest.isEmpty();
+        }
+        m_buffer += m_process.readAllStandardOutput();
+        return true;
+    }
+
+    QProcess m_process;
+    QByteArray m_buffer;
+    qsizetype m_position = 0;
+};
 
 class MdbRecordset : public AccessRecordset
 {
 public:
-    explicit MdbRecordset(MdbTableDef* table)
-        : m_table(table)
+    MdbRecordset(std::unique_ptr<ReaderRun> run, QStringList names, int count)
+        : m_run(std::move(run))
+        , m_names(std::move(names))
+        , m_count(count)
     {
-        const MdbHandle* handle = table->entry->mdb;
-        const size_t bindSize = handle->bind_size;
-        m_buffers.resize(table->num_cols);
-        m_lengths.resize(table->num_cols, 0);
-        for (unsigned int column = 0; column < table->num_cols; ++column) {
-            const auto* definition = static_cast<const MdbColumn*>(g_ptr_array_index(table->columns, column));
-            m_names << QString::fromUtf8(definition->name);
-            m_types.push_back(definition->col_type);
-            m_buffers[column].assign(bindSize, '\0');
-            mdb_bind_column(table, static_cast<int>(column + 1), m_buffers[column].data(), &m_lengths[column]);
-        }
-        mdb_rewind_table(table);
     }
 
-    ~MdbRecordset() override { mdb_free_tabledef(m_table); }
-    MdbRecordset(const MdbRecordset&) = delete;
-    MdbRecordset& operator=(const MdbRecordset&) = delete;
-
     QStringList fieldNames() const override { return m_names; }
-    int recordCount() const override { return static_cast<int>(m_table->num_rows); }
+    int recordCount() const override { return m_count; }
+    bool failed() const override { return m_failed; }
 
     bool moveNext(QStringList& values) override
     {
-        if (!mdb_fetch_row(m_table)) {
+        if (m_ended) {
             return false;
         }
         values.resize(m_names.size());
         for (qsizetype column = 0; column < m_names.size(); ++column) {
-            const auto index = static_cast<size_t>(column);
-            values[column] = displayText(m_types[index], m_buffers[index].data(), m_lengths[index]);
+            const std::optional<QByteArray> value = m_run->next();
+            if (!value || (column == 0 && *value == "END")) {
+                // "END" can only stand where a row would begin: a value is never read as the end.
+                m_ended = true;
+                m_failed = !value.has_value();
+                return false;
+            }
+            values[column] = QString::fromUtf8(*value);
         }
         return true;
     }
 
 private:
-    MdbTableDef* m_table;
+    std::unique_ptr<ReaderRun> m_run;
     QStringList m_names;
-    std::vector<int> m_types;
-    std::vector<std::vector<char>> m_buffers;
-    std::vector<int> m_lengths;
+    int m_count;
+    bool m_ended = false;
+    bool m_failed = false;
 };
 
 class MdbDatabase : public AccessDatabase
 {
 public:
-    explicit MdbDatabase(MdbHandle* handle)
-        : m_handle(handle)
+    MdbDatabase(QString path, QStringList tables)
+        : m_path(std::move(path))
+        , m_tables(std::move(tables))
     {
-        for (unsigned int k = 0; k < handle->num_catalog; ++k) {
-            const auto* entry = static_cast<const MdbCatalogEntry*>(g_ptr_array_index(handle->catalog, k));
-            if (entry != nullptr && entry->object_type == MDB_TABLE) {
-                m_tables << QString::fromUtf8(entry->object_name);
-            }
-        }
         // The engine's collection of tables is in the order of their names, not of the catalog.
         m_tables.sort(Qt::CaseInsensitive);
     }
-
-    ~MdbDatabase() override { mdb_close(m_handle); }
-    MdbDatabase(const MdbDatabase&) = delete;
-    MdbDatabase& operator=(const MdbDatabase&) = delete;
 
     QStringList tableNames() const override { return m_tables; }
 
     Result<std::unique_ptr<AccessRecordset>> openRecordset(const QString& table) override
     {
-        const Error notFound{AccessEngine::TableNotFound, u"Could not find the table '%1'."_s.arg(table)};
         if (!m_tables.contains(table)) {
-            return notFound;
+            return Error{AccessEngine::TableNotFound, u"Could not find the table '%1'."_s.arg(table)};
         }
-        QByteArray name = table.toUtf8();
-        MdbTableDef* definition = mdb_read_table_by_name(m_handle, name.data(), MDB_TABLE);
-        if (definition == nullptr) {
-            return notFound;
+        auto run = std::make_unique<ReaderRun>(QStringList{u"rows"_s, m_path, table});
+        const std::optional<QByteArray> status = run->next();
+        if (status != "OK") {
+            return unrecognized(m_path);
         }
-        if (mdb_read_columns(definition) == nullptr) {
-            mdb_free_tabledef(definition);
-            return notFound;
+        const std::optional<int> fields = run->nextNumber();
+        QStringList names;
+        for (int k = 0; fields && k < *fields; ++k) {
+            const std::optional<QByteArray> name = run->next();
+            if (!name) {
+                return unrecognized(m_path);
+            }
+            names << QString::fromUtf8(*name);
         }
-        return std::unique_ptr<AccessRecordset>(std::make_unique<MdbRecordset>(definition));
+        const std::optional<int> count = run->nextNumber();
+        if (!fields || !count) {
+            return unrecognized(m_path);
+        }
+        return std::unique_ptr<AccessRecordset>(std::make_unique<MdbRecordset>(std::move(run), names, *count));
     }
 
 private:
-    MdbHandle* m_handle;
+    QString m_path;
     QStringList m_tables;
 };
+
+// The tables of the database, as the helper lists them; nothing when it cannot.
+std::optional<QStringList> listTables(const QString& path)
+{
+    ReaderRun run({u"tables"_s, path});
+    if (run.next() != "OK") {
+        return std::nullopt;
+    }
+    const std::optional<int> count = run.nextNumber();
+    if (!count) {
+        return std::nullopt;
+    }
+    QStringList tables;
+    for (int k = 0; k < *count; ++k) {
+        const std::optional<QByteArray> name = run.next();
+        if (!name) {
+            return std::nullopt;
+        }
+        tables << QString::fromUtf8(*name);
+    }
+    return run.next() == "END" ? std::optional<QStringList>(tables) : std::nullopt;
+}
 
 } // namespace
 
@@ -202,39 +256,28 @@ namespace AccessEngine {
 Result<std::unique_ptr<AccessDatabase>> OpenDatabase(const QString& path, const QString& connect)
 {
     const PlainFile::Kind kind = PlainFile::kindOf(path);
-    if (kind == PlainFile::Kind::Missing) {
-        return engineError(FileNotFound, u"Could not find file '%1'."_s.arg(path));
+    QFile file(path);
+    if (kind == PlainFile::Kind::Missing || (kind == PlainFile::Kind::Regular && !file.open(QIODevice::ReadOnly))) {
+        return Error{FileNotFound, u"Could not find file '%1'."_s.arg(path)};
     }
     if (kind != PlainFile::Kind::Regular) {
         return unrecognized(path);
     }
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        return engineError(FileNotFound, u"Could not find file '%1'."_s.arg(path));
-    }
-    const QByteArray firstPage = file.read(HeaderBytes);
+    const std::optional<QString> stored = JetHeader::storedPassword(file.read(HeaderBytes));
     file.close();
-    const std::optional<QString> stored = JetHeader::storedPassword(firstPage);
     if (!stored) {
         return unrecognized(path);
     }
     // A database without a password opens whatever password is given with it.
     if (!stored->isEmpty() && *stored != passwordOf(connect, path)) {
-        return engineError(InvalidPassword, u"Not a valid password."_s);
+        return Error{InvalidPassword, u"Not a valid password."_s};
     }
-    MdbHandle* handle = mdb_open(QFile::encodeName(path).constData(), MDB_NOFLAGS);
-    if (handle == nullptr) {
+    std::optional<QStringList> tables = listTables(QFileInfo(path).absoluteFilePath());
+    if (!tables) {
         return unrecognized(path);
     }
-    mdb_set_bind_size(handle, BindSize);
-    mdb_set_date_fmt(handle, "%Y-%m-%d %H:%M:%S");
-    mdb_set_shortdate_fmt(handle, "%Y-%m-%d %H:%M:%S");
-    mdb_set_boolean_fmt_numbers(handle);
-    if (mdb_read_catalog(handle, MDB_TABLE) == nullptr) {
-        mdb_close(handle);
-        return unrecognized(path);
-    }
-    return std::unique_ptr<AccessDatabase>(std::make_unique<MdbDatabase>(handle));
+    return std::unique_ptr<AccessDatabase>(
+        std::make_unique<MdbDatabase>(QFileInfo(path).absoluteFilePath(), std::move(*tables)));
 }
 
 } // namespace AccessEngine

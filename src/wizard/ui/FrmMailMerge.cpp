@@ -838,6 +838,10 @@ void FrmMailMerge::ImportAccessTable()
                 m_progress->BeginProgress(records.recordCount());
                 rows = AccessImport::importRows(records, m_map.listIndex,
                                                 [this](int rowsRead) { importRowRead(rowsRead); });
+                // A table whose rows break off (a damaged database) ends the step silently.
+                if (records.failed()) {
+                    rows.clear();
+                }
             }
         }
         if (!takeImportedRows(std::move(rows))) {
