@@ -72,6 +72,9 @@ public:
         m_process.start(QIODevice::ReadOnly);
     }
 
+    // False when the helper program is missing or cannot be run.
+    bool started() { return m_process.waitForStarted(); }
+
     ~ReaderRun()
     {
         if (m_process.state() != QProcess::NotRunning) {
@@ -227,26 +230,27 @@ private:
     QStringList m_tables;
 };
 
-// The tables of the database, as the helper lists them; nothing when it cannot.
-std::optional<QStringList> listTables(const QString& path)
+// The tables of the database, as the helper lists them.
+Result<QStringList> listTables(const QString& path)
 {
-    ReaderRun run({u"tables"_s, path});
-    if (run.next() != "OK") {
-        return std::nullopt;
+    ReaderRun run({u"tables"_s, QFileInfo(path).absoluteFilePath()});
+    if (!run.started()) {
+        return Error{AccessEngine::UnrecognizedFormat,
+                     u"The database reader %1 cannot be started."_s.arg(readerProgram())};
     }
-    const std::optional<int> count = run.nextNumber();
-    if (!count) {
-        return std::nullopt;
-    }
+    const std::optional<int> count = run.next() == "OK" ? run.nextNumber() : std::nullopt;
     QStringList tables;
-    for (int k = 0; k < *count; ++k) {
+    for (int k = 0; count && k < *count; ++k) {
         const std::optional<QByteArray> name = run.next();
         if (!name) {
-            return std::nullopt;
+            return unrecognized(path);
         }
         tables << QString::fromUtf8(*name);
     }
-    return run.next() == "END" ? std::optional<QStringList>(tables) : std::nullopt;
+    if (!count || run.next() != "END") {
+        return unrecognized(path);
+    }
+    return tables;
 }
 
 } // namespace
@@ -272,12 +276,12 @@ Result<std::unique_ptr<AccessDatabase>> OpenDatabase(const QString& path, const 
     if (!stored->isEmpty() && *stored != passwordOf(connect, path)) {
         return Error{InvalidPassword, u"Not a valid password."_s};
     }
-    std::optional<QStringList> tables = listTables(QFileInfo(path).absoluteFilePath());
-    if (!tables) {
-        return unrecognized(path);
+    const Result<QStringList> tables = listTables(path);
+    if (!tables.ok()) {
+        return tables.error();
     }
     return std::unique_ptr<AccessDatabase>(
-        std::make_unique<MdbDatabase>(QFileInfo(path).absoluteFilePath(), std::move(*tables)));
+        std::make_unique<MdbDatabase>(QFileInfo(path).absoluteFilePath(), tables.value()));
 }
 
 } // namespace AccessEngine
