@@ -58,4 +58,9 @@ inline constexpr int UnrecognizedFormat = 3343;
 // engine cannot read).
 Result<std::unique_ptr<AccessDatabase>> OpenDatabase(const QString& path, const QString& connect);
 
+// The reader program to start instead of quillbay-mdb-reader, and how long it may stay silent
+// before it is stopped (for tests; an empty program and 0 give back the helper and its ten
+// seconds).
+void setReaderProgram(const QString& program, int silenceLimitMs = 0);
+
 } // namespace AccessEngine

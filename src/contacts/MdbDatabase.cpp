@@ -26,7 +26,19 @@ namespace {
 // Enough of the first page for the signature and the scrambled header region.
 constexpr qint64 HeaderBytes = 0x100;
 // How long the helper may write nothing before it is taken to be stuck on a damaged file.
-constexpr int SilenceLimitMs = 10000;
+constexpr int DefaultSilenceLimitMs = 10000;
+
+struct ReaderSettings
+{
+    QString program; // empty: the installed or built helper
+    int silenceLimitMs = DefaultSilenceLimitMs;
+};
+
+ReaderSettings& readerSettings()
+{
+    static ReaderSettings settings;
+    return settings;
+}
 
 Error unrecognized(const QString& path)
 {
@@ -35,6 +47,9 @@ Error unrecognized(const QString& path)
 
 QString readerProgram()
 {
+    if (!readerSettings().program.isEmpty()) {
+        return readerSettings().program;
+    }
     // Installed beside the programs (bin/../libexec/quillbay/), else the one of the build tree.
     const QString installed =
         QCoreApplication::applicationDirPath() + u"/"_s + QStringLiteral(QUILLBAY_MDB_READER_FROM_BIN);
@@ -127,7 +142,7 @@ private:
             m_buffer.remove(0, m_position);
             m_position = 0;
         }
-        if (m_process.bytesAvailable() == 0 && !m_process.waitForReadyRead(SilenceLimitMs)) {
+        if (m_process.bytesAvailable() == 0 && !m_process.waitForReadyRead(readerSettings().silenceLimitMs)) {
             if (m_process.state() != QProcess::NotRunning) {
                 m_process.kill();
                 m_process.waitForFinished();
@@ -256,6 +271,11 @@ Result<QStringList> listTables(const QString& path)
 } // namespace
 
 namespace AccessEngine {
+
+void setReaderProgram(const QString& program, int silenceLimitMs)
+{
+    readerSettings() = {program, silenceLimitMs > 0 ? silenceLimitMs : DefaultSilenceLimitMs};
+}
 
 Result<std::unique_ptr<AccessDatabase>> OpenDatabase(const QString& path, const QString& connect)
 {
