@@ -174,13 +174,7 @@ private slots:
         // their listing, or after the first row of a table, stand in for it here.
         QB_REQUIRE_ACCESS_FIXTURE(nwind, "nwind.mdb");
         const auto reader = [this](const QString& name, const QByteArray& script) {
-            const QString path = m_dir.filePath(name);
-            QFile file(path);
-            file.open(QIODevice::WriteOnly);
-            file.write("#!/bin/sh\n" + script);
-            file.close();
-            file.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-            return path;
+            return TestSupport::writeShellScript(m_dir.filePath(name), script);
         };
         const QString silent = reader(u"silent.sh"_s, "exec sleep 60\n");
         const QString crashing = reader(u"crashing.sh"_s, "kill -SEGV $$\n");

@@ -81,6 +81,17 @@ bool makeProtectedMdb(const QString& source, const QString& target, const QStrin
     return done;
 }
 
+QString writeShellScript(const QString& path, const QByteArray& body)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || file.write("#!/bin/sh\n" + body) < 0) {
+        return {};
+    }
+    file.close();
+    file.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    return path;
+}
+
 bool makeDocx(const QString& kind, const QString& path, const QString& extra)
 {
     QStringList arguments{sourceDir() + u"/tests/support/make_docx.py"_s, kind, path};

@@ -30,6 +30,9 @@ QString accessFixture(const QString& name);
 // (tests/support/protect_mdb.py).
 bool makeProtectedMdb(const QString& source, const QString& target, const QString& password);
 
+// Writes an executable shell script (its body after the "#!/bin/sh" line) and gives its path.
+QString writeShellScript(const QString& path, const QByteArray& body);
+
 // The project's source folder (for scripts the tests start).
 QString sourceDir();
 

@@ -1,4 +1,5 @@
 #include "TestSupport.h"
+#include "contacts/AccessDatabase.h"
 #include "core/Dialogs.h"
 #include "core/SettingsKeys.h"
 #include "core/SettingsStore.h"
@@ -272,6 +273,30 @@ private slots:
         m_wizard->CmdNext_Click();
         QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::FieldMapping));
         QCOMPARE(m_wizard->fieldMapPage()->CboField[0]->count(), 0);
+    }
+
+    void rowsThatBreakOff_leaveTheWizardOnTheMapPage()
+    {
+        // A reader that crashes after the first row, as mdbtools can on a damaged database.
+        QB_REQUIRE_ACCESS_FIXTURE(nwind, "nwind.mdb");
+        const QString crashing = TestSupport::writeShellScript(
+            m_dir.filePath(u"rows.sh"_s), "if [ \"$1\" = tables ]; then printf '2:OK1:15:Items3:END'; exit; fi\n"
+                                          "printf '2:OK1:24:Name4:Mail1:33:Ann9:a@b.c.org'\n"
+                                          "kill -SEGV $$\n");
+        AccessEngine::setReaderProgram(crashing, 300);
+        TestSupport::MessageRecorder messages;
+        openWizard();
+        browseDatabase(nwind);
+        QCOMPARE(tableEntries(), QStringList{u"Items"_s});
+        m_wizard->CmdNext_Click();
+        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::FieldMapping));
+        QCOMPARE(m_wizard->fieldMapPage()->CboField[0]->currentText(), u"Name"_s);
+        m_wizard->CmdNext_Click();
+        AccessEngine::setReaderProgram({});
+        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::FieldMapping));
+        QCOMPARE(m_wizard->contactTable().count(), 0);
+        QCOMPARE(messages.messages().size(), 0);
+        QCOMPARE(GetSetting(u"MSAccess"_s, u"TableName"_s), QString());
     }
 
     void databasesWithoutUserTables_andFilesThatAreNone()
