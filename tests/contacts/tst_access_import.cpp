@@ -352,13 +352,6 @@ private slots:
         QCOMPARE(rows.at(1).cells[0], QString()); // an empty address still adds the row
         QCOMPARE(rows.at(1).cells[15], u"x"_s);
     }
-
-    void accessConnect_keepsThePasswordPartWhenEmpty()
-    {
-        QCOMPARE(AccessImport::AccessConnect(u" /db/club.mdb"_s, QString()),
-                 u";Database= /db/club.mdb;PWD=;DSN= /db/club.mdb"_s);
-        QCOMPARE(AccessImport::AccessConnect(u"/a.mdb"_s, u"p w"_s), u";Database=/a.mdb;PWD=p w;DSN=/a.mdb"_s);
-    }
 };
 
 QTEST_GUILESS_MAIN(AccessImportTest)
