@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Installs what is missing, builds Quillbay+ and runs every test through ctest. The logic of
 # every subsystem is also built and tested once without the windows, to prove it needs none, and
-# the readers of outside data (Word packages, workbooks, SMTP replies, mail layout) once more
-# under the address and undefined-behaviour sanitizers.
+# the readers of outside data (Word packages, workbooks, SMTP replies, mail layout, Access
+# databases) once more under the address and undefined-behaviour sanitizers.
 set -euo pipefail
 cd "$(dirname "$0")"
 
@@ -17,7 +17,7 @@ cmake -S . -B build-core -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DQUILLBAY_G
 cmake --build build-core -j "$jobs"
 
 sanitized_tests="native_engine document_merge postal_run search_run message_layout smtp_reply_reader smtp_conversation explorer_logic workbook
-                 smtp_send_run"
+                 smtp_send_run access_import"
 cmake -S . -B build-asan -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DQUILLBAY_GUI=OFF \
       -DQUILLBAY_BENCHMARKS=OFF -DQUILLBAY_SANITIZE=ON >/dev/null
 cmake --build build-asan -j "$jobs" --target $(printf 'tst_%s ' $sanitized_tests)

@@ -1,10 +1,13 @@
 #include "ContactSourceOptions.h"
 
 #include "CliOutput.h"
+#include "contacts/AccessImport.h"
 #include "contacts/DataSources.h"
 #include "contacts/DelimitedText.h"
 #include "contacts/ExcelImport.h"
 #include "contacts/MergeFieldTable.h"
+#include "contacts/Workbook.h"
+#include "core/CommonRoutines.h"
 #include "core/PlainFile.h"
 #include "core/SettingsKeys.h"
 #include "core/TextUtil.h"
@@ -130,12 +133,20 @@ void ContactSourceOptions::addTo(QCommandLineParser& parser)
     parser.addOption({u"contacts"_s, u"The contact list."_s, u"FILE"_s});
     parser.addOption({u"kind"_s,
                       u"tab, comma, excel, access or addressbook (default: comma for a .csv file, excel for a "
-                      u".xls or .xlsx workbook, tab for any other text file). Access databases and address "
-                      u"books cannot be read by this build."_s,
+                      u".xls or .xlsx workbook, access for a .mdb or .accdb database, tab for any other text "
+                      u"file). Address books cannot be read by this build."_s,
                       u"KIND"_s});
     parser.addOption({u"sheet"_s, u"The sheet of a workbook (kind excel; default: its first sheet)."_s, u"NAME"_s});
-    parser.addOption({u"table"_s, u"The table of a database (kind access)."_s, u"NAME"_s});
-    parser.addOption({u"password"_s, u"The password of a database (kind access)."_s, u"TEXT"_s});
+    parser.addOption(
+        {u"table"_s, u"The table of a database (kind access; default: its first table by name)."_s, u"NAME"_s});
+    parser.addOption({u"password"_s,
+                      u"The password of a database (kind access). Every user of the machine can read a "
+                      u"command line: prefer --db-password-env."_s,
+                      u"TEXT"_s});
+    parser.addOption({u"db-password-env"_s,
+                      u"Reads the password of a database (kind access) from this environment "
+                      u"variable."_s,
+                      u"VAR"_s});
     parser.addOption({u"skip-first-row"_s, u"The first row names the columns and is no contact."_s});
     parser.addOption({u"map"_s,
                       u"Reads the merge field (a token's name without brackets: FirstName, Job-Title, "
@@ -168,14 +179,28 @@ Result<ContactSourceOptions> ContactSourceOptions::from(const QCommandLineParser
     if (parser.isSet(u"sheet"_s) && options.kind != u"excel"_s) {
         return Failure::failure(2, u"--sheet belongs to --kind excel"_s);
     }
-    for (const QString& option : {u"table"_s, u"password"_s}) {
+    for (const QString& option : {u"table"_s, u"password"_s, u"db-password-env"_s}) {
         if (parser.isSet(option) && options.kind != u"access"_s) {
             return Failure::failure(2, u"--%1 belongs to --kind access"_s.arg(option));
         }
     }
+    if (parser.isSet(u"password"_s) && parser.isSet(u"db-password-env"_s)) {
+        return Failure::failure(2, u"give the password either with --password or with --db-password-env"_s);
+    }
+    if (parser.isSet(u"skip-first-row"_s) && options.kind == u"access"_s) {
+        return Failure::failure(2, u"--skip-first-row does not apply to --kind access: a table's first record is "
+                                   u"a contact, not a heading"_s);
+    }
     options.sheet = parser.value(u"sheet"_s);
     options.table = parser.value(u"table"_s);
     options.password = parser.value(u"password"_s);
+    if (parser.isSet(u"db-password-env"_s)) {
+        const QString variable = parser.value(u"db-password-env"_s);
+        if (!qEnvironmentVariableIsSet(variable.toLocal8Bit().constData())) {
+            return Failure::failure(2, u"--db-password-env: the environment variable %1 is not set"_s.arg(variable));
+        }
+        options.password = qEnvironmentVariable(variable.toLocal8Bit().constData());
+    }
     options.skipFirstRow = parser.isSet(u"skip-first-row"_s);
     options.maps = parser.values(u"map"_s);
     options.customs = parser.values(u"custom"_s);
@@ -210,106 +235,14 @@ int mapIndexOfTokenName(const QString& name)
 
 namespace {
 
-// A source opened for a headless merge: its column names, where its map is remembered, and its
-// rows read through a map.
-struct OpenedSource
+// The map of a source whose columns are read: the remembered map of the source or the guess, then
+// --map and --custom on top; and the blank-field texts.
+Loaded prepareMap(const ContactSourceOptions& options, const QStringList& columns, const MapSection& where,
+                  const QString& chosenTable)
 {
-    QStringList columns;
-    MapSection where;
-    QString sheetOrTable;
-    std::function<std::vector<Contact>(const std::array<int, 16>& columnOfMapIndex)> rows;
-    // Writes the identity of the source (its path, its sheet) once it gave rows.
-    std::function<void()> remember;
-};
-
-Result<OpenedSource> openTextSource(const ContactSourceOptions& options)
-{
-    const Result<QString> read = DelimitedText::readText(options.path);
-    if (!read.ok()) {
-        return Result<OpenedSource>::failure(2, u"cannot read the contact list: %1"_s.arg(read.error().message));
-    }
-    if (read->isEmpty()) {
-        return Result<OpenedSource>::failure(2, u"the contact list %1 holds no contacts"_s.arg(options.path));
-    }
-    const TextKind kind = options.kind == u"tab"_s ? TextKind::Tab : TextKind::Comma;
-    const QString text = read.value();
-    OpenedSource source;
-    source.columns = DelimitedText::firstLineColumns(text, kind);
-    source.where = kind == TextKind::Tab ? MapSection{u"TabValues"_s, u"TxtTabFile"_s}
-                                         : MapSection{u"CommaValues"_s, u"TxtComaFile"_s};
-    const bool skipFirst = options.skipFirstRow;
-    source.rows = [text, kind, skipFirst](const std::array<int, 16>& columns) {
-        return DelimitedText::importRows(text, kind, skipFirst, columns);
-    };
-    const QString path = options.path;
-    source.remember = [kind, path] {
-        SettingsStore::instance().setValue(kind == TextKind::Tab ? Keys::TabFile : Keys::CommaFile, path);
-    };
-    return source;
-}
-
-// The sheet named by --sheet, else the first one, read through the wizard's spreadsheet importer.
-Result<OpenedSource> openExcelSource(const ContactSourceOptions& options)
-{
-    using Failure = Result<OpenedSource>;
-    Result<std::unique_ptr<Workbook>> book = Workbook::open(options.path);
-    if (!book.ok()) {
-        return Failure::failure(2, u"cannot read the workbook: %1"_s.arg(book.error().message));
-    }
-    const QStringList names = book.value()->sheetNames();
-    if (names.isEmpty()) {
-        return Failure::failure(2, u"the workbook %1 has no sheets"_s.arg(options.path));
-    }
-    const QString name = options.sheet.isEmpty() ? names.first() : options.sheet;
-    const qsizetype number = names.indexOf(name) + 1;
-    if (number == 0) {
-        return Failure::failure(2,
-                                u"the workbook has no sheet \"%1\" (its sheets: %2)"_s.arg(name, names.join(u", "_s)));
-    }
-    Result<Worksheet> read = book.value()->sheet(static_cast<int>(number));
-    if (!read.ok()) {
-        return Failure::failure(2, u"cannot read the sheet \"%1\": %2"_s.arg(name, read.error().message));
-    }
-    auto sheet = std::make_shared<const Worksheet>(std::move(read).value());
-    OpenedSource source;
-    source.columns = ExcelImport::ReadSheetHeadings(*sheet);
-    source.where = MapSection{QString::fromLatin1(Keys::ExcelSection), u"ExFilename"_s};
-    source.sheetOrTable = name;
-    const bool skipFirst = options.skipFirstRow;
-    source.rows = [sheet, skipFirst](const std::array<int, 16>& columns) {
-        return ExcelImport::importRows(*sheet, skipFirst, columns);
-    };
-    const QString path = options.path;
-    source.remember = [path, name] {
-        SettingsStore::instance().setValue(Keys::ExcelFileName, path);
-        SettingsStore::instance().setValue(Keys::ExcelSheetNameWrite, name);
-    };
-    return source;
-}
-
-} // namespace
-
-Result<LoadedContacts> loadContacts(const ContactSourceOptions& options, ContactTable& table)
-{
-    const bool text = options.kind == u"tab"_s || options.kind == u"comma"_s;
-    if (!text && options.kind != u"excel"_s) {
-        return Loaded::failure(2, u"the contact kind \"%1\" is not available in this build; only text files "
-                                  u"and workbooks can be read"_s.arg(options.kind));
-    }
-    if (PlainFile::kindOf(options.path) == PlainFile::Kind::Missing) {
-        return Loaded::failure(2, u"File Doesn't Exists: %1"_s.arg(options.path));
-    }
-    const Result<OpenedSource> opened = text ? openTextSource(options) : openExcelSource(options);
-    if (!opened.ok()) {
-        return opened.error();
-    }
-    const OpenedSource& source = opened.value();
     LoadedContacts loaded;
-    loaded.map.setColumns(source.columns);
-    if (loaded.map.columns.isEmpty()) {
-        return Loaded::failure(2, u"the first line of %1 names no columns"_s.arg(options.path));
-    }
-    FieldMapMemory::PrepareMapPage(loaded.map, source.where, options.path, source.sheetOrTable);
+    loaded.map.setColumns(columns);
+    FieldMapMemory::PrepareMapPage(loaded.map, where, options.path, chosenTable);
     if (!options.maps.isEmpty()) {
         if (const Status mapped = applyMaps(loaded.map, options.maps); !mapped.ok()) {
             return mapped.error();
@@ -329,19 +262,167 @@ Result<LoadedContacts> loadContacts(const ContactSourceOptions& options, Contact
         return blanks.error();
     }
     loaded.blanks = blanks.value();
+    return loaded;
+}
 
+// Empties the table and gives it the custom headings of the map.
+void startTable(ContactTable& table, const FieldMap& map)
+{
     table.clear();
     for (int k = 0; k < MergeFieldTable::CustomCount; ++k) {
         table.setCustomHeading(MergeFieldTable::FirstCustomCell + k,
-                               TextUtil::trimSpaces(loaded.map.customNames[static_cast<size_t>(k)]));
+                               TextUtil::trimSpaces(map.customNames[static_cast<size_t>(k)]));
     }
-    table.appendRows(source.rows(loaded.map.listIndex));
+}
+
+Loaded loadTextContacts(const ContactSourceOptions& options, ContactTable& table)
+{
+    if (PlainFile::kindOf(options.path) == PlainFile::Kind::Missing) {
+        return Loaded::failure(2, u"File Doesn't Exists: %1"_s.arg(options.path));
+    }
+    const Result<QString> text = DelimitedText::readText(options.path);
+    if (!text.ok()) {
+        return Loaded::failure(2, u"cannot read the contact list: %1"_s.arg(text.error().message));
+    }
+    if (text->isEmpty()) {
+        return Loaded::failure(2, u"the contact list %1 holds no contacts"_s.arg(options.path));
+    }
+    const TextKind kind = options.kind == u"tab"_s ? TextKind::Tab : TextKind::Comma;
+    const QStringList columns = DelimitedText::firstLineColumns(text.value(), kind);
+    if (columns.isEmpty()) {
+        return Loaded::failure(2, u"the first line of %1 names no columns"_s.arg(options.path));
+    }
+    const MapSection where = kind == TextKind::Tab ? MapSection{u"TabValues"_s, u"TxtTabFile"_s}
+                                                   : MapSection{u"CommaValues"_s, u"TxtComaFile"_s};
+    Loaded loaded = prepareMap(options, columns, where, {});
+    if (!loaded.ok()) {
+        return loaded;
+    }
+    startTable(table, loaded->map);
+    table.appendRows(DelimitedText::importRows(text.value(), kind, options.skipFirstRow, loaded->map.listIndex));
     if (table.count() == 0) {
         return Loaded::failure(2, u"the contact list %1 holds no contacts"_s.arg(options.path));
     }
-    source.remember();
-    FieldMapMemory::SaveMap(loaded.map, source.where.section);
+    SettingsStore::instance().setValue(kind == TextKind::Tab ? Keys::TabFile : Keys::CommaFile, options.path);
+    FieldMapMemory::SaveMap(loaded->map, where.section);
     return loaded;
+}
+
+// The sheet named by --sheet, else the first one, read as the wizard's spreadsheet source reads it,
+// and the workbook and sheet remembered with the map.
+Loaded loadExcelContacts(const ContactSourceOptions& options, ContactTable& table)
+{
+    if (PlainFile::kindOf(options.path) == PlainFile::Kind::Missing) {
+        return Loaded::failure(2, u"File Doesn't Exists: %1"_s.arg(options.path));
+    }
+    Result<std::unique_ptr<Workbook>> book = Workbook::open(options.path);
+    if (!book.ok()) {
+        return Loaded::failure(2, u"cannot read the workbook: %1"_s.arg(book.error().message));
+    }
+    const QStringList names = book.value()->sheetNames();
+    if (names.isEmpty()) {
+        return Loaded::failure(2, u"the workbook %1 has no sheets"_s.arg(options.path));
+    }
+    const QString name = options.sheet.isEmpty() ? names.first() : options.sheet;
+    const qsizetype number = names.indexOf(name) + 1;
+    if (number == 0) {
+        return Loaded::failure(2,
+                               u"the workbook has no sheet \"%1\" (its sheets: %2)"_s.arg(name, names.join(u", "_s)));
+    }
+    const Result<Worksheet> sheet = book.value()->sheet(static_cast<int>(number));
+    if (!sheet.ok()) {
+        return Loaded::failure(2, u"cannot read the sheet \"%1\": %2"_s.arg(name, sheet.error().message));
+    }
+    const QStringList columns = ExcelImport::ReadSheetHeadings(sheet.value());
+    if (columns.isEmpty()) {
+        return Loaded::failure(2, u"the first line of %1 names no columns"_s.arg(options.path));
+    }
+    const MapSection where{QString::fromLatin1(Keys::ExcelSection), u"ExFilename"_s};
+    Loaded loaded = prepareMap(options, columns, where, name);
+    if (!loaded.ok()) {
+        return loaded;
+    }
+    startTable(table, loaded->map);
+    table.appendRows(ExcelImport::importRows(sheet.value(), options.skipFirstRow, loaded->map.listIndex));
+    if (table.count() == 0) {
+        return Loaded::failure(2, u"the contact list %1 holds no contacts"_s.arg(options.path));
+    }
+    SettingsStore::instance().setValue(Keys::ExcelFileName, options.path);
+    SettingsStore::instance().setValue(Keys::ExcelSheetNameWrite, name);
+    FieldMapMemory::SaveMap(loaded->map, where.section);
+    return loaded;
+}
+
+// One table of an Access database, read as the wizard reads it: the remembered map when the
+// database and table are the remembered ones, the rows after it, and the database, table and
+// password remembered with the map.
+Loaded loadAccessContacts(const ContactSourceOptions& options, ContactTable& table)
+{
+    if (!FileExists(options.path)) {
+        return Loaded::failure(2, u"File Doesn't Exists: %1"_s.arg(options.path));
+    }
+    const Result<std::unique_ptr<AccessDatabase>> database =
+        AccessEngine::OpenDatabase(options.path, AccessImport::AccessConnect(options.path, options.password));
+    if (!database.ok()) {
+        if (database.error().code == AccessEngine::InvalidPassword) {
+            return Loaded::failure(2, u"Please enter a valid password! %1 wants its database password: give it "
+                                      u"with --db-password-env VAR"_s.arg(options.path));
+        }
+        return Loaded::failure(2, u"cannot read the database: %1"_s.arg(database.error().message));
+    }
+    const QStringList tables = AccessImport::userTables(database.value()->tableNames());
+    if (tables.isEmpty()) {
+        return Loaded::failure(2, u"(No Tables): the database %1 has no table to read"_s.arg(options.path));
+    }
+    const QString name = options.table.isEmpty() ? tables.first() : options.table;
+    if (!tables.contains(name)) {
+        return Loaded::failure(
+            2, u"the database %1 has no table \"%2\" (its tables: %3)"_s.arg(options.path, name, tables.join(u", "_s)));
+    }
+    Result<std::unique_ptr<AccessRecordset>> records = database.value()->openRecordset(name);
+    if (!records.ok()) {
+        return Loaded::failure(2, u"cannot read the table \"%1\": %2"_s.arg(name, records.error().message));
+    }
+    if (records.value()->recordCount() == 0) {
+        return Loaded::failure(2, u"No Records! The table \"%1\" holds no contacts"_s.arg(name));
+    }
+    const MapSection where{QString::fromLatin1(Keys::AccessSection), u"MDBFileName"_s};
+    Loaded loaded = prepareMap(options, records.value()->fieldNames(), where, name);
+    if (!loaded.ok()) {
+        return loaded;
+    }
+    startTable(table, loaded->map);
+    table.appendRows(AccessImport::importRows(*records.value(), loaded->map.listIndex));
+    if (records.value()->failed()) {
+        return Loaded::failure(2, u"cannot read the table \"%1\": the database is damaged after row %2"_s.arg(
+                                      name, QString::number(table.count())));
+    }
+    if (table.count() == 0) {
+        return Loaded::failure(2, u"No Records! The table \"%1\" holds no contacts"_s.arg(name));
+    }
+    SettingsStore& store = SettingsStore::instance();
+    store.setValue(Keys::MdbFileNameWrite, options.path);
+    store.setValue(Keys::AccessTableName, name);
+    store.setValue(Keys::AccessPassword, options.password);
+    FieldMapMemory::SaveMap(loaded->map, where.section);
+    return loaded;
+}
+
+} // namespace
+
+Result<LoadedContacts> loadContacts(const ContactSourceOptions& options, ContactTable& table)
+{
+    if (options.kind == u"tab"_s || options.kind == u"comma"_s) {
+        return loadTextContacts(options, table);
+    }
+    if (options.kind == u"excel"_s) {
+        return loadExcelContacts(options, table);
+    }
+    if (options.kind == u"access"_s) {
+        return loadAccessContacts(options, table);
+    }
+    return Loaded::failure(2, u"the contact kind \"%1\" is not available in this build; only text files, "
+                              u"workbooks and access databases can be read"_s.arg(options.kind));
 }
 
 std::optional<int> MergeContacts::read(const ContactSourceOptions& source)

@@ -17,7 +17,8 @@ using namespace Qt::StringLiterals;
 namespace {
 
 const QString Usage = u"quillbay-cli letters --contacts FILE [--kind tab|comma|excel|access|addressbook] "
-                      u"[--sheet NAME] [--table NAME] [--password TEXT] [--skip-first-row] [--map FIELD=COLUMN]... "
+                      u"[--sheet NAME] [--table NAME] [--password TEXT | --db-password-env VAR] [--skip-first-row] "
+                      u"[--map FIELD=COLUMN]... "
                       u"[--custom NAME=COLUMN]... [--blank FIELD=TEXT]... --template FILE "
                       u"(--out-dir DIR | --combined FILE)"_s;
 

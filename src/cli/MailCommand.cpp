@@ -30,7 +30,8 @@ namespace {
 
 const QString Usage =
     u"quillbay-cli mail --contacts FILE [--kind tab|comma|excel|access|addressbook] [--sheet NAME] "
-    u"[--table NAME] [--password TEXT] [--skip-first-row] [--map FIELD=COLUMN]... [--custom NAME=COLUMN]... "
+    u"[--table NAME] [--password TEXT | --db-password-env VAR] [--skip-first-row] [--map FIELD=COLUMN]... "
+    u"[--custom NAME=COLUMN]... "
     u"[--blank FIELD=TEXT]... --subject TEXT --body FILE.html [--attach TEMPLATE] "
     u"(--eml-dir DIR | --smtp HOST[:PORT]) [--tls auto|starttls|ssl|off] [--user NAME] [--password-env VAR] "
     u"[--from ADDR] [--from-name NAME] [--reply-to ADDR]"_s;

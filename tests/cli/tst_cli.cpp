@@ -194,10 +194,24 @@ private slots:
                            u"--subject"_s, u"Hi"_s,         u"--body"_s,           body} +
                    toFolder
             << u"the workbook has no sheet \"Third\" (its sheets: People, Second)"_s;
-        QTest::newRow("access is parsed, not read")
+        QTest::newRow("access kind for a text file")
             << mail + toFolder +
                    QStringList{u"--kind"_s, u"access"_s, u"--table"_s, u"People"_s, u"--password"_s, u"x"_s}
-            << u"the contact kind \"access\" is not available in this build"_s;
+            << u"cannot read the database: Unrecognized database format '%1'."_s.arg(csv);
+        QTest::newRow("password from the environment, for a text file")
+            << mail + toFolder + QStringList{u"--db-password-env"_s, u"HOME"_s}
+            << u"--db-password-env belongs to --kind access"_s;
+        QTest::newRow("two passwords")
+            << mail + toFolder +
+                   QStringList{u"--kind"_s, u"access"_s, u"--password"_s, u"x"_s, u"--db-password-env"_s, u"HOME"_s}
+            << u"give the password either with --password or with --db-password-env"_s;
+        QTest::newRow("password variable not set")
+            << mail + toFolder +
+                   QStringList{u"--kind"_s, u"access"_s, u"--db-password-env"_s, u"QUILLBAY_TEST_NO_SUCH_VARIABLE"_s}
+            << u"--db-password-env: the environment variable QUILLBAY_TEST_NO_SUCH_VARIABLE is not set"_s;
+        QTest::newRow("no heading row in a table")
+            << mail + toFolder + QStringList{u"--kind"_s, u"access"_s, u"--skip-first-row"_s}
+            << u"--skip-first-row does not apply to --kind access"_s;
         QTest::newRow("address book by its ending")
             << QStringList{u"letters"_s,
                            u"--contacts"_s,
@@ -655,6 +669,51 @@ private slots:
         QVERIFY2(text.startsWith(u"Dear Ann Lee\rAcme, North\r"_s), qPrintable(text));
         QVERIFY2(text.contains(u"Dear  Moe"_s) && text.contains(u"Dear Bob Ray\rGamma, East"_s), qPrintable(text));
         QCOMPARE(text.count(u'\f'), 2);
+    }
+
+    void letters_fromAnAccessTable_withThePasswordFromTheEnvironment()
+    {
+        QB_REQUIRE_ACCESS_FIXTURE(nwind, "nwind.mdb");
+        QB_REQUIRE_ACCESS_FIXTURE(empty, "emptyJet4.mdb");
+        const QString database = path(u"access/shop.mdb"_s);
+        QVERIFY(QDir().mkpath(path(u"access"_s)));
+        QVERIFY(TestSupport::makeProtectedMdb(nwind, database, u"Nord;wind 1"_s));
+        const QString letter = path(u"access/letter.docx"_s);
+        QVERIFY(TestSupport::makeDocx(u"plain"_s, letter, u"[[CompanyName]]: [[Business-Phone]]"_s));
+        const QStringList letters = {u"letters"_s,   u"--contacts"_s,      database, u"--template"_s, letter,
+                                     u"--out-dir"_s, path(u"access/out"_s)};
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(u"SHOP_PASSWORD"_s, u"Nord;wind 1"_s);
+
+        // The kind comes from the file's ending; without the password the database stays shut.
+        CliResult result = runCli(letters + QStringList{u"--table"_s, u"Shippers"_s});
+        QCOMPARE(result.exitCode, 2);
+        QVERIFY2(result.err.contains(u"Please enter a valid password!"_s), qPrintable(result.err));
+        result = runCli(letters + QStringList{u"--table"_s, u"Clients"_s, u"--db-password-env"_s, u"SHOP_PASSWORD"_s},
+                        environment);
+        QCOMPARE(result.exitCode, 2);
+        QVERIFY2(result.err.contains(u"has no table \"Clients\" (its tables: Categories, Customers, Employees, "
+                                     u"Order Details, Orders, Products, Shippers, Suppliers)"_s),
+                 qPrintable(result.err));
+
+        // The dictionary takes CompanyName and Phone; no address column is needed for letters.
+        result = runCli(letters + QStringList{u"--table"_s, u"Shippers"_s, u"--db-password-env"_s, u"SHOP_PASSWORD"_s},
+                        environment);
+        QCOMPARE(result.err, QString());
+        QCOMPARE(result.exitCode, 0);
+        QCOMPARE(result.out.count(u".docx\n"_s), 3);
+        QCOMPARE(documentText(path(u"access/out/Quillbay+2.docx"_s)), u"United Package: (503) 555-3199\r"_s);
+        // The database, its table and its password are remembered with the map, as the wizard does.
+        SettingsStore::instance().reload();
+        QCOMPARE(SettingsStore::instance().value(Keys::MdbFileNameRead), database);
+        QCOMPARE(SettingsStore::instance().value(Keys::AccessTableName), u"Shippers"_s);
+        QCOMPARE(SettingsStore::instance().value(Keys::AccessPassword), u"Nord;wind 1"_s);
+        QCOMPARE(GetSetting(u"MSAccess"_s, u"9"_s), u"Phone"_s);
+
+        result = runCli(
+            {u"letters"_s, u"--contacts"_s, empty, u"--template"_s, letter, u"--out-dir"_s, path(u"access/none"_s)});
+        QCOMPARE(result.exitCode, 2);
+        QVERIFY2(result.err.contains(u"(No Tables)"_s), qPrintable(result.err));
     }
 
     void letters_aTemplateThatCannotBeOpened_stopsAtTheFirstLetter()

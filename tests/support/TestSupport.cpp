@@ -79,6 +79,29 @@ bool runMaker(const QString& script, const QStringList& arguments)
 
 } // namespace
 
+QString accessFixture(const QString& name)
+{
+    const QString dir = fixturesDir();
+    const QString path = dir + u"/access/"_s + name;
+    return !dir.isEmpty() && QFile::exists(path) ? path : QString();
+}
+
+bool makeProtectedMdb(const QString& source, const QString& target, const QString& password)
+{
+    return runMaker(u"/tests/support/protect_mdb.py"_s, {source, target, password});
+}
+
+QString writeShellScript(const QString& path, const QByteArray& body)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || file.write("#!/bin/sh\n" + body) < 0) {
+        return {};
+    }
+    file.close();
+    file.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    return path;
+}
+
 bool makeDocx(const QString& kind, const QString& path, const QString& extra)
 {
     QStringList arguments{kind, path};

@@ -24,6 +24,16 @@ void resetSettings();
 // The shared sample files made by other programs, or "" when that folder is absent.
 QString fixturesDir();
 
+// A sample Access database of the shared sample files ("nwind.mdb", …), or "" when absent.
+QString accessFixture(const QString& name);
+
+// Copies an Access database to target with password set in its header
+// (tests/support/protect_mdb.py).
+bool makeProtectedMdb(const QString& source, const QString& target, const QString& password);
+
+// Writes an executable shell script (its body after the "#!/bin/sh" line) and gives its path.
+QString writeShellScript(const QString& path, const QByteArray& body);
+
 // The project's source folder (for scripts the tests start).
 QString sourceDir();
 
@@ -59,6 +69,13 @@ private:
 } // namespace TestSupport
 
 // Skips the current test with a clear reason when the shared sample files are not there.
+#define QB_REQUIRE_ACCESS_FIXTURE(path, name)                                                                          \
+    const QString path = TestSupport::accessFixture(QStringLiteral(name));                                             \
+    do {                                                                                                               \
+        if (path.isEmpty())                                                                                            \
+            QSKIP("the sample database ../shared/fixtures/access/" name " is not present on this machine");            \
+    } while (false)
+
 #define QB_REQUIRE_FIXTURES()                                                                                          \
     do {                                                                                                               \
         if (TestSupport::fixturesDir().isEmpty())                                                                      \

@@ -344,9 +344,12 @@ private slots:
         QCOMPARE(FrmMailMerge::Tag(source->lblContact), QString());
         QCOMPARE(FrmMailMerge::Tag(source->lblWabName), u"book.wab"_s);
         nextWithMarks(3);
-        // The readers of these sources are not in this version: each Next says so and stays.
+        // The address book and mail client are not read by this version: each Next says so and
+        // stays; the database source has no file chosen.
         QCOMPARE(messages.messages().size(), 4);
-        QVERIFY(messages.lastText().startsWith(u"Contacts from \"Microsoft Access\" cannot be read"_s));
+        QVERIFY(messages.texts().at(1).startsWith(u"Contacts from \"Outlook Contacts\" cannot be read"_s));
+        QCOMPARE(messages.lastText(), u"File Doesn't Exists"_s);
+        QCOMPARE(messages.messages().last().buttons, MessageButtons::OkCancel);
         QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::DataSource));
         nextWithMarks(5);
         QCOMPARE(messages.messages().size(), 4);

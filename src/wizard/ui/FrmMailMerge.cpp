@@ -5,6 +5,7 @@
 #include "WizardPages.h"
 #include "WizardRunView.h"
 #include "composer/ComposePage.h"
+#include "contacts/AccessImport.h"
 #include "contacts/DataSources.h"
 #include "contacts/ExcelImport.h"
 #include "contacts/MergeFieldTable.h"
@@ -197,6 +198,12 @@ void FrmMailMerge::Form_Activate()
     if (!workbook.isEmpty() && FileExists(workbook)) {
         ListExcelSheets(workbook);
     }
+    // The table list of the remembered database; a database that cannot be opened now (a
+    // stale password, say) stays silent and shows "(No Tables)".
+    const QString database = m_source->txtMdbFile->text();
+    if (!database.isEmpty() && FileExists(database)) {
+        ListAccessTables(database);
+    }
     m_firstShown = false;
 }
 
@@ -383,6 +390,8 @@ void FrmMailMerge::CmdNext_Click()
             ImportTextFile(TextKind::Comma);
         } else if (kind == ExcelTag) {
             ImportExcelSheet();
+        } else if (kind == u"AccessTable"_s) {
+            ImportAccessTable();
         }
         break;
     }
@@ -460,12 +469,7 @@ void FrmMailMerge::connectSourcePage()
         }
     });
     connect(m_source->txtXlSheet, &QLineEdit::editingFinished, this, &FrmMailMerge::txtXlSheet_LostFocus);
-    connect(m_source->chkPassWd, &QCheckBox::toggled, this, [this](bool checked) {
-        m_source->txtPassword->setEnabled(checked);
-        if (checked) {
-            m_source->txtPassword->setFocus();
-        }
-    });
+    connectAccessPanel();
 }
 
 void FrmMailMerge::FillSourceList()
@@ -517,13 +521,14 @@ void FrmMailMerge::LstDataSrc_Click(int index)
 
 void FrmMailMerge::ImportSource(int index)
 {
-    // The address book, mail-client and database readers are not part of this build: the user
-    // is told so and the wizard stays on its page. What follows each source's import is done
-    // all the same.
+    // The address book and mail-client readers are not part of this build: the user is told so
+    // and the wizard stays on its page. What follows each source's import is done all the same.
     if (index == 4 || index == 5) {
         OpenTextSource(index == 4 ? TextKind::Tab : TextKind::Comma);
     } else if (index == 2) {
         OpenExcelSource();
+    } else if (index == 3) {
+        OpenAccessSource();
     } else {
         MessageBoxes::information(u"Contacts from \""_s + m_source->LstDataSrc->item(index)->text() +
                                   u"\" cannot be read by this version of Quillbay+. "
@@ -621,8 +626,7 @@ void FrmMailMerge::ImportTextFile(TextKind kind)
     if (!m_mapImported) {
         if (FieldMapMemory::MapIsEmpty(m_map)) {
             MessageBoxes::information(u"Please Map any Field"_s);
-            m_progress->finish();
-            m_selection.resetToRowCount();
+            endImport();
             return;
         }
         WaitCursor wait;
@@ -640,26 +644,41 @@ void FrmMailMerge::ImportTextFile(TextKind kind)
             QCoreApplication::processEvents();
             qsizetype linesRead = 0;
             rows = DelimitedText::importRows(text.value(), kind, skipFirst, m_map.listIndex,
-                                             [this, &linesRead](qsizetype) {
-                                                 m_progress->advance();
-                                                 if (++linesRead % 200 == 0) {
-                                                     QCoreApplication::processEvents();
-                                                 }
-                                             });
+                                             [this, &linesRead](qsizetype) { importRowRead(++linesRead); });
         }
-        m_table.appendRows(std::move(rows));
-        if (m_table.count() == 0) {
-            m_progress->finish();
-            m_selection.resetToRowCount();
+        if (!takeImportedRows(std::move(rows))) {
             return;
         }
-        setTag(m_contacts->lblConTitle, Change);
         (kind == TextKind::Tab ? SettingsStore::instance().setValue(Keys::TabFile, m_tabFile)
                                : SettingsStore::instance().setValue(Keys::CommaFile, m_commaFile));
         FieldMapMemory::SaveMap(m_map, kind == TextKind::Tab ? u"TabValues"_s : u"CommaValues"_s);
     }
     ShowPage(Contacts);
     m_mapImported = true;
+    endImport();
+}
+
+void FrmMailMerge::importRowRead(qsizetype rowsRead)
+{
+    m_progress->advance();
+    if (rowsRead % 200 == 0) {
+        QCoreApplication::processEvents();
+    }
+}
+
+bool FrmMailMerge::takeImportedRows(std::vector<Contact> rows)
+{
+    m_table.appendRows(std::move(rows));
+    if (m_table.count() == 0) {
+        endImport();
+        return false;
+    }
+    setTag(m_contacts->lblConTitle, Change);
+    return true;
+}
+
+void FrmMailMerge::endImport()
+{
     m_progress->finish();
     m_selection.resetToRowCount();
 }
@@ -832,6 +851,214 @@ bool FrmMailMerge::ReadExcelRows()
     store.setValue(Keys::ExcelSheetNameWrite, m_source->cboSheets->currentText());
     FieldMapMemory::SaveMap(m_map, ExcelTag);
     return true;
+}
+
+// ---------------------------------------------------------------------------------------------
+// Database source
+
+void FrmMailMerge::connectAccessPanel()
+{
+    connect(m_source->CmdBrowseMdbFile, &QToolButton::clicked, this, &FrmMailMerge::CmdBrowseMdbFile_Click);
+    connect(m_source->chkPassWd, &QCheckBox::toggled, this, [this](bool checked) {
+        m_source->txtPassword->setEnabled(checked);
+        if (checked) {
+            m_source->txtPassword->setFocus();
+        }
+    });
+    // Enter in the password box reads the table list again.
+    connect(m_source->txtPassword, &QLineEdit::returnPressed, this, [this] { ListAccessTables({}); });
+    connect(m_source->CboTable, &QComboBox::activated, this, [this] { m_openedSource = Change; });
+}
+
+void FrmMailMerge::CmdBrowseMdbFile_Click()
+{
+    const QString chosen =
+        Dialogs::ShowFileDialog(u"Microsoft Access MDBs (*.mdb;*.accdb)|*.mdb;*.accdb"_s, QString(), this);
+    if (chosen.isEmpty()) {
+        return;
+    }
+    if (chosen.right(3).toUpper() != u"MDB"_s && chosen.right(5).toUpper() != u"ACCDB"_s) {
+        MessageBoxes::information(u"Not a Legal Source"_s);
+        return;
+    }
+    m_source->txtMdbFile->setText(chosen);
+    m_mapImported = false;
+    m_source->txtPassword->clear();
+    ListAccessTables(QString());
+}
+
+void FrmMailMerge::ListAccessTables(const QString& lastFile)
+{
+    WaitCursor wait;
+    QComboBox* tables = m_source->CboTable;
+    tables->clear();
+    if (m_source->txtMdbFile->text().isEmpty()) {
+        return;
+    }
+    if (const std::unique_ptr<AccessDatabase> database = OpenAccessDatabase()) {
+        tables->addItems(AccessImport::userTables(database->tableNames()));
+    }
+    if (tables->count() == 0) {
+        tables->addItem(AccessImport::NoTables.toString());
+        m_source->lbltable->setEnabled(false);
+        tables->setEnabled(false);
+        return;
+    }
+    m_source->lbltable->setEnabled(true);
+    tables->setEnabled(true);
+    // The first table of a newly chosen database; for the remembered one, the remembered table
+    // (none when it is gone); none when the listing was asked for another database.
+    int chosen = 0;
+    if (!lastFile.isEmpty()) {
+        const QString saved = SettingsStore::instance().value(Keys::AccessTableName);
+        if (lastFile != m_source->txtMdbFile->text()) {
+            chosen = -1;
+        } else if (!saved.isEmpty()) {
+            chosen = tables->findText(saved, Qt::MatchExactly | Qt::MatchCaseSensitive);
+        }
+    }
+    tables->setCurrentIndex(chosen);
+    m_cmdNext->setFocus();
+}
+
+std::unique_ptr<AccessDatabase> FrmMailMerge::OpenAccessDatabase()
+{
+    const QString path = m_source->txtMdbFile->text();
+    Result<std::unique_ptr<AccessDatabase>> opened =
+        AccessEngine::OpenDatabase(path, AccessImport::AccessConnect(path, m_source->txtPassword->text()));
+    if (opened.ok()) {
+        return std::move(opened).value();
+    }
+    // When the wizard first shows, a database that does not open (a stale password, a file
+    // that changed) says nothing.
+    if (m_firstShown) {
+        return nullptr;
+    }
+    const Error& error = opened.error();
+    if (error.code == AccessEngine::InvalidPassword || error.message.contains(u"Not a valid password"_s)) {
+        MessageBoxes::show(
+            {u"Please enter a valid password!"_s, u"Password required!"_s, MessageButtons::Ok, MessageIcon::None});
+        m_source->chkPassWd->setChecked(true);
+        m_source->txtPassword->setEnabled(true);
+        m_source->txtPassword->setFocus();
+    } else {
+        MessageBoxes::information(error.message);
+    }
+    return nullptr;
+}
+
+void FrmMailMerge::OpenAccessSource()
+{
+    WaitCursor wait;
+    QComboBox* tables = m_source->CboTable;
+    if (tables->currentText() == AccessImport::NoTables) {
+        return;
+    }
+    const QString path = TextUtil::trimSpaces(m_source->txtMdbFile->text());
+    if (!FileExists(path)) {
+        MessageBoxes::show({u"File Doesn't Exists"_s, u"Quillbay+"_s, MessageButtons::OkCancel});
+        return;
+    }
+    const QScopedValueRollback importing(m_importing, true);
+    if (m_source->txtMdbFile->text() != m_openedSource) {
+        setTag(tables, QString());
+        if (!tables->currentText().isEmpty()) {
+            m_map.setColumns({});
+            setTag(m_fieldMapPage->CboField[0], u"AccessTable"_s);
+            setTag(tables, tables->currentText());
+            m_progress->BeginProgress(17);
+            m_progress->advance();
+            m_map.setColumns(ReadTableColumns(tables->currentIndex()));
+            // New columns on the map page: the next Next on it reads the rows again.
+            m_mapImported = false;
+            PrepareMapPage(MapSection{QString::fromLatin1(Keys::AccessSection), u"MDBFileName"_s}, path,
+                           tables->currentText());
+            m_openedSource = m_source->txtMdbFile->text();
+            if (m_map.columns.isEmpty()) {
+                setTag(tables, QString());
+                m_openedSource = u"New File"_s;
+                m_progress->finish();
+                return;
+            }
+        }
+    }
+    ShowPage(FieldMapping);
+    m_progress->finish();
+}
+
+QStringList FrmMailMerge::ReadTableColumns(int tableIndex)
+{
+    // An error in opening ends the step without the password dialogue.
+    const QString path = m_source->txtMdbFile->text();
+    const Result<std::unique_ptr<AccessDatabase>> database =
+        AccessEngine::OpenDatabase(path, AccessImport::AccessConnect(path, m_source->txtPassword->text()));
+    if (!database.ok()) {
+        return {};
+    }
+    const Result<std::unique_ptr<AccessRecordset>> table =
+        database.value()->openRecordset(m_source->CboTable->itemText(tableIndex));
+    if (!table.ok()) {
+        return {};
+    }
+    if (table.value()->recordCount() > 0) {
+        return table.value()->fieldNames();
+    }
+    MessageBoxes::information(u"No Records!"_s);
+    return {};
+}
+
+void FrmMailMerge::ImportAccessTable()
+{
+    if (!m_mapImported) {
+        if (FieldMapMemory::MapIsEmpty(m_map)) {
+            MessageBoxes::information(u"Please Map any Field"_s);
+            endImport();
+            return;
+        }
+        m_table.clear();
+        WaitCursor wait;
+        const QScopedValueRollback importing(m_importing, true);
+        ApplyCustomHeadings();
+        const QString path = TextUtil::trimSpaces(m_source->txtMdbFile->text());
+        if (!FileExists(path)) {
+            MessageBoxes::show({u"File Doesn't Exists"_s, u"Quillbay+"_s, MessageButtons::OkCancel});
+            endImport();
+            return;
+        }
+        std::vector<Contact> rows;
+        {
+            // The database stays open for the length of this step only.
+            const QString name = m_source->txtMdbFile->text();
+            const Result<std::unique_ptr<AccessDatabase>> database =
+                AccessEngine::OpenDatabase(name, AccessImport::AccessConnect(name, m_source->txtPassword->text()));
+            Result<std::unique_ptr<AccessRecordset>> table =
+                database.ok() ? database.value()->openRecordset(Tag(m_source->CboTable))
+                              : Result<std::unique_ptr<AccessRecordset>>(database.error());
+            if (table.ok() && table.value()->recordCount() == 0) {
+                MessageBoxes::information(u"No Records!"_s);
+            } else if (table.ok()) {
+                AccessRecordset& records = *table.value();
+                m_progress->BeginProgress(records.recordCount());
+                rows = AccessImport::importRows(records, m_map.listIndex,
+                                                [this](int rowsRead) { importRowRead(rowsRead); });
+                // A table whose rows break off (a damaged database) ends the step silently.
+                if (records.failed()) {
+                    rows.clear();
+                }
+            }
+        }
+        if (!takeImportedRows(std::move(rows))) {
+            return;
+        }
+        SettingsStore& store = SettingsStore::instance();
+        store.setValue(Keys::MdbFileNameWrite, m_source->txtMdbFile->text());
+        store.setValue(Keys::AccessTableName, m_source->CboTable->currentText());
+        store.setValue(Keys::AccessPassword, m_source->txtPassword->text());
+        FieldMapMemory::SaveMap(m_map, QString::fromLatin1(Keys::AccessSection));
+    }
+    ShowPage(Contacts);
+    m_mapImported = true;
+    endImport();
 }
 
 // ---------------------------------------------------------------------------------------------

@@ -10,8 +10,10 @@
 
 #include <QWidget>
 
+#include <memory>
 #include <optional>
 
+class AccessDatabase;
 class ComposePage;
 class PostalMergeRun;
 class SmtpSendRun;
@@ -127,6 +129,23 @@ private:
     void ImportExcelSheet();
     // Reads the chosen sheet's rows into the table; false when the step ends without rows.
     bool ReadExcelRows();
+
+    // Steps shared by the importers of the mapped sources: after each row read, the progress
+    // advances and every 200th row the pending events are let through; the rows read go into
+    // the contact table (false, the step ended, when there are none); the step's end hides the
+    // progress and counts the rows as selected.
+    void importRowRead(qsizetype rowsRead);
+    bool takeImportedRows(std::vector<Contact> rows);
+    void endImport();
+
+    // The database source.
+    void connectAccessPanel();
+    void CmdBrowseMdbFile_Click();
+    void ListAccessTables(const QString& lastFile);
+    std::unique_ptr<AccessDatabase> OpenAccessDatabase();
+    void OpenAccessSource();
+    QStringList ReadTableColumns(int tableIndex);
+    void ImportAccessTable();
 
     // Field map page.
     void PrepareMapPage(const MapSection& where, const QString& path, const QString& chosenSheetOrTable);

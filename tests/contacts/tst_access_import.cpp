@@ -1,0 +1,358 @@
+#include "TestSupport.h"
+#include "contacts/AccessDatabase.h"
+#include "contacts/AccessImport.h"
+#include "contacts/FieldMap.h"
+#include "contacts/JetHeader.h"
+
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QTemporaryDir>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+using DatabasePointer = std::unique_ptr<AccessDatabase>;
+
+QByteArray firstPage(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.read(4096) : QByteArray();
+}
+
+Result<DatabasePointer> open(const QString& path, const QString& password = {})
+{
+    return AccessEngine::OpenDatabase(path, AccessImport::AccessConnect(path, password));
+}
+
+// Every row of a table, each as its field texts.
+QList<QStringList> allRows(AccessDatabase& database, const QString& table)
+{
+    QList<QStringList> rows;
+    Result<std::unique_ptr<AccessRecordset>> recordset = database.openRecordset(table);
+    if (!recordset.ok()) {
+        return rows;
+    }
+    QStringList values;
+    while (recordset.value()->moveNext(values)) {
+        rows << values;
+    }
+    return rows;
+}
+
+// A recordset of given rows, for the mapping of values onto cells.
+class ListRecordset : public AccessRecordset
+{
+public:
+    ListRecordset(QStringList names, QList<QStringList> rows)
+        : m_names(std::move(names))
+        , m_rows(std::move(rows))
+    {
+    }
+    QStringList fieldNames() const override { return m_names; }
+    int recordCount() const override { return static_cast<int>(m_rows.size()); }
+    bool failed() const override { return false; }
+    bool moveNext(QStringList& values) override
+    {
+        if (m_next >= m_rows.size()) {
+            return false;
+        }
+        values = m_rows.at(m_next++);
+        return true;
+    }
+
+private:
+    QStringList m_names;
+    QList<QStringList> m_rows;
+    qsizetype m_next = 0;
+};
+
+} // namespace
+
+class AccessImportTest : public QObject
+{
+    Q_OBJECT
+
+private:
+    QTemporaryDir m_dir;
+
+private slots:
+    void initTestCase() { TestSupport::isolateUserFolders(); }
+
+    void storedPassword_ofUnprotectedDatabases_isEmpty_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::newRow("Jet 3") << u"nwind.mdb"_s;
+        QTest::newRow("Jet 4") << u"emptyJet4.mdb"_s;
+        QTest::newRow("Access 2007") << u"ASampleDatabase.accdb"_s;
+    }
+
+    void storedPassword_ofUnprotectedDatabases_isEmpty()
+    {
+        QFETCH(QString, name);
+        const QString path = TestSupport::accessFixture(name);
+        if (path.isEmpty()) {
+            QSKIP("the sample databases ../shared/fixtures/access are not present on this machine");
+        }
+        const std::optional<QString> stored = JetHeader::storedPassword(firstPage(path));
+        QVERIFY(stored.has_value());
+        QCOMPARE(stored.value(), QString());
+    }
+
+    void storedPassword_readsWhatWasWritten_andOtherFilesHaveNone()
+    {
+        QB_REQUIRE_ACCESS_FIXTURE(empty, "emptyJet4.mdb");
+        QB_REQUIRE_ACCESS_FIXTURE(nwind, "nwind.mdb");
+        const QStringList passwords = {u"secret"_s, u"Wörter-ß"_s, u"twenty characters!!!"_s, u"a;b PWD=c"_s};
+        for (const QString& source : {empty, nwind}) {
+            for (const QString& password : passwords) {
+                const QString copy = m_dir.filePath(u"protected.mdb"_s);
+                QFile::remove(copy);
+                QVERIFY(TestSupport::makeProtectedMdb(source, copy, password));
+                QCOMPARE(JetHeader::storedPassword(firstPage(copy)).value_or(u"<none>"_s), password);
+            }
+        }
+        QVERIFY(!JetHeader::storedPassword("Name,Email\r\nAnn,ann@example.com\r\n").has_value());
+        QVERIFY(!JetHeader::storedPassword(QByteArray()).has_value());
+        // The signature alone, on a page too short for the header, is no database either.
+        QVERIFY(!JetHeader::storedPassword(QByteArray("\0\1\0\0Standard Jet DB\0", 20)).has_value());
+    }
+
+    void openDatabase_checksThePassword_caseCounting()
+    {
+        QB_REQUIRE_ACCESS_FIXTURE(empty, "emptyJet4.mdb");
+        const QString copy = m_dir.filePath(u"club.mdb"_s);
+        QVERIFY(TestSupport::makeProtectedMdb(empty, copy, u"Club;2024"_s));
+        for (const QString& wrong : {QString(), u"club;2024"_s, u"Club;2024 "_s, u"Club"_s}) {
+            const Result<DatabasePointer> refused = open(copy, wrong);
+            QVERIFY2(!refused.ok(), qPrintable(wrong));
+            QCOMPARE(refused.error().code, AccessEngine::InvalidPassword);
+            QCOMPARE(refused.error().message, u"Not a valid password."_s);
+        }
+        const Result<DatabasePointer> opened = open(copy, u"Club;2024"_s);
+        QVERIFY(opened.ok());
+        QVERIFY(opened.value()->tableNames().contains(u"MSysObjects"_s));
+        QCOMPARE(AccessImport::userTables(opened.value()->tableNames()), QStringList());
+        // A database without a password ignores one given with it (a stale one, say).
+        QVERIFY(open(empty, u"x"_s).ok());
+        QVERIFY(open(empty).ok());
+    }
+
+    void openDatabase_ofWhatIsNoDatabase_failsWithTheEnginesError()
+    {
+        const QString text = m_dir.filePath(u"list.mdb"_s);
+        QFile file(text);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write("Name,Email\r\nAnn,ann@example.com\r\n");
+        file.close();
+        // The first page of a real database in front of pages of nothing, and the same cut
+        // short after its first page: libmdb finds no catalog in them.
+        QB_REQUIRE_ACCESS_FIXTURE(empty, "emptyJet4.mdb");
+        const QString hollow = m_dir.filePath(u"hollow.mdb"_s);
+        const QString cut = m_dir.filePath(u"cut.mdb"_s);
+        for (const auto& [path, tail] : {std::pair{hollow, QByteArray(16384, '\0')}, std::pair{cut, QByteArray()}}) {
+            QFile damaged(path);
+            QVERIFY(damaged.open(QIODevice::WriteOnly));
+            damaged.write(firstPage(empty) + tail);
+        }
+        QCOMPARE(open(m_dir.filePath(u"gone.mdb"_s)).error().code, AccessEngine::FileNotFound);
+        QCOMPARE(open(m_dir.filePath(u"gone.mdb"_s)).error().message,
+                 u"Could not find file '%1'."_s.arg(m_dir.filePath(u"gone.mdb"_s)));
+        for (const QString& path : {text, hollow, cut, m_dir.path()}) {
+            const Result<DatabasePointer> refused = open(path);
+            QVERIFY2(!refused.ok(), qPrintable(path));
+            QCOMPARE(refused.error().code, AccessEngine::UnrecognizedFormat);
+            QCOMPARE(refused.error().message, u"Unrecognized database format '%1'."_s.arg(path));
+        }
+    }
+
+    void aReaderThatHangsOrCrashes_endsTheStage()
+    {
+        // On a damaged database mdbtools can loop for ever or crash; readers that do so in
+        // their listing, or after the first row of a table, stand in for it here.
+        QB_REQUIRE_ACCESS_FIXTURE(nwind, "nwind.mdb");
+        const auto reader = [this](const QString& name, const QByteArray& script) {
+            return TestSupport::writeShellScript(m_dir.filePath(name), script);
+        };
+        const QString silent = reader(u"silent.sh"_s, "exec sleep 60\n");
+        const QString crashing = reader(u"crashing.sh"_s, "kill -SEGV $$\n");
+        // Lists one table, then gives its two fields, a count of 3 and one row before it crashes.
+        const QString brokenRows =
+            reader(u"rows.sh"_s, "if [ \"$1\" = tables ]; then printf '2:OK1:15:Items3:END'; exit; fi\n"
+                                 "printf '2:OK1:24:Name4:Mail1:33:Ann9:a@b.c.org'\n"
+                                 "kill -SEGV $$\n");
+        QElapsedTimer clock;
+        clock.start();
+        for (const QString& program : {silent, crashing}) {
+            AccessEngine::setReaderProgram(program, 300);
+            const Result<DatabasePointer> refused = open(nwind);
+            AccessEngine::setReaderProgram({});
+            QVERIFY2(!refused.ok(), qPrintable(program));
+            QCOMPARE(refused.error().code, AccessEngine::UnrecognizedFormat);
+        }
+        QVERIFY2(clock.elapsed() < 5000, "the silent reader was not stopped after its time of silence");
+
+        AccessEngine::setReaderProgram(brokenRows, 300);
+        const Result<DatabasePointer> database = open(nwind);
+        QVERIFY(database.ok());
+        QCOMPARE(database.value()->tableNames(), QStringList{u"Items"_s});
+        Result<std::unique_ptr<AccessRecordset>> items = database.value()->openRecordset(u"Items"_s);
+        AccessEngine::setReaderProgram({});
+        QVERIFY(items.ok());
+        QCOMPARE(items.value()->fieldNames(), (QStringList{u"Name"_s, u"Mail"_s}));
+        QCOMPARE(items.value()->recordCount(), 3);
+        QStringList values;
+        QVERIFY(items.value()->moveNext(values));
+        QCOMPARE(values, (QStringList{u"Ann"_s, u"a@b.c.org"_s}));
+        QVERIFY(!items.value()->failed());
+        QVERIFY(!items.value()->moveNext(values));
+        QVERIFY(items.value()->failed());
+    }
+
+    void userTables_hideSystemAndSwitchboardTables()
+    {
+        const QStringList all = {u"Customers"_s,   u"MSysObjects"_s, u"msysACEs"_s, u"Switchboard Items"_s,
+                                 u"SWITCHBOARD"_s, u"Switch"_s,      u"MSy"_s,      u"My MSys"_s,
+                                 u"Orders"_s};
+        QCOMPARE(AccessImport::userTables(all),
+                 (QStringList{u"Customers"_s, u"Switch"_s, u"MSy"_s, u"My MSys"_s, u"Orders"_s}));
+    }
+
+    void tables_areListedByName_withoutTheSystemOnes()
+    {
+        QB_REQUIRE_ACCESS_FIXTURE(nwind, "nwind.mdb");
+        QB_REQUIRE_ACCESS_FIXTURE(sample, "ASampleDatabase.accdb");
+        QB_REQUIRE_ACCESS_FIXTURE(empty, "emptyJet4.mdb");
+        QCOMPARE(AccessImport::userTables(open(nwind).value()->tableNames()),
+                 (QStringList{u"Categories"_s, u"Customers"_s, u"Employees"_s, u"Order Details"_s, u"Orders"_s,
+                              u"Products"_s, u"Shippers"_s, u"Suppliers"_s}));
+        QCOMPARE(AccessImport::userTables(open(sample).value()->tableNames()), QStringList{u"Asset Items"_s});
+        const Result<DatabasePointer> emptyDatabase = open(empty);
+        QVERIFY(!emptyDatabase.value()->tableNames().isEmpty());
+        QCOMPARE(AccessImport::userTables(emptyDatabase.value()->tableNames()), QStringList());
+        QCOMPARE(open(nwind).value()->openRecordset(u"Clients"_s).error().code, AccessEngine::TableNotFound);
+    }
+
+    void values_comeAsText_nullEmpty_numbersDecimal()
+    {
+        QB_REQUIRE_ACCESS_FIXTURE(nwind, "nwind.mdb");
+        const Result<DatabasePointer> database = open(nwind);
+        QVERIFY(database.ok());
+
+        Result<std::unique_ptr<AccessRecordset>> customers = database.value()->openRecordset(u"Customers"_s);
+        QVERIFY(customers.ok());
+        QCOMPARE(customers.value()->recordCount(), 91);
+        QCOMPARE(customers.value()->fieldNames(),
+                 (QStringList{u"CustomerID"_s, u"CompanyName"_s, u"ContactName"_s, u"ContactTitle"_s, u"Address"_s,
+                              u"City"_s, u"Region"_s, u"PostalCode"_s, u"Country"_s, u"Phone"_s, u"Fax"_s}));
+        const QList<QStringList> people = allRows(*database.value(), u"Customers"_s);
+        QCOMPARE(people.size(), 91);
+        QCOMPARE(people.at(1), (QStringList{u"ANATR"_s, u"Ana Trujillo Emparedados y helados"_s, u"Ana Trujillo"_s,
+                                            u"Owner"_s, u"Avda. de la Constitución 2222"_s, u"México D.F."_s, QString(),
+                                            u"05021"_s, u"Mexico"_s, u"(5) 555-4729"_s, u"(5) 555-3745"_s}));
+        QCOMPARE(people.at(2).at(10), QString());           // a null fax
+        QCOMPARE(people.at(2).at(4), u"Mataderos  2312"_s); // blanks kept
+
+        // Money, a yes/no field, whole numbers.
+        const QStringList chai = allRows(*database.value(), u"Products"_s).value(0);
+        QCOMPARE(chai, (QStringList{u"1"_s, u"Chai"_s, u"1"_s, u"1"_s, u"10 boxes x 20 bags"_s, u"18"_s, u"39"_s,
+                                    u"0"_s, u"10"_s, u"False"_s}));
+        // Single-precision numbers as they were typed, money with its cents.
+        QSet<QString> discounts;
+        QSet<QString> prices;
+        for (const QStringList& line : allRows(*database.value(), u"Order Details"_s)) {
+            prices << line.at(2);
+            discounts << line.at(4);
+        }
+        QCOMPARE(discounts, (QSet<QString>{u"0"_s, u"0.01"_s, u"0.02"_s, u"0.03"_s, u"0.04"_s, u"0.05"_s, u"0.06"_s,
+                                           u"0.1"_s, u"0.15"_s, u"0.2"_s, u"0.25"_s}));
+        QVERIFY(prices.contains(u"9.8"_s));
+        QVERIFY(prices.contains(u"14"_s));
+
+        // Dates, a picture and a memo.
+        const QList<QStringList> staff = allRows(*database.value(), u"Employees"_s);
+        QCOMPARE(staff.size(), 9);
+        QCOMPARE(staff.at(0).at(5), u"1948-12-08"_s);
+        QCOMPARE(staff.at(0).at(7), u"507 - 20th Ave. E.\r\nApt. 2A"_s);
+        QCOMPARE(staff.at(0).at(14), QString());
+        QVERIFY(staff.at(0).at(15).startsWith(u"Education includes a BA in psychology"_s));
+        QVERIFY(staff.at(1).at(15).size() > 300);
+    }
+
+    void accdb_readsItsTable()
+    {
+        QB_REQUIRE_ACCESS_FIXTURE(sample, "ASampleDatabase.accdb");
+        const Result<DatabasePointer> database = open(sample);
+        QVERIFY(database.ok());
+        const QList<QStringList> assets = allRows(*database.value(), u"Asset Items"_s);
+        QCOMPARE(assets.size(), 65);
+        QCOMPARE(assets.at(0).mid(0, 12),
+                 (QStringList{u"30050"_s, u"Computer Hardware"_s, u"GEO Rocket"_s, u"220ZX"_s, u"Computer"_s,
+                              u"Sales"_s, u"344-667"_s, u"1997-09-02"_s, u"1995.5"_s, u"12"_s, u"A"_s, u"44577"_s}));
+    }
+
+    void rows_followTheMap_andEveryRowIsAdded()
+    {
+        QB_REQUIRE_ACCESS_FIXTURE(nwind, "nwind.mdb");
+        const Result<DatabasePointer> database = open(nwind);
+        Result<std::unique_ptr<AccessRecordset>> customers = database.value()->openRecordset(u"Customers"_s);
+        FieldMap map;
+        map.setColumns(customers.value()->fieldNames());
+        FieldMapMemory::DefaultMap(map);
+        // The dictionary's guesses for the sample's customers.
+        const QList<std::pair<int, QString>> guessed = {{0, u"ContactName"_s}, {3, u"CompanyName"_s}, {4, u"Address"_s},
+                                                        {5, u"City"_s},        {7, u"PostalCode"_s},  {8, u"Country"_s},
+                                                        {9, u"Phone"_s},       {10, u"Fax"_s}};
+        for (int field = 0; field < 13; ++field) {
+            QString expected;
+            for (const auto& [index, column] : guessed) {
+                expected = index == field ? column : expected;
+            }
+            QCOMPARE(map.text[static_cast<size_t>(field)], expected);
+        }
+        map.choose(12, 0); // the id stands in for an address
+        map.choose(13, 3); // the contact's title as a custom field
+        QList<int> told;
+        const std::vector<Contact> rows =
+            AccessImport::importRows(*customers.value(), map.listIndex, [&told](int row) { told << row; });
+        QCOMPARE(rows.size(), size_t(91));
+        QCOMPARE(told.size(), 91);
+        QCOMPARE(told.last(), 91);
+        const Contact& ana = rows.at(1);
+        QCOMPARE(ana.cells[0], u"ANATR"_s);
+        QCOMPARE(ana.cells[1], u"Ana Trujillo"_s);
+        QCOMPARE(ana.cells[2], QString());
+        QCOMPARE(ana.cells[4], u"Ana Trujillo Emparedados y helados"_s);
+        QCOMPARE(ana.cells[7], QString()); // the null region is no field of the map
+        QCOMPARE(ana.cells[8], u"05021"_s);
+        QCOMPARE(ana.cells[11], u"(5) 555-3745"_s);
+        QCOMPARE(ana.cells[13], u"Owner"_s);
+        QVERIFY(ana.checked);
+        QVERIFY(ana.counted);
+    }
+
+    void addAccessRow_takesValuesAsTheyAre()
+    {
+        std::array<int, 16> columns;
+        columns.fill(-1);
+        columns[0] = 1;  // first name
+        columns[12] = 0; // e-mail
+        columns[15] = 2; // third custom field
+        columns[5] = 7;  // a column the row does not have
+        ListRecordset recordset({u"Mail"_s, u"Name"_s, u"Note"_s},
+                                {{u" ann@example.com "_s, u"\"Ann\""_s, QString()}, {QString(), u"Bo"_s, u"x"_s}});
+        const std::vector<Contact> rows = AccessImport::importRows(recordset, columns);
+        QCOMPARE(rows.size(), size_t(2));
+        QCOMPARE(rows.at(0).cells[0], u" ann@example.com "_s);
+        QCOMPARE(rows.at(0).cells[1], u"\"Ann\""_s);
+        QCOMPARE(rows.at(0).cells[6], QString());
+        QCOMPARE(rows.at(0).cells[15], QString());
+        QCOMPARE(rows.at(1).cells[0], QString()); // an empty address still adds the row
+        QCOMPARE(rows.at(1).cells[15], u"x"_s);
+    }
+};
+
+QTEST_GUILESS_MAIN(AccessImportTest)
+#include "tst_access_import.moc"

@@ -1,0 +1,345 @@
+#include "TestSupport.h"
+#include "contacts/AccessDatabase.h"
+#include "core/Dialogs.h"
+#include "core/SettingsKeys.h"
+#include "core/SettingsStore.h"
+#include "wizard/ui/ContactListView.h"
+#include "wizard/ui/FrmMailMerge.h"
+#include "wizard/ui/WizardPages.h"
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QFile>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QToolButton>
+
+using namespace Qt::StringLiterals;
+
+// The database source of the merge wizard, on real Access files: the table list, the password,
+// the map page and the contact page.
+class WizardAccessTest : public QObject
+{
+    Q_OBJECT
+
+private:
+    QTemporaryDir m_dir;
+    FrmMailMerge* m_wizard = nullptr;
+
+    FrmMailMerge* openWizard()
+    {
+        m_wizard = FrmMailMerge::instance();
+        m_wizard->show();
+        return m_wizard;
+    }
+
+    SourcePage* source() const { return m_wizard->sourcePage(); }
+
+    // Chooses the database source and a file through its browse button.
+    void browseDatabase(const QString& path)
+    {
+        source()->LstDataSrc->setCurrentRow(3);
+        Dialogs::setNextResult(path);
+        source()->CmdBrowseMdbFile->click();
+    }
+
+    void chooseTable(const QString& name)
+    {
+        QComboBox* tables = source()->CboTable;
+        const int index = tables->findText(name);
+        QVERIFY2(index >= 0, qPrintable(name));
+        tables->setCurrentIndex(index);
+        emit tables->activated(index);
+    }
+
+    QStringList tableEntries() const
+    {
+        QStringList entries;
+        for (int i = 0; i < source()->CboTable->count(); ++i) {
+            entries << source()->CboTable->itemText(i);
+        }
+        return entries;
+    }
+
+    void expectNoTables()
+    {
+        QCOMPARE(source()->CboTable->currentText(), u"(No Tables)"_s);
+        QVERIFY(!source()->CboTable->isEnabled());
+        QVERIFY(!source()->lbltable->isEnabled());
+    }
+
+    void expectPasswordAsked(const TestSupport::MessageRecorder& messages)
+    {
+        QVERIFY(!messages.messages().isEmpty());
+        const Message& asked = messages.messages().last();
+        QCOMPARE(asked.text, u"Please enter a valid password!"_s);
+        QCOMPARE(asked.title, u"Password required!"_s);
+        QCOMPARE(asked.icon, MessageIcon::None);
+        QVERIFY(source()->chkPassWd->isChecked());
+        QVERIFY(source()->txtPassword->isEnabled());
+        QCOMPARE(m_wizard->focusWidget(), source()->txtPassword);
+    }
+
+    // Next twice: the map page, then the contact page.
+    void importTable()
+    {
+        m_wizard->CmdNext_Click();
+        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::FieldMapping));
+        m_wizard->CmdNext_Click();
+        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::Contacts));
+    }
+
+private slots:
+    void initTestCase() { TestSupport::isolateUserFolders(); }
+
+    void init()
+    {
+        TestSupport::resetSettings();
+        Dialogs::clearNextResults();
+    }
+
+    void cleanup()
+    {
+        delete m_wizard;
+        m_wizard = nullptr;
+    }
+
+    void customers_fromTheFirstPage_throughTheMap_toTheContacts()
+    {
+        QB_REQUIRE_ACCESS_FIXTURE(nwind, "nwind.mdb");
+        TestSupport::MessageRecorder messages;
+        openWizard();
+        browseDatabase(nwind);
+        QCOMPARE(source()->txtMdbFile->text(), nwind);
+        QCOMPARE(tableEntries(), (QStringList{u"Categories"_s, u"Customers"_s, u"Employees"_s, u"Order Details"_s,
+                                              u"Orders"_s, u"Products"_s, u"Shippers"_s, u"Suppliers"_s}));
+        QCOMPARE(source()->CboTable->currentText(), u"Categories"_s);
+        QVERIFY(source()->CboTable->isEnabled());
+        chooseTable(u"Customers"_s);
+
+        m_wizard->CmdNext_Click();
+        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::FieldMapping));
+        FieldMapPage* map = m_wizard->fieldMapPage();
+        QCOMPARE(FrmMailMerge::Tag(map->CboField[0]), u"AccessTable"_s);
+        QCOMPARE(map->CboField[0]->count(), 11);
+        const QStringList guessed = {u"ContactName"_s, QString(), QString(),       u"CompanyName"_s, u"Address"_s,
+                                     u"City"_s,        QString(), u"PostalCode"_s, u"Country"_s,     u"Phone"_s,
+                                     u"Fax"_s,         QString(), QString()};
+        for (int field = 0; field < 13; ++field) {
+            QCOMPARE(map->CboField[field]->currentText(), guessed.at(field));
+        }
+        QVERIFY(!map->ChkSkip->isEnabled());
+        // The customer's id as the address, to see cell 0 filled.
+        map->CboField[12]->setCurrentIndex(0);
+        emit map->CboField[12]->activated(0);
+
+        m_wizard->CmdNext_Click();
+        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::Contacts));
+        QCOMPARE(messages.messages().size(), 0);
+        const ContactTable& table = m_wizard->contactTable();
+        QCOMPARE(table.count(), 91);
+        QCOMPARE(m_wizard->contactsPage()->lblTopContacts->text(), u"Total Contacts : 91"_s);
+        QCOMPARE(table.cell(2, 0), u"ANATR"_s);
+        QCOMPARE(table.cell(2, 1), u"Ana Trujillo"_s);
+        QCOMPARE(table.cell(2, 4), u"Ana Trujillo Emparedados y helados"_s);
+        QCOMPARE(table.cell(2, 6), u"México D.F."_s);
+        QCOMPARE(table.cell(3, 11), QString()); // Antonio Moreno has no fax
+        QCOMPARE(m_wizard->selection().SelectedCount(), 91);
+        // The map is remembered with the database, its table and its (empty) password.
+        QCOMPARE(GetSetting(u"MSAccess"_s, u"MDBFileName"_s), nwind);
+        QCOMPARE(GetSetting(u"MSAccess"_s, u"TableName"_s), u"Customers"_s);
+        QCOMPARE(GetSetting(u"MSAccess"_s, u"0"_s), u"ContactName"_s);
+        QCOMPARE(GetSetting(u"MSAccess"_s, u"12"_s), u"CustomerID"_s);
+
+        // Back to the first page and on again: the same table is not read again.
+        m_wizard->CmdBack_Click();
+        m_wizard->CmdBack_Click();
+        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::DataSource));
+        importTable();
+        QCOMPARE(table.count(), 91);
+
+        // Another table: its columns replace the map, and the remembered map is not applied to it.
+        m_wizard->CmdBack_Click();
+        m_wizard->CmdBack_Click();
+        chooseTable(u"Shippers"_s);
+        importTable();
+        QCOMPARE(table.count(), 3);
+        QCOMPARE(table.cell(2, 4), u"United Package"_s);
+        QCOMPARE(table.cell(2, 0), QString());
+        QCOMPARE(messages.messages().size(), 0);
+    }
+
+    void accdb_aMapByHand()
+    {
+        QB_REQUIRE_ACCESS_FIXTURE(sample, "ASampleDatabase.accdb");
+        TestSupport::MessageRecorder messages;
+        openWizard();
+        browseDatabase(sample);
+        QCOMPARE(tableEntries(), QStringList{u"Asset Items"_s});
+        m_wizard->CmdNext_Click();
+        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::FieldMapping));
+        // No column is in the dictionary: Next asks for a map first.
+        m_wizard->CmdNext_Click();
+        QCOMPARE(messages.lastText(), u"Please Map any Field"_s);
+        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::FieldMapping));
+        QComboBox* company = m_wizard->fieldMapPage()->CboField[3];
+        const int make = company->findText(u"Make"_s);
+        company->setCurrentIndex(make);
+        emit company->activated(make);
+        QComboBox* custom = m_wizard->fieldMapPage()->CboField[13];
+        const int cost = custom->findText(u"Cost"_s);
+        custom->setCurrentIndex(cost);
+        emit custom->activated(cost);
+        m_wizard->CmdNext_Click();
+        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::Contacts));
+        QCOMPARE(m_wizard->contactTable().count(), 65);
+        QCOMPARE(m_wizard->contactTable().cell(1, 4), u"GEO Rocket"_s);
+        QCOMPARE(m_wizard->contactTable().cell(1, 13), u"1995.5"_s);
+    }
+
+    void password_wrongThenRight()
+    {
+        QB_REQUIRE_ACCESS_FIXTURE(nwind, "nwind.mdb");
+        const QString locked = m_dir.filePath(u"locked.mdb"_s);
+        QVERIFY(QFile::exists(locked) || TestSupport::makeProtectedMdb(nwind, locked, u"Nörd"_s));
+        TestSupport::MessageRecorder messages;
+        openWizard();
+        QVERIFY(!source()->txtPassword->isEnabled());
+        browseDatabase(locked);
+        expectPasswordAsked(messages);
+        QCOMPARE(messages.messages().size(), 1);
+        expectNoTables();
+        // Nothing to import: Next says nothing and stays.
+        m_wizard->CmdNext_Click();
+        QCOMPARE(messages.messages().size(), 1);
+        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::DataSource));
+
+        source()->txtPassword->setText(u"nörd"_s);
+        QTest::keyClick(source()->txtPassword, Qt::Key_Return);
+        QCOMPARE(messages.messages().size(), 2);
+        expectPasswordAsked(messages);
+        expectNoTables();
+
+        source()->txtPassword->setText(u"Nörd"_s);
+        QTest::keyClick(source()->txtPassword, Qt::Key_Return);
+        QCOMPARE(messages.messages().size(), 2);
+        QCOMPARE(source()->CboTable->currentText(), u"Categories"_s);
+        QVERIFY(source()->CboTable->isEnabled());
+        QVERIFY(source()->lbltable->isEnabled());
+        chooseTable(u"Customers"_s);
+        importTable();
+        QCOMPARE(m_wizard->contactTable().count(), 91);
+        QCOMPARE(GetSetting(u"MSAccess"_s, u"Password"_s), u"Nörd"_s);
+    }
+
+    void firstShow_listsTheRememberedTable_andIsSilentAboutAStalePassword()
+    {
+        QB_REQUIRE_ACCESS_FIXTURE(nwind, "nwind.mdb");
+        const QString locked = m_dir.filePath(u"locked.mdb"_s);
+        QVERIFY(QFile::exists(locked) || TestSupport::makeProtectedMdb(nwind, locked, u"Nörd"_s));
+        TestSupport::MessageRecorder messages;
+        SaveSetting(u"MSAccess"_s, u"MDBFileName"_s, locked);
+        SaveSetting(u"MSAccess"_s, u"TableName"_s, u"Orders"_s);
+        SaveSetting(u"MSAccess"_s, u"Password"_s, u"stale"_s);
+        openWizard();
+        QCOMPARE(source()->txtMdbFile->text(), locked);
+        QCOMPARE(messages.messages().size(), 0);
+        expectNoTables();
+        delete m_wizard;
+
+        SaveSetting(u"MSAccess"_s, u"Password"_s, u"Nörd"_s);
+        openWizard();
+        QCOMPARE(messages.messages().size(), 0);
+        QCOMPARE(source()->CboTable->currentText(), u"Orders"_s);
+        // The same wrong password later, at a listing the user asked for, is told.
+        QVERIFY(!source()->txtPassword->isEnabled());
+        source()->chkPassWd->click();
+        QVERIFY(source()->txtPassword->isEnabled());
+        source()->txtPassword->setText(u"stale"_s);
+        QTest::keyClick(source()->txtPassword, Qt::Key_Return);
+        expectPasswordAsked(messages);
+        delete m_wizard;
+
+        // A remembered table that is gone leaves the choice empty.
+        SaveSetting(u"MSAccess"_s, u"TableName"_s, u"Members"_s);
+        openWizard();
+        QCOMPARE(source()->CboTable->count(), 8);
+        QCOMPARE(source()->CboTable->currentIndex(), -1);
+        // Next without a table shows the (empty) map page, as the source page always did.
+        source()->LstDataSrc->setCurrentRow(3);
+        m_wizard->CmdNext_Click();
+        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::FieldMapping));
+        QCOMPARE(m_wizard->fieldMapPage()->CboField[0]->count(), 0);
+    }
+
+    void rowsThatBreakOff_leaveTheWizardOnTheMapPage()
+    {
+        // A reader that crashes after the first row, as mdbtools can on a damaged database.
+        QB_REQUIRE_ACCESS_FIXTURE(nwind, "nwind.mdb");
+        const QString crashing = TestSupport::writeShellScript(
+            m_dir.filePath(u"rows.sh"_s), "if [ \"$1\" = tables ]; then printf '2:OK1:15:Items3:END'; exit; fi\n"
+                                          "printf '2:OK1:24:Name4:Mail1:33:Ann9:a@b.c.org'\n"
+                                          "kill -SEGV $$\n");
+        AccessEngine::setReaderProgram(crashing, 300);
+        TestSupport::MessageRecorder messages;
+        openWizard();
+        browseDatabase(nwind);
+        QCOMPARE(tableEntries(), QStringList{u"Items"_s});
+        m_wizard->CmdNext_Click();
+        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::FieldMapping));
+        QCOMPARE(m_wizard->fieldMapPage()->CboField[0]->currentText(), u"Name"_s);
+        m_wizard->CmdNext_Click();
+        AccessEngine::setReaderProgram({});
+        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::FieldMapping));
+        QCOMPARE(m_wizard->contactTable().count(), 0);
+        QCOMPARE(messages.messages().size(), 0);
+        QCOMPARE(GetSetting(u"MSAccess"_s, u"TableName"_s), QString());
+    }
+
+    void databasesWithoutUserTables_andFilesThatAreNone()
+    {
+        QB_REQUIRE_ACCESS_FIXTURE(empty, "emptyJet4.mdb");
+        const QString text = m_dir.filePath(u"contacts.mdb"_s);
+        QFile file(text);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write("Name,Email\r\nAnn,ann@example.com\r\n");
+        file.close();
+        TestSupport::MessageRecorder messages;
+        openWizard();
+
+        browseDatabase(empty);
+        expectNoTables();
+        QCOMPARE(messages.messages().size(), 0);
+        m_wizard->CmdNext_Click();
+        QCOMPARE(messages.messages().size(), 0);
+        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::DataSource));
+
+        browseDatabase(text);
+        QCOMPARE(messages.texts(), QStringList{u"Unrecognized database format '%1'."_s.arg(text)});
+        expectNoTables();
+
+        // The browse button takes .mdb and .accdb files only; a typed path is not checked.
+        messages.clear();
+        Dialogs::setNextResult(m_dir.filePath(u"contacts.csv"_s));
+        source()->CmdBrowseMdbFile->click();
+        QCOMPARE(messages.texts(), QStringList{u"Not a Legal Source"_s});
+        QCOMPARE(source()->txtMdbFile->text(), text);
+        Dialogs::setNextResult(m_dir.filePath(u"GONE.ACCDB"_s));
+        source()->CmdBrowseMdbFile->click();
+        QCOMPARE(source()->txtMdbFile->text(), m_dir.filePath(u"GONE.ACCDB"_s));
+        QCOMPARE(messages.lastText(), u"Could not find file '%1'."_s.arg(m_dir.filePath(u"GONE.ACCDB"_s)));
+
+        source()->txtMdbFile->setText(m_dir.filePath(u"gone.mdb"_s));
+        source()->CboTable->clear();
+        m_wizard->CmdNext_Click();
+        QCOMPARE(messages.lastText(), u"File Doesn't Exists"_s);
+        QCOMPARE(messages.messages().last().buttons, MessageButtons::OkCancel);
+        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::DataSource));
+    }
+};
+
+QTEST_MAIN(WizardAccessTest)
+#include "tst_wizard_access.moc"
