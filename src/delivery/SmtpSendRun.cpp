@@ -119,7 +119,8 @@ ContactDelivery SmtpSendRun::deliver(const OutgoingMessage& message, int row, co
                 u"no answer from the server after the end of the message"_s};
     }
     if (outcome == MailTransport::Outcome::Raised) {
-        return ContactDelivery::failed(row, message.to, u"the connection was lost"_s);
+        const QString failure = m_transport.failure();
+        return ContactDelivery::failed(row, message.to, failure.isEmpty() ? u"the connection was lost"_s : failure);
     }
     return ContactDelivery::failed(row, message.to, reply.isEmpty() ? u"no answer from the server"_s : reply);
 }

@@ -132,7 +132,7 @@ private slots:
 
     void theWizardLogsInOverTls_whenTheServerOffersIt()
     {
-        SmtpSink sink(SmtpSink::Options{true, false, u"events:pa55"_s});
+        SmtpSink sink(SmtpSink::Options{true, false, u"events:pa55"_s, 0, 0, {}});
         QVERIFY2(sink.isRunning(), qPrintable(sink.errorText()));
         SmtpConversation::addTrustedCertificates(QSslCertificate::fromPath(sink.authorityCertificate()));
         SmtpAccount account;
