@@ -7,10 +7,10 @@
 #include "core/CommonRoutines.h"
 #include "core/MessageBoxes.h"
 #include "core/PlainFile.h"
-#include "core/TextDecoding.h"
-#include "core/TextUtil.h"
 #include "core/SettingsKeys.h"
 #include "core/SettingsStore.h"
+#include "core/TextDecoding.h"
+#include "core/TextUtil.h"
 #include "delivery/DeliveryJournal.h"
 #include "delivery/EmlWriter.h"
 #include "delivery/InlineImages.h"
@@ -127,8 +127,8 @@ Result<SmtpAccount> accountFrom(const CommandParser& parser)
         bool ok = false;
         account.mailsPerMinute = parser.value(u"rate"_s).toInt(&ok);
         if (!ok || account.mailsPerMinute < 0) {
-            return Failure::failure(2, u"--rate wants a number of mails a minute, not \"%1\""_s.arg(
-                                           parser.value(u"rate"_s)));
+            return Failure::failure(
+                2, u"--rate wants a number of mails a minute, not \"%1\""_s.arg(parser.value(u"rate"_s)));
         }
     }
     if (parser.isSet(u"password-env"_s)) {
@@ -205,9 +205,8 @@ Result<MailOptions> mailOptionsFrom(const CommandParser& parser)
         return Failure::failure(2, u"give one of --eml-dir DIR, --smtp HOST[:PORT] and --sendmail"_s);
     }
     if (parser.isSet(u"sendmail"_s)) {
-        options.sendmail = parser.isSet(u"sendmail-path"_s)
-                               ? parser.value(u"sendmail-path"_s)
-                               : SettingsStore::instance().value(Keys::SendmailPath);
+        options.sendmail = parser.isSet(u"sendmail-path"_s) ? parser.value(u"sendmail-path"_s)
+                                                            : SettingsStore::instance().value(Keys::SendmailPath);
     }
     if (parser.isSet(u"journal"_s) && parser.isSet(u"resume"_s)) {
         return Failure::failure(2, u"give --journal FILE or --resume JOURNAL, not both"_s);
@@ -251,8 +250,8 @@ void trustCertificateFile()
 void printDelivery(const ContactDelivery& delivery)
 {
     // Whatever the address or the server's reply holds, each contact has one line.
-    CliOutput::out(u"%1\t%2\t%3\n"_s.arg(delivery.row).arg(CliOutput::oneLine(delivery.address),
-                                                           delivery.summary().simplified()));
+    CliOutput::out(
+        u"%1\t%2\t%3\n"_s.arg(delivery.row).arg(CliOutput::oneLine(delivery.address), delivery.summary().simplified()));
 }
 
 // Which run this is, for the journal and for a resumed run.
@@ -337,7 +336,7 @@ int runMailCommand(const QStringList& arguments)
         const ContactDelivery test = run.SendTest(input, input.rows.first(), options.testAddress);
         MessageBoxes::resetPresenter();
         CliOutput::out(u"Test mail of row %1 to %2: %3\n"_s.arg(test.row).arg(CliOutput::oneLine(test.address),
-                                                                        test.summary().simplified()));
+                                                                              test.summary().simplified()));
         return test.kind == ContactDelivery::Kind::Sent ? 0 : 1;
     }
 
@@ -358,8 +357,7 @@ int runMailCommand(const QStringList& arguments)
     const RunOutcome outcome = options.sendmail.isEmpty() ? run.RunSmtpSend(input) : run.RunOutboxSend(input);
     MessageBoxes::resetPresenter();
 
-    CliOutput::out(u"%1 (%2)\nDelivery report: %3\n"_s.arg(view.process(), run.counts().text(),
-                                                         input.journal->path()));
+    CliOutput::out(u"%1 (%2)\nDelivery report: %3\n"_s.arg(view.process(), run.counts().text(), input.journal->path()));
     if (outcome.completed()) {
         return 0;
     }

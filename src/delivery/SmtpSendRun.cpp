@@ -41,7 +41,12 @@ SmtpSendRun::SmtpSendRun(RunView& view, const SmtpAccount& account, MailTranspor
     , m_ownConversation(transport != nullptr ? nullptr : makeConversation(account, view))
     , m_transport(transport != nullptr ? *transport : *m_ownConversation)
 {
-    m_transport.setEndOfDataHook([this] { m_endSent = true; });
+    m_transport.setEndOfDataHook([this] {
+        m_endSent = true;
+        if (m_journal != nullptr) {
+            m_journal->messageInFlight(m_inFlightRow, m_inFlightAddress);
+        }
+    });
 }
 
 void SmtpSendRun::PrepareSendRun(const QString& title, int contacts)
@@ -107,6 +112,8 @@ ContactDelivery SmtpSendRun::deliver(const OutgoingMessage& message, int row, co
                                      MailTransport::Outcome& outcome)
 {
     m_endSent = false;
+    m_inFlightRow = row;
+    m_inFlightAddress = message.to;
     m_lastMessageAt = QDateTime::currentMSecsSinceEpoch();
     outcome = m_transport.SendSmtpMessage(message, firstRecipient);
     const QString reply = m_transport.lastReply();
@@ -161,8 +168,8 @@ bool SmtpSendRun::awaitPace(double barBefore)
         // The bar creeps through the first half of this contact's step while the run waits.
         const double waited = 1.0 - static_cast<double>(due - now) / static_cast<double>(gap);
         m_view.setBarWidth(qMin(barBefore + m_progressStep * 0.5 * waited, FullBar));
-        m_view.setStatus(u"Waiting %1 s for the pace of %2 mails a minute"_s.arg((due - now + 999) / 1000).arg(
-            m_account.mailsPerMinute));
+        m_view.setStatus(u"Waiting %1 s for the pace of %2 mails a minute"_s.arg((due - now + 999) / 1000)
+                             .arg(m_account.mailsPerMinute));
         m_view.pumpEvents();
         QThread::msleep(static_cast<unsigned long>(qMin<qint64>(50, due - now)));
     }
@@ -175,7 +182,8 @@ RunOutcome SmtpSendRun::run(const SendRunInput& input)
     m_counts = {};
     m_lastMessageAt = -1;
     m_transport.endRun();
-    PrepareSendRun(smtp ? u"Sending Mails via Quillbay+ SMTP"_s : u"Sending Mails via Outlook Outbox"_s, static_cast<int>(input.addresses.size()));
+    PrepareSendRun(smtp ? u"Sending Mails via Quillbay+ SMTP"_s : u"Sending Mails via Outlook Outbox"_s,
+                   static_cast<int>(input.addresses.size()));
     m_view.pumpEvents();
     if (smtp && (m_account.server.isEmpty() || m_account.fromEmail.isEmpty() || m_account.port == 0)) {
         m_view.showSmtpSettings();
@@ -213,6 +221,7 @@ RunOutcome SmtpSendRun::run(const SendRunInput& input)
         }
     }
 
+    m_journal = input.journal;
     qsizetype next = 0; // the first contact not told of yet
     const qsizetype last = input.rows.size() - 1;
     for (qsizetype i = 0; error.isEmpty(); ++i) {
@@ -273,10 +282,11 @@ RunOutcome SmtpSendRun::run(const SendRunInput& input)
     if (input.attachment != nullptr) {
         input.attachment->endRun();
     }
+    m_journal = nullptr;
     if (input.journal != nullptr) {
-        input.journal->finish(outcome.completed() ? u"completed"_s
-                                                  : (outcome.ending == RunOutcome::Ending::Cancelled ? u"cancelled"_s
-                                                                                                     : u"failed"_s));
+        input.journal->finish(outcome.completed()
+                                  ? u"completed"_s
+                                  : (outcome.ending == RunOutcome::Ending::Cancelled ? u"cancelled"_s : u"failed"_s));
     }
     return outcome;
 }

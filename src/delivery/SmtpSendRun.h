@@ -96,4 +96,8 @@ private:
     DeliveryCounts m_counts;
     qint64 m_lastMessageAt = -1; // msecs since the epoch the last message left, for the pace
     bool m_endSent = false;      // the current message's end has left
+    // The journal of the run in hand, told which contact's message is in flight.
+    DeliveryJournal* m_journal = nullptr;
+    int m_inFlightRow = 0;
+    QString m_inFlightAddress;
 };

@@ -30,20 +30,13 @@ private:
 
     QStringList mailArguments(const SmtpSink& sink, const QStringList& more) const
     {
-        return QStringList{u"mail"_s,
-                           u"--contacts"_s,
-                           m_contacts,
-                           u"--skip-first-row"_s,
-                           u"--subject"_s,
-                           u"News for [[FirstName]]"_s,
-                           u"--body"_s,
-                           m_body,
-                           u"--from"_s,
-                           u"news@example.com"_s,
-                           u"--smtp"_s,
-                           u"127.0.0.1:%1"_s.arg(sink.port()),
-                           u"--tls"_s,
-                           u"off"_s} +
+        return QStringList{u"mail"_s,      u"--contacts"_s,
+                           m_contacts,     u"--skip-first-row"_s,
+                           u"--subject"_s, u"News for [[FirstName]]"_s,
+                           u"--body"_s,    m_body,
+                           u"--from"_s,    u"news@example.com"_s,
+                           u"--smtp"_s,    u"127.0.0.1:%1"_s.arg(sink.port()),
+                           u"--tls"_s,     u"off"_s} +
                more;
     }
 
