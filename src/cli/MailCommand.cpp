@@ -7,11 +7,15 @@
 #include "core/CommonRoutines.h"
 #include "core/MessageBoxes.h"
 #include "core/PlainFile.h"
+#include "core/SettingsKeys.h"
+#include "core/SettingsStore.h"
 #include "core/TextDecoding.h"
 #include "core/TextUtil.h"
+#include "delivery/DeliveryJournal.h"
 #include "delivery/EmlWriter.h"
 #include "delivery/InlineImages.h"
 #include "delivery/MergedAttachment.h"
+#include "delivery/SendmailTransport.h"
 #include "delivery/SmtpConversation.h"
 #include "delivery/SmtpSendRun.h"
 #include "merge/DocumentMerge.h"
@@ -33,8 +37,9 @@ const QString Usage =
     u"[--table NAME] [--password TEXT | --db-password-env VAR] [--skip-first-row] [--map FIELD=COLUMN]... "
     u"[--custom NAME=COLUMN]... "
     u"[--blank FIELD=TEXT]... --subject TEXT --body FILE.html [--attach TEMPLATE] "
-    u"(--eml-dir DIR | --smtp HOST[:PORT]) [--tls auto|starttls|ssl|off] [--user NAME] [--password-env VAR] "
-    u"[--from ADDR] [--from-name NAME] [--reply-to ADDR]"_s;
+    u"(--eml-dir DIR | --smtp HOST[:PORT] | --sendmail) [--sendmail-path COMMAND] [--tls auto|starttls|ssl|off] "
+    u"[--user NAME] [--password-env VAR] [--from ADDR] [--from-name NAME] [--reply-to ADDR] [--rate N] "
+    u"[--journal FILE | --resume JOURNAL] [--test-to ADDR]"_s;
 
 void addMailOptions(CommandParser& parser)
 {
@@ -51,6 +56,22 @@ void addMailOptions(CommandParser& parser)
                       u"is sent."_s,
                       u"DIR"_s});
     parser.addOption({u"smtp"_s, u"Sends through this server (port 25, or 465 with --tls ssl)."_s, u"HOST[:PORT]"_s});
+    parser.addOption({u"sendmail"_s, u"Hands each message to the system's mail transport (sendmail -t -oi)."_s});
+    parser.addOption({u"sendmail-path"_s,
+                      u"The mail transport and its first arguments (default: the stored setting, "
+                      u"/usr/sbin/sendmail)."_s,
+                      u"COMMAND"_s});
+    parser.addOption({u"rate"_s, u"At most N mails a minute (default: the stored setting; 0: no limit)."_s, u"N"_s});
+    parser.addOption({u"journal"_s,
+                      u"Writes the delivery journal to FILE (default: a new one in the application folder's Runs)."_s,
+                      u"FILE"_s});
+    parser.addOption({u"resume"_s,
+                      u"Goes on with the interrupted run of this journal: contacts it marks sent are passed over."_s,
+                      u"JOURNAL"_s});
+    parser.addOption({u"test-to"_s,
+                      u"Sends only the first chosen contact's merged mail, to this address, and says what the "
+                      u"server answered."_s,
+                      u"ADDR"_s});
     parser.addOption({u"tls"_s,
                       u"auto: STARTTLS when offered, TLS from the start on port 465; starttls: STARTTLS "
                       u"required; ssl: TLS from the start; off: no encryption (default: the stored setting)."_s,
@@ -103,6 +124,14 @@ Result<SmtpAccount> accountFrom(const CommandParser& parser)
         account.chkAth = 1;
         account.user = parser.value(u"user"_s);
     }
+    if (parser.isSet(u"rate"_s)) {
+        bool ok = false;
+        account.mailsPerMinute = parser.value(u"rate"_s).toInt(&ok);
+        if (!ok || account.mailsPerMinute < 0) {
+            return Failure::failure(
+                2, u"--rate wants a number of mails a minute, not \"%1\""_s.arg(parser.value(u"rate"_s)));
+        }
+    }
     if (parser.isSet(u"password-env"_s)) {
         const QString variable = parser.value(u"password-env"_s);
         if (!qEnvironmentVariableIsSet(variable.toLocal8Bit().constData())) {
@@ -129,7 +158,11 @@ struct MailOptions
     QString html;
     QString attachTemplate;
     QString emlFolder;
+    QString sendmail; // the mail transport's command, for a run through the system's outbox
     SmtpAccount account;
+    QString journal;
+    std::optional<PastRun> resumed;
+    QString testAddress;
 };
 
 Result<MailOptions> mailOptionsFrom(const CommandParser& parser)
@@ -169,9 +202,25 @@ Result<MailOptions> mailOptionsFrom(const CommandParser& parser)
             return Failure::failure(2, u"Select a Valid Template File: --attach \"%1\""_s.arg(options.attachTemplate));
         }
     }
-    if (parser.isSet(u"eml-dir"_s) == parser.isSet(u"smtp"_s)) {
-        return Failure::failure(2, u"give either --eml-dir DIR or --smtp HOST[:PORT]"_s);
+    if (int(parser.isSet(u"eml-dir"_s)) + int(parser.isSet(u"smtp"_s)) + int(parser.isSet(u"sendmail"_s)) != 1) {
+        return Failure::failure(2, u"give one of --eml-dir DIR, --smtp HOST[:PORT] and --sendmail"_s);
     }
+    if (parser.isSet(u"sendmail"_s)) {
+        options.sendmail = parser.isSet(u"sendmail-path"_s) ? parser.value(u"sendmail-path"_s)
+                                                            : SettingsStore::instance().value(Keys::SendmailPath);
+    }
+    if (parser.isSet(u"journal"_s) && parser.isSet(u"resume"_s)) {
+        return Failure::failure(2, u"give --journal FILE or --resume JOURNAL, not both"_s);
+    }
+    options.journal = parser.isSet(u"journal"_s) ? parser.value(u"journal"_s) : DeliveryJournal::newPath();
+    if (parser.isSet(u"resume"_s)) {
+        Result<PastRun> past = PastRun::read(parser.value(u"resume"_s));
+        if (!past.ok()) {
+            return Failure::failure(2, u"--resume: "_s + past.error().message);
+        }
+        options.resumed = past.value();
+    }
+    options.testAddress = parser.value(u"test-to"_s);
     Result<SmtpAccount> account = accountFrom(parser);
     if (!account.ok()) {
         return account.error();
@@ -182,7 +231,7 @@ Result<MailOptions> mailOptionsFrom(const CommandParser& parser)
         if (options.emlFolder.isEmpty() || !QDir().mkpath(options.emlFolder)) {
             return Failure::failure(2, u"--eml-dir: cannot make the folder \"%1\""_s.arg(options.emlFolder));
         }
-    } else if (options.account.fromEmail.isEmpty()) {
+    } else if (options.sendmail.isEmpty() && options.account.fromEmail.isEmpty()) {
         return Failure::failure(2, u"no sender address: give --from ADDR or store one in the SMTP settings"_s);
     }
     return options;
@@ -198,33 +247,21 @@ void trustCertificateFile()
     }
 }
 
-// The outcome lines of the contacts and their count by kind.
-class OutcomeReport
+// One line for each contact: its row, its address and what became of it.
+void printDelivery(const ContactDelivery& delivery)
 {
-public:
-    void contact(int row, const QString& address, const QString& outcome)
-    {
-        // Whatever the address or the server's reply holds, each contact has one line.
-        CliOutput::out(u"%1\t%2\t%3\n"_s.arg(row).arg(CliOutput::oneLine(address), outcome.simplified()));
-        if (outcome == u"sent"_s) {
-            ++m_sent;
-        } else if (outcome.startsWith(u"skipped"_s)) {
-            ++m_skipped;
-        } else {
-            ++m_failed;
-        }
-    }
+    // Whatever the address or the server's reply holds, each contact has one line.
+    CliOutput::out(
+        u"%1\t%2\t%3\n"_s.arg(delivery.row).arg(CliOutput::oneLine(delivery.address), delivery.summary().simplified()));
+}
 
-    QString summary(const QString& closingText) const
-    {
-        return u"%1 (%2 sent, %3 skipped, %4 failed)\n"_s.arg(closingText).arg(m_sent).arg(m_skipped).arg(m_failed);
-    }
-
-private:
-    int m_sent = 0;
-    int m_skipped = 0;
-    int m_failed = 0;
-};
+// Which run this is, for the journal and for a resumed run.
+RunIdentity identityOf(const MailOptions& options, int contacts)
+{
+    return {QFileInfo(options.source.path).absoluteFilePath(),
+            options.attachTemplate.isEmpty() ? QString() : QFileInfo(options.attachTemplate).absoluteFilePath(),
+            options.subject, contacts};
+}
 
 } // namespace
 
@@ -263,7 +300,6 @@ int runMailCommand(const QStringList& arguments)
     }
     tokens.ScanMailTokens(options.html);
 
-    OutcomeReport report;
     SendRunInput input;
     for (int position = 1; position <= table.count(); ++position) {
         if (table.at(position).checked) {
@@ -275,9 +311,7 @@ int runMailCommand(const QStringList& arguments)
     input.html = options.html;
     input.tokens = &tokens;
     input.attachment = attachment.get();
-    input.report = [&report](int row, const QString& address, const QString& outcome) {
-        report.contact(row, address, outcome);
-    };
+    input.report = printDelivery;
 
     // A message box of the run (a socket error) becomes the one-line error of the command.
     QString boxText;
@@ -289,16 +323,42 @@ int runMailCommand(const QStringList& arguments)
     std::unique_ptr<MailTransport> transport;
     if (!options.emlFolder.isEmpty()) {
         transport = std::make_unique<EmlWriter>(options.emlFolder);
+    } else if (!options.sendmail.isEmpty()) {
+        transport = std::make_unique<SendmailTransport>(options.sendmail);
     } else {
         trustCertificateFile();
         transport = std::make_unique<SmtpConversation>(options.account, SmtpConversation::Labels{});
     }
     SmtpSendRun run(view, options.account, transport.get());
+    if (!options.testAddress.isEmpty()) {
+        if (input.rows.isEmpty()) {
+            return CliOutput::badArguments(u"--test-to: no contact is chosen"_s);
+        }
+        const ContactDelivery test = run.SendTest(input, input.rows.first(), options.testAddress);
+        MessageBoxes::resetPresenter();
+        CliOutput::out(u"Test mail of row %1 to %2: %3\n"_s.arg(test.row).arg(CliOutput::oneLine(test.address),
+                                                                              test.summary().simplified()));
+        return test.kind == ContactDelivery::Kind::Sent ? 0 : 1;
+    }
+
+    const RunIdentity identity = identityOf(options, static_cast<int>(input.rows.size()));
+    if (options.resumed && !options.resumed->identity().sameRunAs(identity)) {
+        return CliOutput::badArguments(u"--resume: the journal %1 belongs to another run (its contact list, "
+                                       u"template or subject differ)"_s.arg(options.resumed->path()));
+    }
+    Result<std::unique_ptr<DeliveryJournal>> journal = options.resumed
+                                                           ? DeliveryJournal::resume(*options.resumed)
+                                                           : DeliveryJournal::create(options.journal, identity);
+    if (!journal.ok()) {
+        return CliOutput::badArguments(journal.error().message);
+    }
+    input.journal = journal.value().get();
+    input.resumed = options.resumed ? &*options.resumed : nullptr;
     const Interruption interruption([&run] { run.CmdCancelSend_Click(); });
-    const RunOutcome outcome = run.RunSmtpSend(input);
+    const RunOutcome outcome = options.sendmail.isEmpty() ? run.RunSmtpSend(input) : run.RunOutboxSend(input);
     MessageBoxes::resetPresenter();
 
-    CliOutput::out(report.summary(view.process()));
+    CliOutput::out(u"%1 (%2)\nDelivery report: %3\n"_s.arg(view.process(), run.counts().text(), input.journal->path()));
     if (outcome.completed()) {
         return 0;
     }

@@ -47,6 +47,8 @@ inline constexpr SettingKey SmtpFromEmail{"SMTP", "FromEmail", ""};
 inline constexpr SettingKey SmtpReplyEmail{"SMTP", "ReplyEmail", ""};
 // Beyond the account itself: "1" turns STARTTLS and implicit TLS off for a server that needs that.
 inline constexpr SettingKey SmtpNoEncryption{"SMTP", "NoEncryption", "0"};
+// At most this many mails a minute leave a send run; "0" sets no limit.
+inline constexpr SettingKey SmtpMailsPerMinute{"SMTP", "MailsPerMinute", "0"};
 inline constexpr SettingKey SendMail{"SMTP", "SendMail", "SMTP"};
 // The system mail transport of the outbox run.
 inline constexpr SettingKey SendmailPath{"SMTP", "SendmailPath", "/usr/sbin/sendmail"};

@@ -15,7 +15,7 @@ public:
     void cancel() override { m_cancelled = true; }
     bool cancelled() const override { return m_cancelled; }
     QString failure() const override { return m_failure; }
-    QString lastReply() const override { return m_failure; }
+    QString lastReply() const override { return m_reply; }
     void endRun() override { m_cancelled = false; }
 
 private:
@@ -23,4 +23,5 @@ private:
     int m_written = 0;
     bool m_cancelled = false;
     QString m_failure;
+    QString m_reply;
 };

@@ -15,6 +15,7 @@
 #include <QPointer>
 #include <QPushButton>
 #include <QSlider>
+#include <QSpinBox>
 #include <QVBoxLayout>
 
 using namespace Qt::StringLiterals;
@@ -90,6 +91,13 @@ FrmSmtp::FrmSmtp(QWidget* parent)
     chkNoEncryption = new QCheckBox(u"Do not encrypt the connection (for a server without TLS)"_s, server);
     chkNoEncryption->setObjectName(u"chkNoEncryption"_s);
     serverForm->addRow(chkNoEncryption);
+    spnRate = new QSpinBox(server);
+    spnRate->setObjectName(u"spnRate"_s);
+    spnRate->setRange(0, 10000);
+    spnRate->setSpecialValueText(u"no limit"_s);
+    spnRate->setSuffix(u" mails a minute"_s);
+    spnRate->setToolTip(u"A send run waits between mails to stay under the provider's limit."_s);
+    serverForm->addRow(u"At most :"_s, spnRate);
 
     chkAuth = new QCheckBox(u"My Server requires Authentication"_s, settings);
     chkAuth->setObjectName(u"chkAuth"_s);
@@ -148,6 +156,7 @@ void FrmSmtp::Form_Load()
     txtFromMail->setText(account.fromEmail);
     txtReply->setText(account.replyEmail);
     chkNoEncryption->setChecked(account.noEncryption);
+    spnRate->setValue(account.mailsPerMinute);
     ApplyAuthState();
 }
 
@@ -222,6 +231,7 @@ void FrmSmtp::cmdOk_Click(int index)
         account.fromName = txtFromName->text();
         account.replyEmail = txtReply->text();
         account.noEncryption = chkNoEncryption->isChecked();
+        account.mailsPerMinute = spnRate->value();
         account.save();
     }
     unload();

@@ -9,6 +9,7 @@ class QLabel;
 class QLineEdit;
 class QPushButton;
 class QSlider;
+class QSpinBox;
 
 // "SMTP Settings": the user's SMTP account. OK saves after its tests; Cancel runs the same tests
 // (with its own two slips kept) and leaves without saving.
@@ -28,6 +29,7 @@ public:
     QLineEdit* txtSmtp;
     QLineEdit* txtSMTPPort;
     QSlider* sldr;
+    QSpinBox* spnRate; // the pace of a send run
     QLabel* lblSec;
     QCheckBox* chkAuth;
     QLineEdit* txtUser;

@@ -4,8 +4,10 @@
 
 #include <QString>
 
-// Where the messages of a send run go: the program's SMTP conversation, or a folder of message
-// files (the command-line companion's dry run).
+#include <functional>
+
+// Where the messages of a send run go: the program's SMTP conversation, the system's mail
+// transport, or a folder of message files (the command-line companion's dry run).
 class MailTransport
 {
 public:
@@ -27,7 +29,23 @@ public:
     virtual bool cancelled() const = 0;
     // What ended the run when a socket error or a certificate did, else "".
     virtual QString failure() const = 0;
-    // The last reply of the server, for a message it did not take.
+    // The server's last reply for the last message: its answer to the end of the message when
+    // it took it, else its refusal.
     virtual QString lastReply() const = 0;
     virtual void endRun() = 0;
+
+    // Called once a message has left whole but for its end, right before the end that lets the
+    // receiver deliver it (the delivery journal notes the contact as in flight).
+    void setEndOfDataHook(std::function<void()> hook) { m_endOfData = std::move(hook); }
+
+protected:
+    void endOfData() const
+    {
+        if (m_endOfData) {
+            m_endOfData();
+        }
+    }
+
+private:
+    std::function<void()> m_endOfData;
 };

@@ -35,6 +35,7 @@ SmtpAccount SmtpAccount::load()
     account.fromEmail = store.value(Keys::SmtpFromEmail);
     account.replyEmail = store.value(Keys::SmtpReplyEmail);
     account.noEncryption = store.value(Keys::SmtpNoEncryption) == u"1"_s;
+    account.mailsPerMinute = qMax(0, numberOr(Keys::SmtpMailsPerMinute, 0));
     return account;
 }
 
@@ -51,6 +52,7 @@ void SmtpAccount::save() const
     store.setValue(Keys::SmtpFromEmail, fromEmail);
     store.setValue(Keys::SmtpReplyEmail, replyEmail);
     store.setValue(Keys::SmtpNoEncryption, noEncryption ? u"1"_s : u"0"_s);
+    store.setValue(Keys::SmtpMailsPerMinute, QString::number(mailsPerMinute));
 }
 
 void LoadSmtpSettings()

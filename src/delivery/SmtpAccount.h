@@ -16,6 +16,7 @@ struct SmtpAccount
     QString fromName;
     QString fromEmail;
     QString replyEmail;
+    int mailsPerMinute = 0;    // the pace of a send run; 0 sends without a pause
     bool noEncryption = false; // STARTTLS and implicit TLS turned off for this server
     // How an encrypting connection is made; not stored (the command-line companion's --tls):
     // TLS from the first byte on port 465 and STARTTLS when the server offers it, STARTTLS

@@ -146,6 +146,7 @@ SmtpConversation::Reply SmtpConversation::awaitReply(const QByteArray& expected,
         if (m_cancelFlag) {
             m_tmrSMTP.stop();
             m_timedOutFlag = true;
+            m_lastReply = {};
             return Reply::NoAnswer;
         }
         const bool lost = m_socket.state() == QAbstractSocket::UnconnectedState;
@@ -331,8 +332,18 @@ MailTransport::Outcome SmtpConversation::SendSmtpMessage(const OutgoingMessage& 
     if (!sendMessageText(chunks)) {
         return Outcome::Raised;
     }
+    endOfData();
     outcome = step(".\r\n", "250");
-    return outcome == Outcome::Accepted ? step("RSET\r\n", "250") : outcome;
+    if (outcome != Outcome::Accepted) {
+        return outcome;
+    }
+    // The answer to the end of the message is what the report keeps, not the RSET's.
+    const SmtpReply taken = m_lastReply;
+    outcome = step("RSET\r\n", "250");
+    if (outcome == Outcome::Accepted) {
+        m_lastReply = taken;
+    }
+    return outcome;
 }
 
 bool SmtpConversation::sendMessageText(const QList<QByteArray>& chunks)
@@ -345,6 +356,8 @@ bool SmtpConversation::sendMessageText(const QList<QByteArray>& chunks)
     for (const QByteArray& chunk : chunks) {
         m_socket.write(chunk);
     }
+    // The text is handed to the system before the end is noted as in flight.
+    m_socket.flush();
     return true;
 }
 

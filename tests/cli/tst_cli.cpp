@@ -282,9 +282,9 @@ private slots:
             << u"names an image that cannot be read"_s;
         QTest::newRow("missing attachment") << mail + toFolder + QStringList{u"--attach"_s, path(u"absent.docx"_s)}
                                             << u"Select a Valid Template File"_s;
-        QTest::newRow("no target") << mail << u"give either --eml-dir DIR or --smtp HOST[:PORT]"_s;
+        QTest::newRow("no target") << mail << u"give one of --eml-dir DIR, --smtp HOST[:PORT] and --sendmail"_s;
         QTest::newRow("two targets") << mail + toFolder + QStringList{u"--smtp"_s, u"localhost"_s}
-                                     << u"give either --eml-dir DIR or --smtp HOST[:PORT]"_s;
+                                     << u"give one of --eml-dir DIR, --smtp HOST[:PORT] and --sendmail"_s;
         QTest::newRow("bad port") << mail + QStringList{u"--smtp"_s, u"localhost:99999"_s}
                                   << u"--smtp wants HOST or HOST:PORT"_s;
         QTest::newRow("bad tls") << mail + QStringList{u"--smtp"_s, u"localhost"_s, u"--tls"_s, u"always"_s}
@@ -342,10 +342,12 @@ private slots:
             {u"--custom"_s, u"Region=Region"_s, u"--reply-to"_s, u"answers@example.com"_s, u"--eml-dir"_s, folder}));
         QCOMPARE(result.err, QString());
         QCOMPARE(result.exitCode, 0);
-        QCOMPARE(result.out, u"1\tann@example.com\tsent\n"
-                             u"2\tmoe@example.com\tsent\n"
-                             u"3\tno-address\tskipped: no \"@\" in the address\n"
-                             u"All mails are successfully Sent. (2 sent, 1 skipped, 0 failed)\n"_s);
+        QVERIFY2(result.out.startsWith(u"1\tann@example.com\tsent\n"
+                                       u"2\tmoe@example.com\tsent\n"
+                                       u"3\tno-address\tskipped: no address\n"
+                                       u"All mails are successfully Sent. (2 sent, 0 failed, 1 skipped)\n"
+                                       u"Delivery report: "_s),
+                 qPrintable(result.out));
         QCOMPARE(QDir(folder).entryList(QDir::Files), (QStringList{u"00001.eml"_s, u"00002.eml"_s}));
         // The empty first name of a mapped source takes the stored blank text ("Sir" by default);
         // the quoted comma stays inside the company; the lone dot line gets its zero character.
@@ -377,7 +379,8 @@ private slots:
         arguments[arguments.indexOf(m_contacts)] = linuxList;
         const CliResult lf = runCli(arguments);
         QCOMPARE(lf.exitCode, 0);
-        QCOMPARE(lf.out, crlf.out);
+        // Each run has its own journal; the rest is the same.
+        QCOMPARE(lf.out.section(u"Delivery report: "_s, 0, 0), crlf.out.section(u"Delivery report: "_s, 0, 0));
         QVERIFY(lf.out.count(u"\tsent"_s) >= 2);
     }
 
@@ -422,7 +425,7 @@ private slots:
         // Another file with the same columns gets the dictionary guess: no address column.
         result = run(copy, {}, u"r3"_s);
         QCOMPARE(result.exitCode, 0);
-        QCOMPARE(result.out.section(u'\n', 0, 0), u"1\t\tskipped: no \"@\" in the address"_s);
+        QCOMPARE(result.out.section(u'\n', 0, 0), u"1\t\tskipped: no address"_s);
     }
 
     void mail_fromAWorkbook_readsTheSheetThroughTheWizardsImporter()
@@ -492,14 +495,14 @@ private slots:
         arguments[arguments.indexOf(m_contacts)] = forged;
         const CliResult report = runCli(arguments);
         const QStringList lines = report.out.split(u'\n', Qt::SkipEmptyParts);
-        QCOMPARE(lines.size(), 2); // the contact and the closing line
+        QCOMPARE(lines.size(), 3); // the contact, the closing line and the journal's
         QVERIFY2(lines.at(0).startsWith(u"1\tann@example.com FAKE-ROW victim@example.com sent\t"_s),
                  qPrintable(lines.at(0)));
     }
 
     void mailOverSmtp_theServerGetsWhatTheFolderHolds()
     {
-        SmtpSink sink({false, false, u"mailer:s3cret"_s, 0});
+        SmtpSink sink({false, false, u"mailer:s3cret"_s, 0, 0, {}});
         QVERIFY2(sink.isRunning(), qPrintable(sink.errorText()));
         const QString body = path(u"plain.html"_s);
         QVERIFY(writeFile(body, "<p>Dear [[FirstName]] of [[CompanyName]]</p>"));
@@ -522,7 +525,7 @@ private slots:
         QVERIFY(received.at(1).envelope.value(u"authenticated"_s).toBool());
 
         const CliResult written = runCli(arguments + QStringList{u"--eml-dir"_s, path(u"same"_s)});
-        QCOMPARE(written.out, sent.out);
+        QCOMPARE(written.out.section(u"Delivery report: "_s, 0, 0), sent.out.section(u"Delivery report: "_s, 0, 0));
         QCOMPARE(withoutDate(received.at(1).content), withoutDate(readFile(path(u"same/00002.eml"_s))));
     }
 
@@ -541,11 +544,11 @@ private slots:
         // MAIL FROM meets the transaction still open on the server.
         QCOMPARE(result.exitCode, 0);
         const QStringList lines = result.out.split(u'\n', Qt::SkipEmptyParts);
-        QCOMPARE(lines.size(), 4);
+        QCOMPARE(lines.size(), 5);
         QCOMPARE(lines.at(0), u"1\tfirst@example.com\tsent"_s);
         QVERIFY2(lines.at(1).startsWith(u"2\tbad@@example.com\tfailed: 553 "_s), qPrintable(lines.at(1)));
         QCOMPARE(lines.at(2), u"3\tlast@example.com\tfailed: 503 Error: nested MAIL command"_s);
-        QCOMPARE(lines.at(3), u"All mails are successfully Sent. (1 sent, 0 skipped, 2 failed)"_s);
+        QCOMPARE(lines.at(3), u"All mails are successfully Sent. (1 sent, 2 failed, 0 skipped)"_s);
         QCOMPARE(sink.messages(1).size(), 1);
     }
 
@@ -592,7 +595,7 @@ private slots:
         QFETCH(bool, trusted);
         QFETCH(int, exitCode);
         QFETCH(QString, error);
-        SmtpSink sink({starttls, implicitTls, QString(), 0});
+        SmtpSink sink({starttls, implicitTls, QString(), 0, 0, {}});
         QVERIFY2(sink.isRunning(), qPrintable(sink.errorText()));
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
         if (trusted) {
@@ -625,7 +628,8 @@ private slots:
         CliResult result = runCli(mailArguments({u"--smtp"_s, u"127.0.0.1:%1"_s.arg(closedPort)}));
         QCOMPARE(result.exitCode, 1);
         QVERIFY2(result.err.contains(u"Connection refused"_s), qPrintable(result.err));
-        QVERIFY(result.out.endsWith(u"Process Cancelled! (0 sent, 0 skipped, 1 failed)\n"_s));
+        QVERIFY2(result.out.contains(u"\tskipped: not reached\nProcess Cancelled! (0 sent, 1 failed, 2 skipped)\n"_s),
+                 qPrintable(result.out));
 
         // A server that never greets, with the stored timeout of 0 (wait without end): SIGTERM
         // cuts the run off as its Cancel button would.

@@ -6,12 +6,15 @@
 #include "delivery/SmtpSendRun.h"
 #include "merge/TokenEngine.h"
 
+#include <QElapsedTimer>
 #include <QFile>
+#include <QFileInfo>
 #include <QJsonArray>
 #include <QRegularExpression>
 #include <QSslCertificate>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QTimer>
 
 using namespace Qt::StringLiterals;
 
@@ -152,7 +155,7 @@ private slots:
 
     void anUntrustedCertificate_failsTheConnection_withAClearText()
     {
-        SmtpSink sink(SmtpSink::Options{true, false, {}});
+        SmtpSink sink(SmtpSink::Options{true, false, {}, 0, 0, {}});
         QVERIFY2(sink.isRunning(), qPrintable(sink.errorText()));
         TestSupport::MessageRecorder messages;
         SmtpAccount account = accountFor(sink);
@@ -171,7 +174,7 @@ private slots:
 
     void starttlsAndLogin_areUsedWhenTheServerOffersThem()
     {
-        SmtpSink sink(SmtpSink::Options{true, false, u"mailer:s3cret"_s});
+        SmtpSink sink(SmtpSink::Options{true, false, u"mailer:s3cret"_s, 0, 0, {}});
         QVERIFY2(sink.isRunning(), qPrintable(sink.errorText()));
         SmtpConversation::addTrustedCertificates(QSslCertificate::fromPath(sink.authorityCertificate()));
         SmtpAccount account = accountFor(sink);
@@ -190,7 +193,7 @@ private slots:
 
     void encryptionTurnedOff_staysPlain_andAServerThatNeedsTlsRefusesTheLogin()
     {
-        SmtpSink sink(SmtpSink::Options{true, false, u"mailer:s3cret"_s});
+        SmtpSink sink(SmtpSink::Options{true, false, u"mailer:s3cret"_s, 0, 0, {}});
         QVERIFY2(sink.isRunning(), qPrintable(sink.errorText()));
         // The certificate would be trusted: only the setting keeps the connection plain.
         SmtpConversation::addTrustedCertificates(QSslCertificate::fromPath(sink.authorityCertificate()));
@@ -224,7 +227,7 @@ private slots:
 
     void port465_speaksTlsFromTheFirstByte()
     {
-        SmtpSink sink(SmtpSink::Options{false, true, {}, 465});
+        SmtpSink sink(SmtpSink::Options{false, true, {}, 465, 0, {}});
         if (!sink.isRunning()) {
             QSKIP("port 465 is not free on this machine");
         }
@@ -236,6 +239,175 @@ private slots:
         const QList<SmtpSink::StoredMessage> stored = sink.messages(3);
         QCOMPARE(stored.size(), 3);
         QVERIFY(stored.first().envelope.value(u"tls"_s).toBool());
+    }
+    void theJournal_saysWhatBecameOfEachContact()
+    {
+        SmtpSink sink(SmtpSink::Options{false, false, {}, 0, 0, u"cy@example.com"_s});
+        QVERIFY2(sink.isRunning(), qPrintable(sink.errorText()));
+        const QString templatePath = m_dir.filePath(u"Offer.docx"_s);
+        QFile document(templatePath);
+        QVERIFY(document.open(QIODevice::WriteOnly));
+        document.write("PK\x03\x04 an offer");
+        document.close();
+        TemplateAttachment attachment(templatePath); // the second contact's copy fails
+        SendRunInput in = input();
+        in.attachment = &attachment;
+        in.addresses << u"ann at home"_s; // the first contact again, with no usable address
+        in.rows << 1;
+        const QString path = m_dir.filePath(u"Runs/outcomes.csv"_s);
+        const RunIdentity identity{u"/lists/members.csv"_s, templatePath, in.subjectBox, 4};
+        auto journal = DeliveryJournal::create(path, identity);
+        QVERIFY(journal.ok());
+        in.journal = journal.value().get();
+        SmtpAccount account = accountFor(sink);
+        FakeRunView view;
+        SmtpSendRun run(view, account);
+        QVERIFY(run.RunSmtpSend(in).completed());
+        QCOMPARE(run.counts().text(), u"1 sent, 1 failed, 2 skipped"_s);
+
+        QFile lines(path);
+        QVERIFY(lines.open(QIODevice::ReadOnly));
+        const QStringList text = QString::fromUtf8(lines.readAll()).split(u'\n', Qt::SkipEmptyParts);
+        QCOMPARE(text.size(), 5);
+        QCOMPARE(text.at(0), u"row,address,outcome,reply,time"_s);
+        QVERIFY2(text.at(1).startsWith(u"1,ann@example.com,sent,250 "_s), qPrintable(text.at(1)));
+        QVERIFY2(text.at(2).startsWith(u"2,bjorn@example.com,skipped: no attachment copy,"
+                                       u"this contact's copy could not be made,"_s),
+                 qPrintable(text.at(2)));
+        QVERIFY2(text.at(3).startsWith(u"3,cy@example.com,failed,550 No such user here,"_s), qPrintable(text.at(3)));
+        QVERIFY2(text.at(4).startsWith(u"1,ann at home,skipped: no address,,"_s), qPrintable(text.at(4)));
+        QCOMPARE(sink.messages(1).size(), 1);
+
+        // A run that reached its end is not offered again.
+        const Result<PastRun> past = PastRun::read(path);
+        QVERIFY(past.ok());
+        QVERIFY(past.value().finished());
+        QCOMPARE(past.value().sentCount(), 1);
+        QVERIFY(past.value().delivered(1, u"ann@example.com"_s));
+        QVERIFY(!past.value().delivered(3, u"cy@example.com"_s));
+        QVERIFY(!PastRun::latestInterrupted(m_dir.filePath(u"Runs"_s), identity));
+    }
+
+    void aCancelledRun_isResumed_andNobodyGetsTwoMails()
+    {
+        SmtpSink sink;
+        QVERIFY2(sink.isRunning(), qPrintable(sink.errorText()));
+        const QString folder = m_dir.filePath(u"resume"_s);
+        SendRunInput in = input();
+        const RunIdentity identity{u"/lists/members.csv"_s, {}, in.subjectBox, 3};
+        SmtpAccount account = accountFor(sink);
+        {
+            auto journal = DeliveryJournal::create(folder + u"/first.csv"_s, identity);
+            QVERIFY(journal.ok());
+            in.journal = journal.value().get();
+            FakeRunView view;
+            SmtpSendRun run(view, account);
+            view.onProcess = [&run](const QString& text) {
+                if (text == u"Sending 2 of 3"_s) {
+                    run.CmdCancelSend_Click();
+                }
+            };
+            QCOMPARE(run.RunSmtpSend(in).ending, RunOutcome::Ending::Cancelled);
+        }
+        // Another subject is another run; the same one is offered, with what it sent.
+        QVERIFY(!PastRun::latestInterrupted(folder, {identity.source, {}, u"Other"_s, 3}));
+        const std::optional<PastRun> past = PastRun::latestInterrupted(folder, identity);
+        QVERIFY(past);
+        QCOMPARE(past->sentCount(), 1);
+        QCOMPARE(past->identity().contacts, 3);
+
+        auto journal = DeliveryJournal::resume(*past);
+        QVERIFY(journal.ok());
+        in.journal = journal.value().get();
+        in.resumed = &*past;
+        FakeRunView view;
+        SmtpSendRun run(view, account);
+        QVERIFY(run.RunSmtpSend(in).completed());
+        QCOMPARE(run.counts().text(), u"2 sent, 0 failed, 1 skipped"_s);
+        QStringList reached;
+        for (const SmtpSink::StoredMessage& message : sink.messages(3)) {
+            reached << message.envelope.value(u"to"_s).toArray().first().toString();
+        }
+        reached.sort();
+        QCOMPARE(reached, (QStringList{u"ann@example.com"_s, u"bjorn@example.com"_s, u"cy@example.com"_s}));
+        QVERIFY(PastRun::read(past->path()).value().finished());
+        QVERIFY(!PastRun::latestInterrupted(folder, identity));
+    }
+
+    void aKilledRun_leavesTheMessageOnItsWayUnconfirmed_andNotSentAgain()
+    {
+        // What a run killed between the end of a message and the server's answer leaves behind.
+        const QString folder = m_dir.filePath(u"killed"_s);
+        const RunIdentity identity{u"/lists/members.csv"_s, {}, u"News"_s, 3};
+        {
+            auto journal = DeliveryJournal::create(folder + u"/run.csv"_s, identity);
+            QVERIFY(journal.ok());
+            journal.value()->record(ContactDelivery::sent(1, u"ann@example.com"_s, u"250 OK"_s));
+            journal.value()->messageInFlight(2, u"bjorn@example.com"_s);
+            QFile::copy(folder + u"/run.csv"_s, folder + u"/kept.csv"_s);
+            QFile::copy(folder + u"/run.run"_s, folder + u"/kept.run"_s);
+            QFile::copy(folder + u"/run.inflight"_s, folder + u"/kept.inflight"_s);
+        }
+        const Result<PastRun> past = PastRun::read(folder + u"/kept.csv"_s);
+        QVERIFY(past.ok());
+        QVERIFY(!past.value().finished());
+        QCOMPARE(past.value().sentCount(), 2);
+        QVERIFY(past.value().delivered(2, u"bjorn@example.com"_s));
+        QVERIFY(!past.value().delivered(3, u"cy@example.com"_s));
+        QCOMPARE(past.value().unconfirmed().size(), 1);
+        // Going on writes the unconfirmed line, so the journal reads true from then on.
+        DeliveryJournal::resume(past.value()).value()->finish(u"completed"_s);
+        QFile lines(folder + u"/kept.csv"_s);
+        QVERIFY(lines.open(QIODevice::ReadOnly));
+        QVERIFY(lines.readAll().contains("\n2,bjorn@example.com,unconfirmed,"));
+        QVERIFY(!QFileInfo::exists(folder + u"/kept.inflight"_s));
+    }
+
+    void thePace_spacesTheMails_andCancelEndsAWaitAtOnce()
+    {
+        SmtpSink sink;
+        QVERIFY2(sink.isRunning(), qPrintable(sink.errorText()));
+        SmtpAccount account = accountFor(sink);
+        account.mailsPerMinute = 120;
+        QElapsedTimer clock;
+        clock.start();
+        {
+            FakeRunView view;
+            SmtpSendRun run(view, account);
+            QVERIFY(run.RunSmtpSend(input()).completed());
+            QCOMPARE(run.accepted(), 3);
+        }
+        QVERIFY2(clock.elapsed() >= 1000, qPrintable(QString::number(clock.elapsed())));
+
+        // Six a minute: ten seconds between mails, cut short by Cancel.
+        account.mailsPerMinute = 6;
+        FakeRunView view;
+        SmtpSendRun run(view, account);
+        QTimer::singleShot(1500, [&run] { run.CmdCancelSend_Click(); });
+        clock.restart();
+        QCOMPARE(run.RunSmtpSend(input()).ending, RunOutcome::Ending::Cancelled);
+        QVERIFY2(clock.elapsed() < 3000, qPrintable(QString::number(clock.elapsed())));
+        QCOMPARE(run.counts().text(), u"1 sent, 0 failed, 2 skipped"_s);
+        // The wait counts down on the run page.
+        QVERIFY(view.statuses.contains(u"Waiting 10 s for the pace of 6 mails a minute"_s));
+        QVERIFY(view.statuses.contains(u"Waiting 9 s for the pace of 6 mails a minute"_s));
+    }
+
+    void aTestMail_goesToTheTestAddressAlone_withTheContactsText()
+    {
+        SmtpSink sink;
+        QVERIFY2(sink.isRunning(), qPrintable(sink.errorText()));
+        SmtpAccount account = accountFor(sink);
+        FakeRunView view;
+        SmtpSendRun run(view, account);
+        const ContactDelivery test = run.SendTest(input(), 2, u"me@example.org"_s);
+        QCOMPARE(test.kind, ContactDelivery::Kind::Sent);
+        QVERIFY2(test.reply.startsWith(u"250 "_s), qPrintable(test.reply));
+        const QList<SmtpSink::StoredMessage> stored = sink.messages(1);
+        QCOMPARE(stored.size(), 1);
+        QCOMPARE(stored.first().envelope.value(u"to"_s).toArray(), QJsonArray{u"me@example.org"_s});
+        QVERIFY(SmtpSink::decodedHtml(stored.first().content).contains(u"<p>Dear Björn,</p>"_s.toUtf8()));
+        QCOMPARE(sink.messages(2, 300).size(), 1);
     }
 };
 

@@ -76,10 +76,10 @@ private slots:
                 captions << label->text();
             }
         }
-        QCOMPARE(captions,
-                 (QStringList{u"SMTP settings"_s, u"User Information"_s, u"Display Name :"_s, u"Email Address :"_s,
-                              u"Reply Email Address :"_s, u"Server Information"_s, u"Outgoing Mail(SMTP) :"_s,
-                              u"Port :"_s, u"Server Timeouts :"_s, u"Account Name :"_s, u"Password :"_s}));
+        QCOMPARE(captions, (QStringList{u"SMTP settings"_s, u"User Information"_s, u"Display Name :"_s,
+                                        u"Email Address :"_s, u"Reply Email Address :"_s, u"Server Information"_s,
+                                        u"Outgoing Mail(SMTP) :"_s, u"Port :"_s, u"Server Timeouts :"_s, u"At most :"_s,
+                                        u"Account Name :"_s, u"Password :"_s}));
         QCOMPARE(dialog->chkAuth->text(), u"My Server requires Authentication"_s);
         QCOMPARE(dialog->cmdOk[0]->text(), u"OK"_s);
         QCOMPARE(dialog->cmdOk[1]->text(), u"Cancel"_s);

@@ -45,6 +45,12 @@ SmtpSink::SmtpSink(const Options& options)
     if (options.port != 0) {
         arguments << u"--port"_s << QString::number(options.port);
     }
+    if (options.dropAtMail > 0) {
+        arguments << u"--drop-at"_s << QString::number(options.dropAtMail);
+    }
+    if (!options.rejectAddress.isEmpty()) {
+        arguments << u"--reject"_s << options.rejectAddress;
+    }
     m_process.start(QString::fromLatin1(TestSupport::DebianPython), arguments);
     if (!m_process.waitForStarted(10000) || !m_process.waitForReadyRead(20000)) {
         m_error = u"the SMTP server did not start: "_s + QString::fromUtf8(m_process.readAllStandardError());

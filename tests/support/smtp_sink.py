@@ -11,6 +11,8 @@ its standard input closes.
   --auth USER:PASSWORD  accept AUTH LOGIN (and PLAIN) with these credentials
   --port N              listen on this port instead of a free one
   --discard             accept messages without storing them (for benchmarks)
+  --drop-at N           close the connection at the MAIL FROM of the N-th message, once
+  --reject ADDR         refuse this recipient with 550
 """
 import argparse
 import json
@@ -24,10 +26,28 @@ from aiosmtpd.smtp import SMTP, AuthResult, LoginPassword
 
 
 class Store:
-    def __init__(self, folder, discard=False):
+    def __init__(self, folder, discard=False, drop_at=0, reject=None):
         self.folder = folder
         self.count = 0
         self.discard = discard
+        self.mails = 0
+        self.drop_at = drop_at
+        self.reject = reject
+
+    async def handle_MAIL(self, server, session, envelope, address, mail_options):
+        self.mails += 1
+        if self.mails == self.drop_at:
+            server.transport.close()
+            return "421 Closing the connection"
+        envelope.mail_from = address
+        envelope.mail_options.extend(mail_options)
+        return "250 OK"
+
+    async def handle_RCPT(self, server, session, envelope, address, rcpt_options):
+        if address == self.reject:
+            return "550 No such user here"
+        envelope.rcpt_tos.append(address)
+        return "250 OK"
 
     async def handle_DATA(self, server, session, envelope):
         self.count += 1
@@ -74,6 +94,8 @@ def main():
     parser.add_argument("--auth")
     parser.add_argument("--port", type=int, default=0)
     parser.add_argument("--discard", action="store_true", help="count messages without storing them")
+    parser.add_argument("--drop-at", type=int, default=0)
+    parser.add_argument("--reject")
     args = parser.parse_args()
     os.makedirs(args.dir, exist_ok=True)
 
@@ -100,7 +122,7 @@ def main():
         controller_kwargs["ssl_context"] = context
 
     port = args.port or free_port()
-    controller = SinkController(Store(args.dir, args.discard), hostname="127.0.0.1", port=port, server_kwargs=kwargs,
+    controller = SinkController(Store(args.dir, args.discard, args.drop_at, args.reject), hostname="127.0.0.1", port=port, server_kwargs=kwargs,
                                 ready_timeout=10, **controller_kwargs)
     controller.start()
     print(port, flush=True)

@@ -1,7 +1,9 @@
 #include "SmtpSink.h"
 #include "TestSupport.h"
 #include "composer/ComposePage.h"
+#include "core/AppPaths.h"
 #include "core/Dialogs.h"
+#include "core/SettingsKeys.h"
 #include "core/SettingsStore.h"
 #include "delivery/FrmSmtp.h"
 #include "delivery/SmtpAccount.h"
@@ -11,7 +13,10 @@
 
 #include <QApplication>
 #include <QCheckBox>
+#include <QComboBox>
+#include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QJsonArray>
 #include <QLabel>
 #include <QLineEdit>
@@ -20,12 +25,14 @@
 #include <QPushButton>
 #include <QRadioButton>
 #include <QSslCertificate>
+#include <QStandardPaths>
 #include <QTcpServer>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTextEdit>
 #include <QTimer>
 #include <QToolButton>
+#include <QUrl>
 
 using namespace Qt::StringLiterals;
 
@@ -132,7 +139,7 @@ private slots:
 
     void theWizardLogsInOverTls_whenTheServerOffersIt()
     {
-        SmtpSink sink(SmtpSink::Options{true, false, u"events:pa55"_s});
+        SmtpSink sink(SmtpSink::Options{true, false, u"events:pa55"_s, 0, 0, {}});
         QVERIFY2(sink.isRunning(), qPrintable(sink.errorText()));
         SmtpConversation::addTrustedCertificates(QSslCertificate::fromPath(sink.authorityCertificate()));
         SmtpAccount account;
@@ -264,6 +271,77 @@ private slots:
         QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::SendWay));
         QCOMPARE(m_wizard->CmdNext()->text(), u"Start"_s);
         QVERIFY(m_wizard->CmdNext()->isEnabled());
+    }
+    void anInterruptedRun_isOfferedAgain_andTheTestMailGoesToTheSenderAlone()
+    {
+        SmtpAccount account;
+        account.server = u"127.0.0.1"_s;
+        account.port = 9; // refused: the run stops before its first mail
+        account.fromEmail = u"events@example.org"_s;
+        account.save();
+        TestSupport::MessageRecorder messages;
+        QDir(AppPaths::file(u"Runs"_s)).removeRecursively(); // the journals of the runs before
+        composeFor(u"<p>Hello [[FirstName]]</p>"_s);
+        QVERIFY(!m_wizard->sendPage()->ChkResume->isVisibleTo(m_wizard->sendPage()));
+        m_wizard->sendPage()->OptSMTP->setChecked(true);
+        m_wizard->CmdNext_Click();
+        QCOMPARE(m_wizard->finishPage()->lblSendProcess->text(), u"Process Cancelled!"_s);
+        QCOMPARE(m_wizard->finishPage()->lblCounts->text().section(u" &nbsp;"_s, 0, 0),
+                 u"0 sent, 1 failed, 2 skipped"_s);
+        m_wizard->CmdBack_Click();
+        QCheckBox* resume = m_wizard->sendPage()->ChkResume;
+        QVERIFY(resume->isVisibleTo(m_wizard->sendPage()));
+        QVERIFY(resume->isChecked());
+        QCOMPARE(resume->text(), u"Resume the interrupted run (0 of 3 sent)"_s);
+
+        SmtpSink sink;
+        QVERIFY2(sink.isRunning(), qPrintable(sink.errorText()));
+        SmtpAccount::current().port = sink.port();
+        m_wizard->composePage()->CboPTo->setCurrentIndex(2);
+        m_wizard->sendPage()->CmdTestSend->click();
+        QVERIFY2(
+            messages.lastText().startsWith(u"The mail of cy@example.com went to events@example.org alone.\n\nsent"_s),
+            qPrintable(messages.lastText()));
+        QList<SmtpSink::StoredMessage> stored = sink.messages(1);
+        QCOMPARE(stored.size(), 1);
+        QCOMPARE(stored.first().envelope.value(u"to"_s).toArray().first().toString(), u"events@example.org"_s);
+        QVERIFY(stored.first().content.contains("Subject: Your Ceta invitation\r\n"));
+
+        m_wizard->CmdNext_Click();
+        QCOMPARE(m_wizard->finishPage()->lblSendProcess->text(), u"All mails are successfully Sent."_s);
+        const QString counts = m_wizard->finishPage()->lblCounts->text();
+        QVERIFY2(counts.startsWith(u"3 sent, 0 failed, 0 skipped &nbsp; <a href=\"file://"_s), qPrintable(counts));
+        const QString journal = QUrl(counts.section(u'"', 1, 1)).toLocalFile();
+        QVERIFY2(QFileInfo(journal).isFile() && journal.endsWith(u".csv"_s), qPrintable(journal));
+        QCOMPARE(sink.messages(4).size(), 4);
+        // The run reached its end: nothing is offered any more.
+        m_wizard->CmdBack_Click();
+        QVERIFY(!m_wizard->sendPage()->ChkResume->isVisibleTo(m_wizard->sendPage()));
+    }
+
+    void theOutbox_handsTheMailsToTheSystemsTransport()
+    {
+        const QString msmtp = QStandardPaths::findExecutable(u"msmtp"_s);
+        if (msmtp.isEmpty()) {
+            QSKIP("msmtp is not installed (scripts/install-deps.sh installs it)");
+        }
+        SmtpSink sink;
+        QVERIFY2(sink.isRunning(), qPrintable(sink.errorText()));
+        writeFile(u"msmtprc"_s, "account default\nhost 127.0.0.1\nport " + QByteArray::number(sink.port()) +
+                                    "\nfrom events@example.org\nauth off\ntls off\n");
+        QFile::setPermissions(m_dir.filePath(u"msmtprc"_s), QFile::ReadOwner | QFile::WriteOwner);
+        SettingsStore::instance().setValue(Keys::SendmailPath, msmtp + u" -C "_s + m_dir.filePath(u"msmtprc"_s));
+        composeFor(u"<p>Hello [[FirstName]]</p><img src=\"file://"_s + m_dir.filePath(u"logo.gif"_s) + u"\">"_s);
+        m_wizard->sendPage()->OptOutbox->setChecked(true);
+        m_wizard->CmdNext_Click();
+        QCOMPARE(m_wizard->finishPage()->lblheader->text(), u"Sending Mails via Outlook Outbox"_s);
+        QCOMPARE(m_wizard->finishPage()->lblSendProcess->text(), u"All mails are successfully sent."_s);
+        QVERIFY(m_wizard->CmdNext()->isEnabled());
+        const QList<SmtpSink::StoredMessage> stored = sink.messages(3);
+        QCOMPARE(stored.size(), 3);
+        QCOMPARE(stored.at(2).envelope.value(u"to"_s).toArray().first().toString(), u"cy@example.com"_s);
+        // The picture keeps its file reference.
+        QVERIFY(SmtpSink::decodedHtml(stored.at(2).content).contains("src=\"file://"));
     }
 };
 

@@ -15,11 +15,13 @@
 #include "core/MessageBoxes.h"
 #include "core/PlainFile.h"
 #include "core/SettingsKeys.h"
+#include "core/SettingsStore.h"
 #include "core/TextUtil.h"
 #include "core/Twips.h"
 #include "core/WaitCursor.h"
 #include "delivery/FrmSmtp.h"
 #include "delivery/MergedAttachment.h"
+#include "delivery/SendmailTransport.h"
 #include "delivery/SmtpAccount.h"
 #include "delivery/SmtpSendRun.h"
 #include "merge/DocumentMerge.h"
@@ -1562,6 +1564,7 @@ void FrmMailMerge::LeaveTemplatePage()
 void FrmMailMerge::connectSendAndFinishPages()
 {
     connect(m_finish->CmdCancelSend, &QPushButton::clicked, this, &FrmMailMerge::CmdCancelSend_Click);
+    connect(m_send->CmdTestSend, &QPushButton::clicked, this, &FrmMailMerge::CmdTestSend_Click);
     connect(m_send->CmdSMTP, &QPushButton::clicked, this, [] {
         FrmSmtp* settings = FrmSmtp::instance();
         settings->show();
@@ -1627,6 +1630,26 @@ void FrmMailMerge::showSelectedSource()
     }
     m_send->txtselected[0]->setText(source);
     m_send->txtselected[1]->setText(QString::number(m_compose->CboPTo->count()) + u" Contacts"_s);
+    OfferResume();
+}
+
+RunIdentity FrmMailMerge::runIdentity() const
+{
+    return {m_send->txtselected[0]->text(),
+            m_template->ChkAttachment->isChecked() ? TextUtil::trimSpaces(m_template->txtTemplate[0]->text())
+                                                   : QString(),
+            m_compose->txtSubject->text(), m_compose->CboPTo->count()};
+}
+
+void FrmMailMerge::OfferResume()
+{
+    m_pastRun = PastRun::latestInterrupted(AppPaths::file(u"Runs"_s), runIdentity());
+    m_send->ChkResume->setVisible(m_pastRun.has_value());
+    m_send->ChkResume->setChecked(m_pastRun.has_value());
+    if (m_pastRun) {
+        m_send->ChkResume->setText(u"Resume the interrupted run (%1 of %2 sent)"_s.arg(m_pastRun->sentCount())
+                                       .arg(m_pastRun->identity().contacts));
+    }
 }
 
 void FrmMailMerge::ScanDocTokens()
@@ -1650,6 +1673,7 @@ void FrmMailMerge::PostalMergeRun(const QString& folder)
     ::PostalMergeRun run(view);
     m_postalRun = &run;
     m_finishShowsLetters = true;
+    m_finish->lblCounts->setVisible(false);
     run.run({&m_table, &m_tokens, m_template->txtTemplate[1]->text(), m_template->txtDocs->text(),
              m_selection.SelectedCount()},
             folder);
@@ -1690,9 +1714,8 @@ Result<QString> FrmMailMerge::attachmentPreview(int row)
     return preview;
 }
 
-RunOutcome FrmMailMerge::RunSmtpSend()
+SendRunInput FrmMailMerge::sendRunInput(MergedAttachment& attachment)
 {
-    m_finishShowsLetters = false;
     SendRunInput input;
     for (int i = 0; i < m_compose->CboPTo->count(); ++i) {
         input.addresses << m_compose->CboPTo->itemText(i);
@@ -1702,23 +1725,70 @@ RunOutcome FrmMailMerge::RunSmtpSend()
     input.html = m_compose->DocumentHTML();
     syncTokenSettings();
     input.tokens = &m_tokens;
-    MergedAttachment attachment(m_tokens, TextUtil::trimSpaces(m_template->txtTemplate[0]->text()));
     if (m_template->ChkAttachment->isChecked()) {
         input.attachment = &attachment;
     }
-    WizardRunView view(*this);
-    SmtpSendRun run(view, SmtpAccount::current());
-    m_smtpRun = &run;
-    const RunOutcome outcome = run.RunSmtpSend(input);
-    m_smtpRun = nullptr;
-    return outcome;
+    return input;
+}
+
+RunOutcome FrmMailMerge::RunSmtpSend()
+{
+    return runSend(nullptr);
 }
 
 RunOutcome FrmMailMerge::RunOutboxSend()
 {
+    SendmailTransport outbox(SettingsStore::instance().value(Keys::SendmailPath));
+    return runSend(&outbox);
+}
+
+RunOutcome FrmMailMerge::runSend(MailTransport* outbox)
+{
     m_finishShowsLetters = false;
-    ShowPage(Finish);
-    return {};
+    m_finish->lblCounts->setVisible(false);
+    MergedAttachment attachment(m_tokens, TextUtil::trimSpaces(m_template->txtTemplate[0]->text()));
+    SendRunInput input = sendRunInput(attachment);
+    const bool resuming = m_pastRun && m_send->ChkResume->isChecked();
+    // A journal that cannot be written leaves the run without one; the mails go all the same.
+    Result<std::unique_ptr<DeliveryJournal>> journal =
+        resuming ? DeliveryJournal::resume(*m_pastRun)
+                 : DeliveryJournal::create(DeliveryJournal::newPath(), runIdentity());
+    if (journal.ok()) {
+        input.journal = journal.value().get();
+    }
+    input.resumed = resuming ? &*m_pastRun : nullptr;
+    WizardRunView view(*this);
+    SmtpSendRun run(view, SmtpAccount::current(), outbox);
+    m_smtpRun = &run;
+    const RunOutcome outcome = outbox == nullptr ? run.RunSmtpSend(input) : run.RunOutboxSend(input);
+    m_smtpRun = nullptr;
+    m_finish->showDeliveryReport(run.counts().text(), input.journal != nullptr ? input.journal->path() : QString());
+    OfferResume();
+    return outcome;
+}
+
+void FrmMailMerge::CmdTestSend_Click()
+{
+    const QString me = SmtpAccount::current().fromEmail;
+    if (me.isEmpty()) {
+        MessageBoxes::information(u"Please enter your e-mail address in the SMTP Settings first."_s);
+        return;
+    }
+    MergedAttachment attachment(m_tokens, TextUtil::trimSpaces(m_template->txtTemplate[0]->text()));
+    const SendRunInput input = sendRunInput(attachment);
+    if (input.rows.isEmpty()) {
+        return;
+    }
+    const int position = qBound(0, m_compose->CboPTo->currentIndex(), static_cast<int>(input.rows.size()) - 1);
+    ContactDelivery test;
+    {
+        WaitCursor wait;
+        WizardRunView view(*this);
+        SmtpSendRun run(view, SmtpAccount::current());
+        test = run.SendTest(input, input.rows.at(position), me);
+    }
+    MessageBoxes::information(
+        u"The mail of %1 went to %2 alone.\n\n%3"_s.arg(input.addresses.at(position), me, test.summary()));
 }
 
 void FrmMailMerge::CmdCancelSend_Click()

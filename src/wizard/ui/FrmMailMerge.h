@@ -5,6 +5,7 @@
 #include "contacts/DelimitedText.h"
 #include "contacts/FieldMap.h"
 #include "core/Result.h"
+#include "delivery/DeliveryJournal.h"
 #include "merge/RunOutcome.h"
 #include "merge/TokenEngine.h"
 
@@ -15,6 +16,9 @@
 
 class AccessDatabase;
 class ComposePage;
+class MailTransport;
+class MergedAttachment;
+struct SendRunInput;
 class PostalMergeRun;
 class SmtpSendRun;
 class WizardRunView;
@@ -199,6 +203,12 @@ private:
     void lblOpenDoc_Click();
     RunOutcome RunSmtpSend();
     RunOutcome RunOutboxSend();
+    // The send page's offer to go on with the interrupted run of the same list, template and subject.
+    void OfferResume();
+    RunIdentity runIdentity() const;
+    SendRunInput sendRunInput(MergedAttachment& attachment);
+    RunOutcome runSend(MailTransport* outbox);
+    void CmdTestSend_Click();
     void CmdCancelSend_Click();
 
     ContactTable m_table;
@@ -212,6 +222,7 @@ private:
     bool m_cancelFlag = false;
     // The run in hand, while one goes; the window does not close under it.
     SmtpSendRun* m_smtpRun = nullptr;
+    std::optional<PastRun> m_pastRun;
     ::PostalMergeRun* m_postalRun = nullptr;
     // What the finish page shows: the letters of a postal run, or a mail run (Back leads to
     // the template page or to the send page).

@@ -24,6 +24,7 @@
 #include <QTabWidget>
 #include <QTableView>
 #include <QToolButton>
+#include <QUrl>
 #include <QVBoxLayout>
 
 using namespace Qt::StringLiterals;
@@ -383,6 +384,13 @@ SendPage::SendPage(QWidget* parent)
         summary->addRow(Label5[i], txtselected[i]);
     }
     inner->addLayout(summary);
+    inner->addSpacing(8);
+    ChkResume = named(new QCheckBox(tab), u"ChkResume"_s);
+    ChkResume->setVisible(false);
+    inner->addWidget(ChkResume);
+    CmdTestSend = named(new QPushButton(u"Send a test to myself"_s, tab), u"CmdTestSend"_s);
+    CmdTestSend->setToolTip(u"Sends the highlighted contact's mail to your own address only."_s);
+    inner->addWidget(CmdTestSend, 0, Qt::AlignLeft);
     inner->addStretch();
     SSSendMail->addTab(tab, u"Send Mail(s)"_s);
     layout->addWidget(SSSendMail);
@@ -426,10 +434,22 @@ FinishPage::FinishPage(QWidget* parent)
     inner->addWidget(lblSendProcess);
     inner->addWidget(track);
     inner->addWidget(CmdCancelSend, 0, Qt::AlignLeft);
+    lblCounts = named(new QLabel(tab), u"lblCounts"_s);
+    lblCounts->setOpenExternalLinks(true);
+    lblCounts->setVisible(false);
+    inner->addWidget(lblCounts);
     inner->addWidget(PicOpen);
     inner->addStretch();
     FinishTab->addTab(tab, u"Send Mail"_s);
     layout->addWidget(FinishTab);
+}
+
+void FinishPage::showDeliveryReport(const QString& counts, const QString& journal)
+{
+    lblCounts->setText(journal.isEmpty() ? counts
+                                         : u"%1 &nbsp; <a href=\"%2\">Delivery report</a>"_s.arg(
+                                               counts.toHtmlEscaped(), QUrl::fromLocalFile(journal).toString()));
+    lblCounts->setVisible(true);
 }
 
 void FinishPage::setBarWidth(double twips)

@@ -131,6 +131,10 @@ public:
     QPushButton* CmdSMTP;
     std::array<QLabel*, 2> Label5;
     std::array<QLineEdit*, 2> txtselected;
+    // "Resume the interrupted run (312 of 800 sent)", when the last run of the same list,
+    // template and subject stopped before its end.
+    QCheckBox* ChkResume;
+    QPushButton* CmdTestSend;
 };
 
 // Page 4: the progress and result of a run.
@@ -140,6 +144,8 @@ class FinishPage : public QWidget
 public:
     explicit FinishPage(QWidget* parent = nullptr);
 
+    // The mail run's counts and a link to its journal, beside the run's own closing text.
+    void showDeliveryReport(const QString& counts, const QString& journal);
     // The bar grows to 7500 twips.
     void setBarWidth(double twips);
     double barWidth() const { return m_barWidth; }
@@ -154,6 +160,7 @@ public:
     QWidget* PicOpen;
     QLabel* ImgDoc;
     QLabel* lblOpenDoc;
+    QLabel* lblCounts;
 
 private:
     double m_barWidth = 0;
