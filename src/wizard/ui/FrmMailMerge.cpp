@@ -7,6 +7,7 @@
 #include "composer/ComposePage.h"
 #include "contacts/DataSources.h"
 #include "contacts/MergeFieldTable.h"
+#include "contacts/WabReader.h"
 #include "core/AppPaths.h"
 #include "core/CommonRoutines.h"
 #include "core/Dialogs.h"
@@ -43,6 +44,7 @@
 #include <QPointer>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QScopeGuard>
 #include <QScopedValueRollback>
 #include <QStackedWidget>
 #include <QTabWidget>
@@ -498,7 +500,9 @@ void FrmMailMerge::ImportSource(int index)
     // The address book, mail-client, spreadsheet and database readers are not part of this
     // build: the user is told so and the wizard stays on its page. What follows each source's
     // import is done all the same.
-    if (index == 4 || index == 5) {
+    if (index == 0) {
+        ImportWabFile();
+    } else if (index == 4 || index == 5) {
         OpenTextSource(index == 4 ? TextKind::Tab : TextKind::Comma);
     } else {
         MessageBoxes::information(u"Contacts from \""_s + m_source->LstDataSrc->item(index)->text() +
@@ -520,6 +524,10 @@ void FrmMailMerge::ImportSource(int index)
 void FrmMailMerge::CmdBrowseWab_Click()
 {
     const QString kind = Tag(m_source->txtWabfile);
+    if (kind == u"WAB"_s) {
+        BrowseAddressBook();
+        return;
+    }
     if (kind != u"TAB"_s && kind != u"COM"_s) {
         return;
     }
@@ -538,6 +546,102 @@ void FrmMailMerge::CmdBrowseWab_Click()
     m_source->txtWabfile->setText(chosen);
     m_openedSource = Change;
     m_mapImported = false;
+}
+
+void FrmMailMerge::BrowseAddressBook()
+{
+    m_mapImported = false;
+    const QString chosen =
+        Dialogs::ShowFileDialog(u"Address Books (*.wab;*.vcf)|*.wab;*.vcf|Windows Address Book (*.Wab)|*.wab|"
+                                u"vCard Files (*.vcf)|*.vcf"_s,
+                                TextUtil::trimSpaces(m_source->txtWabfile->text()), this);
+    if (chosen.isEmpty()) {
+        return;
+    }
+    if (!AddressBook::hasAddressBookExtension(chosen)) {
+        MessageBoxes::information(u"Not a Legal Source"_s);
+        return;
+    }
+    m_wabFile = chosen;
+    m_source->txtWabfile->setText(chosen);
+    setTag(m_source->lblWabName, QString());
+}
+
+void FrmMailMerge::ImportWabFile()
+{
+    QLineEdit* box = m_source->txtWabfile;
+    if (box->text().isEmpty()) {
+        MessageBoxes::information(u"Choose a Valid file!"_s);
+        box->setFocus();
+        return;
+    }
+    const auto closing = qScopeGuard([this] {
+        m_progress->finish();
+        m_selection.resetToRowCount();
+    });
+    if (Tag(m_source->lblWabName) != box->text()) {
+        const QString path = box->text();
+        if (!AddressBook::hasAddressBookExtension(path)) {
+            MessageBoxes::information(u"Choose a Valid file!"_s);
+            return;
+        }
+        if (!FileExists(path)) {
+            MessageBoxes::information(u"File Doesn't Exists"_s);
+            return;
+        }
+        WaitCursor wait;
+        const QScopedValueRollback importing(m_importing, true);
+        m_table.clear();
+        WabReader reader;
+        if (const Status opened = reader.open(path); !opened.ok()) {
+            // A damaged book says what is wrong with it; the wizard stays on its page.
+            MessageBoxes::information(opened.error().message);
+            return;
+        }
+        const int count = reader.count();
+        m_progress->BeginProgress(count);
+        if (count < 1) {
+            MessageBoxes::show(
+                {u"Contacts are not Available"_s, u"Quillbay+"_s, MessageButtons::OkCancel, MessageIcon::Information});
+        } else {
+            hideCustomColumns();
+            // The bar's width is kept as a whole number of twips, rounded at each record: with
+            // more than 8000 records a step rounds to nothing and the bar stands still.
+            const double step = ProgressPanel::FullWidth / count;
+            int width = 0;
+            std::vector<Contact> rows;
+            for (int k = 0; k < count; ++k) {
+                reader.select(k);
+                AddWabRow(reader, rows);
+                width = qRound(width + step);
+                m_progress->setWidth(width);
+                if ((k + 1) % 200 == 0) {
+                    m_table.appendRows(std::move(rows));
+                    rows.clear();
+                    QCoreApplication::processEvents();
+                }
+            }
+            m_table.appendRows(std::move(rows));
+        }
+        reader.close();
+        setTag(m_source->lblWabName, box->text());
+    }
+    ShowPage(Contacts);
+}
+
+void FrmMailMerge::AddWabRow(const WabReader& reader, std::vector<Contact>& rows)
+{
+    Contact row;
+    row.cells = AddressBook::rowCells(reader);
+    rows.push_back(std::move(row));
+    setTag(m_contacts->lblConTitle, Change);
+}
+
+void FrmMailMerge::hideCustomColumns()
+{
+    for (int cell = MergeFieldTable::FirstCustomCell; cell < MergeFieldTable::CellCount; ++cell) {
+        m_contacts->LsvSelection->setColumnWidth(cell, 0);
+    }
 }
 
 void FrmMailMerge::OpenTextSource(TextKind kind)

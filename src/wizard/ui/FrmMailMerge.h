@@ -25,6 +25,7 @@ class QStackedWidget;
 class SendPage;
 class SourcePage;
 class TemplatePage;
+class WabReader;
 
 // "Quillbay+ : Merge Mails": the wizard that leads from a contact source to finished mails or
 // letters. Seven pages share one bar of Back, Next and Close; exactly one page is current and
@@ -109,6 +110,13 @@ private:
     void LstDataSrc_Click(int index);
     void ImportSource(int index);
     void CmdBrowseWab_Click();
+    // The address book: the file dialog of the shared file panel, and Next on the first page,
+    // which fills the contact table at once (no map page) and rows of AddWabRow.
+    void BrowseAddressBook();
+    void ImportWabFile();
+    void AddWabRow(const WabReader& reader, std::vector<Contact>& rows);
+    // The custom columns 14 to 16 of the contact list get no width (sources 0 and 1 have none).
+    void hideCustomColumns();
     void OpenTextSource(TextKind kind);
     void ImportTextFile(TextKind kind);
 
