@@ -271,6 +271,68 @@ QString VCard::component(const QString& name, int k) const
     return property == nullptr ? QString() : property->components().value(k);
 }
 
+namespace {
+
+// The first property of the name with the type, else the first without any type at all.
+const VCardProperty* typedOrPlain(const VCard& card, const QString& name, const QString& type)
+{
+    if (const VCardProperty* typed = card.firstOfType(name, type)) {
+        return typed;
+    }
+    for (const VCardProperty& property : card.properties) {
+        if (property.name == name && property.types.isEmpty()) {
+            return &property;
+        }
+    }
+    return nullptr;
+}
+
+QString textOf(const VCardProperty* property)
+{
+    return property == nullptr ? QString() : property->text();
+}
+
+} // namespace
+
+VCardBusinessFields::VCardBusinessFields(const VCard& card)
+{
+    const VCardProperty* n = card.first(u"N"_s);
+    const QStringList names = n == nullptr ? QStringList() : n->components();
+    family = names.value(0);
+    given = names.value(1);
+    middle = names.value(2);
+    formatted = card.text(u"FN"_s);
+    title = card.text(u"TITLE"_s);
+    company = card.component(u"ORG"_s, 0);
+    if (const VCardProperty* address = typedOrPlain(card, u"ADR"_s, u"WORK"_s)) {
+        const QStringList parts = address->components();
+        street = parts.value(2);
+        city = parts.value(3);
+        region = parts.value(4);
+        postalCode = parts.value(5);
+        country = parts.value(6);
+    }
+    const VCardProperty* workPhone = nullptr;
+    const VCardProperty* workFax = nullptr;
+    const VCardProperty* anyFax = nullptr;
+    for (const VCardProperty& tel : card.properties) {
+        if (tel.name != u"TEL"_s) {
+            continue;
+        }
+        const bool work = tel.hasType(u"WORK"_s);
+        if (!tel.hasType(u"FAX"_s)) {
+            workPhone = workPhone == nullptr && work ? &tel : workPhone;
+            continue;
+        }
+        workFax = workFax == nullptr && work ? &tel : workFax;
+        anyFax = anyFax == nullptr ? &tel : anyFax;
+    }
+    phone = textOf(workPhone);
+    fax = textOf(workFax != nullptr ? workFax : anyFax);
+    const VCardProperty* workUrl = card.firstOfType(u"URL"_s, u"WORK"_s);
+    url = textOf(workUrl != nullptr ? workUrl : card.first(u"URL"_s));
+}
+
 namespace VCardFile {
 
 Result<std::vector<VCard>> parse(const QByteArray& bytes, const QString& fileName)

@@ -39,6 +39,20 @@ struct VCard
     QString component(const QString& name, int k) const;
 };
 
+// What the address book and the mail client read of a card beside its e-mail: the parts of N
+// (family, given and additional names), FN, TITLE, ORG's first part, the parts of the ADR of
+// TYPE=WORK (else of one without a type), the TEL of TYPE=WORK that is no fax, the fax (a work
+// fax first) and the URL of TYPE=WORK (else the first URL).
+struct VCardBusinessFields
+{
+    QString family, given, middle, formatted;
+    QString title, company;
+    QString street, city, region, postalCode, country;
+    QString phone, fax, url;
+
+    explicit VCardBusinessFields(const VCard& card);
+};
+
 namespace VCardFile {
 
 // Reads the cards of a vCard file (2.1, 3.0 or 4.0; one or many cards). Lines end at CR LF, LF

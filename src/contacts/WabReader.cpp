@@ -51,20 +51,6 @@ Values fromWab(const WabFile::Record& record)
     return values;
 }
 
-// The first property of the name with the type, else the first without any type at all.
-const VCardProperty* typedOrPlain(const VCard& card, const QString& name, const QString& type)
-{
-    if (const VCardProperty* typed = card.firstOfType(name, type)) {
-        return typed;
-    }
-    for (const VCardProperty& property : card.properties) {
-        if (property.name == name && property.types.isEmpty()) {
-            return &property;
-        }
-    }
-    return nullptr;
-}
-
 Values fromVCard(const VCard& card)
 {
     Values values;
@@ -73,46 +59,21 @@ Values fromVCard(const VCard& card)
         email = card.first(u"EMAIL"_s);
     }
     values.insert(u"homeemail"_s, email == nullptr ? QString() : email->text().trimmed());
-    const VCardProperty* n = card.first(u"N"_s);
-    const QStringList names = n == nullptr ? QStringList() : n->components();
-    values.insert(u"surname"_s, names.value(0));
-    values.insert(u"middlename"_s, names.value(2));
-    const QString formatted = card.text(u"FN"_s);
-    values.insert(u"name"_s,
-                  formatted.isEmpty() ? joinedName({names.value(1), names.value(2), names.value(0)}) : formatted);
-    values.insert(u"title"_s, card.text(u"TITLE"_s));
-    values.insert(u"companyname"_s, card.component(u"ORG"_s, 0));
-    if (const VCardProperty* address = typedOrPlain(card, u"ADR"_s, u"WORK"_s)) {
-        const QStringList parts = address->components();
-        values.insert(u"businessaddress"_s, parts.value(2));
-        values.insert(u"city"_s, parts.value(3));
-        values.insert(u"province"_s, parts.value(4));
-        values.insert(u"postal"_s, parts.value(5));
-        values.insert(u"country"_s, parts.value(6));
-    }
-    const VCardProperty* phone = nullptr;
-    const VCardProperty* workFax = nullptr;
-    const VCardProperty* anyFax = nullptr;
-    for (const VCardProperty& tel : card.properties) {
-        if (tel.name != u"TEL"_s) {
-            continue;
-        }
-        const bool work = tel.hasType(u"WORK"_s);
-        if (!tel.hasType(u"FAX"_s)) {
-            phone = phone == nullptr && work ? &tel : phone;
-            continue;
-        }
-        workFax = workFax == nullptr && work ? &tel : workFax;
-        anyFax = anyFax == nullptr ? &tel : anyFax;
-    }
-    const VCardProperty* fax = workFax != nullptr ? workFax : anyFax;
-    values.insert(u"businessphone"_s, phone == nullptr ? QString() : phone->text());
-    values.insert(u"businessfax"_s, fax == nullptr ? QString() : fax->text());
-    const VCardProperty* url = card.firstOfType(u"URL"_s, u"WORK"_s);
-    if (url == nullptr) {
-        url = card.first(u"URL"_s);
-    }
-    values.insert(u"companyurl"_s, url == nullptr ? QString() : url->text());
+    const VCardBusinessFields fields(card);
+    values.insert(u"surname"_s, fields.family);
+    values.insert(u"middlename"_s, fields.middle);
+    values.insert(u"name"_s, fields.formatted.isEmpty() ? joinedName({fields.given, fields.middle, fields.family})
+                                                        : fields.formatted);
+    values.insert(u"title"_s, fields.title);
+    values.insert(u"companyname"_s, fields.company);
+    values.insert(u"businessaddress"_s, fields.street);
+    values.insert(u"city"_s, fields.city);
+    values.insert(u"province"_s, fields.region);
+    values.insert(u"postal"_s, fields.postalCode);
+    values.insert(u"country"_s, fields.country);
+    values.insert(u"businessphone"_s, fields.phone);
+    values.insert(u"businessfax"_s, fields.fax);
+    values.insert(u"companyurl"_s, fields.url);
     return values;
 }
 
