@@ -1,6 +1,7 @@
 #include "FrmMailMerge.h"
 
 #include "ContactListView.h"
+#include "FrmPick.h"
 #include "ProgressPanel.h"
 #include "WizardPages.h"
 #include "WizardRunView.h"
@@ -11,6 +12,7 @@
 #include "core/AppPaths.h"
 #include "core/CommonRoutines.h"
 #include "core/Dialogs.h"
+#include "core/ListSeparator.h"
 #include "core/MessageBoxes.h"
 #include "core/PlainFile.h"
 #include "core/SettingsKeys.h"
@@ -440,6 +442,7 @@ void FrmMailMerge::connectSourcePage()
 {
     connect(m_source->LstDataSrc, &QListWidget::currentRowChanged, this, &FrmMailMerge::LstDataSrc_Click);
     connect(m_source->CmdBrowseWab, &QToolButton::clicked, this, &FrmMailMerge::CmdBrowseWab_Click);
+    connect(m_source->CmdBrowse, &QToolButton::clicked, this, &FrmMailMerge::CmdBrowse_Click);
     connect(m_source->chkPassWd, &QCheckBox::toggled, this, [this](bool checked) {
         m_source->txtPassword->setEnabled(checked);
         if (checked) {
@@ -492,6 +495,9 @@ void FrmMailMerge::LstDataSrc_Click(int index)
             m_commaFile = kept;
         }
     }
+    if (index == 1 && m_source->txtContact->text().isEmpty()) {
+        ResolveDefaultContactFolder();
+    }
     ShowSourcePanel(index);
 }
 
@@ -502,6 +508,8 @@ void FrmMailMerge::ImportSource(int index)
     // import is done all the same.
     if (index == 0) {
         ImportWabFile();
+    } else if (index == 1) {
+        ImportOutlookFolder();
     } else if (index == 4 || index == 5) {
         OpenTextSource(index == 4 ? TextKind::Tab : TextKind::Comma);
     } else {
@@ -642,6 +650,107 @@ void FrmMailMerge::hideCustomColumns()
     for (int cell = MergeFieldTable::FirstCustomCell; cell < MergeFieldTable::CellCount; ++cell) {
         m_contacts->LsvSelection->setColumnWidth(cell, 0);
     }
+}
+
+void FrmMailMerge::ResolveDefaultContactFolder()
+{
+    // This reading of the remembered folder has an empty default, unlike the key's declaration.
+    QLineEdit* box = m_source->txtContact;
+    const SettingsStore& store = SettingsStore::instance();
+    box->setText(store.GetSetting(QString::fromLatin1(Keys::ContactsFolderName.section),
+                                  QString::fromLatin1(Keys::ContactsFolderName.key)));
+    setTag(box, store.GetSetting(QString::fromLatin1(Keys::ContactsEntryId.section),
+                                 QString::fromLatin1(Keys::ContactsEntryId.key)));
+    if (box->text().isEmpty()) {
+        if (const std::optional<MailFolder> contacts =
+                MailClient::attach()->GetDefaultFolder(DefaultFolder::Contacts)) {
+            box->setText(contacts->name);
+            setTag(box, contacts->entryId);
+        }
+    }
+}
+
+void FrmMailMerge::CmdBrowse_Click()
+{
+    FrmPick pick(this);
+    {
+        WaitCursor wait;
+        pick.LoadTreeSpecific();
+    }
+    pick.showModal();
+    if (!pick.PickResult.isEmpty()) {
+        const QStringList parts = pick.PickResult.split(ListSeparator());
+        setTag(m_source->lblContact, m_source->txtContact->text());
+        m_source->txtContact->setText(parts.value(0));
+        setTag(m_source->txtContact, parts.value(1));
+    }
+}
+
+void FrmMailMerge::ImportOutlookFolder()
+{
+    QLineEdit* box = m_source->txtContact;
+    std::optional<MailFolder> folder;
+    int itemCount = -1;
+    if (Tag(m_source->lblContact) != box->text()) {
+        const std::unique_ptr<MailNamespace> client = MailClient::attach();
+        folder = client->GetFolderFromID(Tag(box));
+        if (!folder || TextUtil::trimSpaces(box->text()) != folder->name) {
+            MessageBoxes::information(u"Please Choose a Contact Folder"_s);
+            m_progress->finish();
+            m_selection.resetToRowCount();
+            return;
+        }
+        WaitCursor wait;
+        const QScopedValueRollback importing(m_importing, true);
+        Result<std::vector<MailContactItem>> items = client->items(folder->entryId);
+        if (!items.ok()) {
+            // An address book that cannot be read says why; the wizard stays on its page.
+            MessageBoxes::information(items.error().message);
+            m_selection.resetToRowCount();
+            return;
+        }
+        itemCount = static_cast<int>(items->size());
+        if (itemCount > 0) {
+            ReadContactItems(items.value());
+            setTag(m_source->lblContact, box->text());
+        }
+    }
+    if (itemCount != 0) {
+        ShowPage(Contacts);
+        m_cmdBack->setEnabled(true);
+        setTag(m_contacts->lblConTitle, Change);
+    }
+    m_progress->finish();
+    if (folder && itemCount == 0) {
+        MessageBoxes::information(u"No Items Available in "_s + folder->name + u" Folder"_s);
+    }
+    m_selection.resetToRowCount();
+}
+
+void FrmMailMerge::ReadContactItems(const std::vector<MailContactItem>& items)
+{
+    m_table.clear();
+    m_progress->BeginProgress(static_cast<double>(items.size()));
+    hideCustomColumns();
+    QCoreApplication::processEvents();
+    std::vector<Contact> rows;
+    int done = 0;
+    for (const MailContactItem& item : items) {
+        // Mailing lists and other items are passed over, though they count in the progress.
+        if (item.className == u"ContactItem"_s) {
+            Contact row;
+            std::copy(item.values.begin(), item.values.end(), row.cells.begin());
+            row.key = item.entryId;
+            rows.push_back(std::move(row));
+        }
+        m_progress->advance();
+        if (++done % 200 == 0) {
+            m_table.appendRows(std::move(rows));
+            rows.clear();
+            QCoreApplication::processEvents();
+        }
+    }
+    m_table.appendRows(std::move(rows));
 }
 
 void FrmMailMerge::OpenTextSource(TextKind kind)

@@ -4,6 +4,7 @@
 #include "contacts/ContactTable.h"
 #include "contacts/DelimitedText.h"
 #include "contacts/FieldMap.h"
+#include "contacts/MailNamespace.h"
 #include "core/Result.h"
 #include "merge/RunOutcome.h"
 #include "merge/TokenEngine.h"
@@ -115,6 +116,12 @@ private:
     void BrowseAddressBook();
     void ImportWabFile();
     void AddWabRow(const WabReader& reader, std::vector<Contact>& rows);
+    // The mail client's contact folder: the folder the panel starts with, its dialog, and Next
+    // on the first page, which fills the contact table at once from the folder's contacts.
+    void ResolveDefaultContactFolder();
+    void CmdBrowse_Click();
+    void ImportOutlookFolder();
+    void ReadContactItems(const std::vector<MailContactItem>& items);
     // The custom columns 14 to 16 of the contact list get no width (sources 0 and 1 have none).
     void hideCustomColumns();
     void OpenTextSource(TextKind kind);
