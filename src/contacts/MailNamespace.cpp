@@ -4,6 +4,8 @@
 
 #include <QDir>
 
+#include <algorithm>
+
 namespace MailClient {
 
 namespace {
@@ -22,6 +24,17 @@ std::unique_ptr<MailNamespace> attach()
         return attachOverride()();
     }
     return std::make_unique<ThunderbirdProfiles>(QDir::homePath());
+}
+
+std::optional<Contact> contactRow(const MailContactItem& item)
+{
+    if (item.className != QStringLiteral("ContactItem")) {
+        return std::nullopt;
+    }
+    Contact row;
+    std::copy(item.values.begin(), item.values.end(), row.cells.begin());
+    row.key = item.entryId;
+    return row;
 }
 
 void setAttachOverride(std::function<std::unique_ptr<MailNamespace>()> make)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ContactTable.h"
 #include "MergeFieldTable.h"
 #include "core/Result.h"
 
@@ -69,6 +70,10 @@ public:
 };
 
 namespace MailClient {
+
+// The row of a contact item: cells 0 to 12 its values, its EntryID as the key; none for a
+// mailing list or any other item.
+std::optional<Contact> contactRow(const MailContactItem& item);
 
 // The user's mail client: the address books of the Thunderbird profiles in the home folder.
 // A test may put another namespace in its place.

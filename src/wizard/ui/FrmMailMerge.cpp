@@ -737,11 +737,8 @@ void FrmMailMerge::ReadContactItems(const std::vector<MailContactItem>& items)
     int done = 0;
     for (const MailContactItem& item : items) {
         // Mailing lists and other items are passed over, though they count in the progress.
-        if (item.className == u"ContactItem"_s) {
-            Contact row;
-            std::copy(item.values.begin(), item.values.end(), row.cells.begin());
-            row.key = item.entryId;
-            rows.push_back(std::move(row));
+        if (std::optional<Contact> row = MailClient::contactRow(item)) {
+            rows.push_back(std::move(*row));
         }
         m_progress->advance();
         if (++done % 200 == 0) {
