@@ -16,7 +16,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-const QString Usage = u"quillbay-cli letters --contacts FILE [--kind tab|comma|excel|access|addressbook] "
+const QString Usage = u"quillbay-cli letters --contacts FILE [--kind tab|comma|excel|access|addressbook|mailclient] "
                       u"[--sheet NAME] [--table NAME] [--password TEXT] [--skip-first-row] [--map FIELD=COLUMN]... "
                       u"[--custom NAME=COLUMN]... [--blank FIELD=TEXT]... --template FILE "
                       u"(--out-dir DIR | --combined FILE)"_s;

@@ -29,7 +29,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 const QString Usage =
-    u"quillbay-cli mail --contacts FILE [--kind tab|comma|excel|access|addressbook] [--sheet NAME] "
+    u"quillbay-cli mail --contacts FILE [--kind tab|comma|excel|access|addressbook|mailclient] [--sheet NAME] "
     u"[--table NAME] [--password TEXT] [--skip-first-row] [--map FIELD=COLUMN]... [--custom NAME=COLUMN]... "
     u"[--blank FIELD=TEXT]... --subject TEXT --body FILE.html [--attach TEMPLATE] "
     u"(--eml-dir DIR | --smtp HOST[:PORT]) [--tls auto|starttls|ssl|off] [--user NAME] [--password-env VAR] "
