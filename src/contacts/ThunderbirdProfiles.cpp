@@ -10,6 +10,7 @@
 #include <QSqlDatabase>
 #include <QSqlError>
 #include <QSqlQuery>
+#include <QUrl>
 
 #include <atomic>
 
@@ -169,9 +170,17 @@ Result<std::vector<MailContactItem>> readBook(const QString& path, const QString
     std::vector<MailContactItem> items;
     QString problem;
     {
+        // A book in write-ahead-log mode gets a log and an index file beside it from any reader.
+        // While Thunderbird has them open (its log holds the newest cards) they are read with it;
+        // otherwise the book is read as a file nobody changes, so that nothing is left behind.
         QSqlDatabase database = QSqlDatabase::addDatabase(u"QSQLITE"_s, connection);
-        database.setDatabaseName(path);
-        database.setConnectOptions(u"QSQLITE_OPEN_READONLY"_s);
+        if (QFileInfo::exists(path + u"-wal"_s)) {
+            database.setDatabaseName(path);
+            database.setConnectOptions(u"QSQLITE_OPEN_READONLY"_s);
+        } else {
+            database.setDatabaseName(QUrl::fromLocalFile(path).toString(QUrl::FullyEncoded) + u"?immutable=1"_s);
+            database.setConnectOptions(u"QSQLITE_OPEN_READONLY;QSQLITE_OPEN_URI"_s);
+        }
         QSqlQuery cards(database);
         if (!database.open() || !cards.exec(u"SELECT card, name, value FROM properties"_s)) {
             problem = database.isOpen() ? cards.lastError().text() : database.lastError().text();

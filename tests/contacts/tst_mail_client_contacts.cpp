@@ -4,6 +4,8 @@
 #include <QCryptographicHash>
 #include <QDir>
 #include <QFile>
+#include <QSqlDatabase>
+#include <QSqlQuery>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -165,6 +167,34 @@ private slots:
         QVERIFY(items->at(0).entryId != items->at(1).entryId);
         QVERIFY(items->at(0).entryId.startsWith(client.stores()[1].folders[0].entryId));
         QCOMPARE(digest(path), before);
+        QVERIFY(!QFile::exists(path + u"-wal"_s));
+        QVERIFY(!QFile::exists(path + u"-journal"_s));
+    }
+
+    void aBookThatThunderbirdHasOpen_isReadWithItsNewestCards()
+    {
+        QTemporaryDir home;
+        QVERIFY(writeText(home.filePath(u".thunderbird/profiles.ini"_s), "[Profile0]\nName=p\nIsRelative=1\nPath=p\n"));
+        const QString path = home.filePath(u".thunderbird/p/abook.sqlite"_s);
+        QVERIFY(writeBook(path, {{u"1"_s, {{u"FirstName"_s, u"Old"_s}}}}));
+        const QString connection = u"thunderbird-at-work"_s;
+        {
+            // The client's own connection adds a card to its log and keeps it there.
+            QSqlDatabase client = QSqlDatabase::addDatabase(u"QSQLITE"_s, connection);
+            client.setDatabaseName(path);
+            QVERIFY(client.open());
+            QSqlQuery query(client);
+            QVERIFY(query.exec(u"PRAGMA wal_autocheckpoint=0"_s));
+            QVERIFY(query.exec(u"INSERT INTO properties VALUES ('2', 'FirstName', 'New')"_s));
+            QVERIFY(QFile::exists(path + u"-wal"_s));
+            const ThunderbirdProfiles profiles(home.path());
+            const Result<std::vector<MailContactItem>> items =
+                profiles.items(profiles.GetDefaultFolder(DefaultFolder::Contacts)->entryId);
+            QVERIFY2(items.ok(), qPrintable(items.error().message));
+            QCOMPARE(items->size(), size_t(2));
+            QCOMPARE(items->at(1).values[1], u"New"_s);
+        }
+        QSqlDatabase::removeDatabase(connection);
     }
 
     void aBookThatIsNoDatabase_saysSo()

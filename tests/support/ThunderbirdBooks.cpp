@@ -21,7 +21,9 @@ bool writeBook(const QString& path, const std::vector<Card>& cards, const QStrin
         database.setDatabaseName(path);
         if (database.open()) {
             QSqlQuery query(database);
-            written = query.exec(u"CREATE TABLE properties (card TEXT, name TEXT, value TEXT)"_s) &&
+            // Thunderbird keeps its books in write-ahead-log mode.
+            written = query.exec(u"PRAGMA journal_mode=WAL"_s) &&
+                      query.exec(u"CREATE TABLE properties (card TEXT, name TEXT, value TEXT)"_s) &&
                       query.exec(u"CREATE TABLE lists (uid TEXT PRIMARY KEY, name TEXT, nickName TEXT, "
                                  u"description TEXT)"_s) &&
                       query.exec(u"CREATE TABLE list_cards (list TEXT, card TEXT, PRIMARY KEY(list, card))"_s) &&

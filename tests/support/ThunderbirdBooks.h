@@ -17,7 +17,8 @@ struct Card
     QList<std::pair<QString, QString>> properties; // name, value; "_vCard" for the newer form
 };
 
-// Writes the book (the folder is made); false when SQLite refuses.
+// Writes the book in write-ahead-log mode, as Thunderbird does (the folder is made); false when
+// SQLite refuses.
 bool writeBook(const QString& path, const std::vector<Card>& cards, const QStringList& listNames = {});
 
 // Writes a text file, making its folder.
