@@ -503,9 +503,8 @@ void FrmMailMerge::LstDataSrc_Click(int index)
 
 void FrmMailMerge::ImportSource(int index)
 {
-    // The address book, mail-client, spreadsheet and database readers are not part of this
-    // build: the user is told so and the wizard stays on its page. What follows each source's
-    // import is done all the same.
+    // The spreadsheet and database readers are not part of this build: the user is told so and
+    // the wizard stays on its page. What follows each source's import is done all the same.
     if (index == 0) {
         ImportWabFile();
     } else if (index == 1) {
