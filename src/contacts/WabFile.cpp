@@ -113,8 +113,14 @@ public:
         }
         std::vector<Record> records;
         qint64 previousEnd = 0;
+        qint64 previousOffset = -1;
         QSet<quint32> ids;
         for (const IndexEntry& entry : index) {
+            // An index that lists one record twice gives it once.
+            if (entry.offset == previousOffset) {
+                continue;
+            }
+            previousOffset = entry.offset;
             if (entry.offset < previousEnd) {
                 return damaged(u"record %1 overlaps the record before it"_s.arg(entry.id));
             }

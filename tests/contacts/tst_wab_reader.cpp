@@ -207,17 +207,23 @@ private slots:
         QCOMPARE(reader.count(), 0);
     }
 
-    void wab_indexNamingOneIdTwice_givesThatContactOnce()
+    void wab_indexNamingOneIdOrRecordTwice_givesThatContactOnce()
     {
         Writer writer;
         writer.addRecord(7, {Writer::text(0x3003, u"first@example.com"_s)});
         writer.addRecord(7, {Writer::text(0x3003, u"second@example.com"_s)});
         writer.addRecord(8, {Writer::text(0x3003, u"third@example.com"_s)});
-        const Result<std::vector<WabFile::Record>> records = WabFile::parse(writer.bytes(), u"twice.wab"_s);
+        QByteArray bytes = writer.bytes();
+        const Result<std::vector<WabFile::Record>> records = WabFile::parse(bytes, u"twice.wab"_s);
         QVERIFY(records.ok());
         QCOMPARE(records->size(), size_t(2));
         QCOMPARE(records->at(0).first(0x3003), u"first@example.com"_s);
         QCOMPARE(records->at(1).first(0x3003), u"third@example.com"_s);
+        // The third index entry points at the first record again: that record is read once.
+        setWord(bytes, 120 + 2 * 8 + 4, static_cast<quint32>(writer.recordOffset(0)));
+        const Result<std::vector<WabFile::Record>> again = WabFile::parse(bytes, u"twice.wab"_s);
+        QVERIFY2(again.ok(), qPrintable(again.error().message));
+        QCOMPARE(again->size(), size_t(1));
     }
 
     // Thousands of damaged variants of a good book: each read ends, with records or a reason,
