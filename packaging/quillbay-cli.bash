@@ -15,7 +15,7 @@ _quillbay_cli()
             COMPREPLY=($(compgen -d -- "$current"))
             return ;;
         --kind)
-            COMPREPLY=($(compgen -W "tab comma excel access" -- "$current"))
+            COMPREPLY=($(compgen -W "tab comma excel access addressbook mailclient" -- "$current"))
             return ;;
         --tls)
             COMPREPLY=($(compgen -W "auto starttls ssl off" -- "$current"))

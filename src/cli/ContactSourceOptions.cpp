@@ -1,6 +1,7 @@
 #include "ContactSourceOptions.h"
 
 #include "CliOutput.h"
+#include "ContactBookSources.h"
 #include "contacts/AccessImport.h"
 #include "contacts/DataSources.h"
 #include "contacts/DelimitedText.h"
@@ -24,7 +25,7 @@ namespace {
 
 using Loaded = Result<LoadedContacts>;
 
-const QStringList Kinds = {u"tab"_s, u"comma"_s, u"excel"_s, u"access"_s, u"addressbook"_s};
+const QStringList Kinds = {u"tab"_s, u"comma"_s, u"excel"_s, u"access"_s, u"addressbook"_s, u"mailclient"_s};
 // The fields that have a blank-field text, by their token names, in the order of the texts.
 const QStringList BlankFields = {u"FirstName"_s, u"LastName"_s, u"Job-Title"_s, u"CompanyName"_s};
 
@@ -130,11 +131,14 @@ Result<BlankReplacers> blankReplacers(const QStringList& pairs)
 
 void ContactSourceOptions::addTo(QCommandLineParser& parser)
 {
-    parser.addOption({u"contacts"_s, u"The contact list."_s, u"FILE"_s});
+    parser.addOption({u"contacts"_s,
+                      u"The contact list; with --kind mailclient the name or identifier of an address book of "
+                      u"the mail client (default: its personal address book)."_s,
+                      u"FILE"_s});
     parser.addOption({u"kind"_s,
-                      u"tab, comma, excel, access or addressbook (default: comma for a .csv file, excel for a "
-                      u".xls or .xlsx workbook, access for a .mdb or .accdb database, tab for any other text "
-                      u"file). Address books cannot be read by this build."_s,
+                      u"tab, comma, excel, access, addressbook (.wab or .vcf) or mailclient (default: comma for a "
+                      u".csv file, excel for a .xls or .xlsx workbook, access for a .mdb or .accdb database, "
+                      u"addressbook for .wab and .vcf, tab for any other text file)."_s,
                       u"KIND"_s});
     parser.addOption({u"sheet"_s, u"The sheet of a workbook (kind excel; default: its first sheet)."_s, u"NAME"_s});
     parser.addOption(
@@ -167,14 +171,25 @@ Result<ContactSourceOptions> ContactSourceOptions::from(const QCommandLineParser
     using Failure = Result<ContactSourceOptions>;
     ContactSourceOptions options;
     const QString given = parser.value(u"contacts"_s);
-    if (given.isEmpty()) {
-        return Failure::failure(2, u"--contacts FILE is required"_s);
-    }
-    options.path = QFileInfo(given).absoluteFilePath();
     options.kind = parser.isSet(u"kind"_s) ? parser.value(u"kind"_s) : kindOfFileName(given);
     if (!Kinds.contains(options.kind)) {
         return Failure::failure(
-            2, u"unknown --kind \"%1\" (tab, comma, excel, access or addressbook)"_s.arg(options.kind));
+            2, u"unknown --kind \"%1\" (tab, comma, excel, access, addressbook or mailclient)"_s.arg(options.kind));
+    }
+    const bool mailClient = options.kind == u"mailclient"_s;
+    if (given.isEmpty() && !mailClient) {
+        return Failure::failure(2, u"--contacts FILE is required"_s);
+    }
+    // A folder of the mail client is a name, not a path.
+    options.path = mailClient ? given : QFileInfo(given).absoluteFilePath();
+    if (mailClient || options.kind == u"addressbook"_s) {
+        for (const QString& option : {u"map"_s, u"custom"_s, u"blank"_s, u"skip-first-row"_s}) {
+            if (parser.isSet(option)) {
+                return Failure::failure(
+                    2, u"--%1 belongs to the kinds with columns (tab, comma, excel, access): an address book "
+                       u"has fixed fields"_s.arg(option));
+            }
+        }
     }
     if (parser.isSet(u"sheet"_s) && options.kind != u"excel"_s) {
         return Failure::failure(2, u"--sheet belongs to --kind excel"_s);
@@ -212,6 +227,9 @@ int ContactSourceOptions::sourceIndex() const
 {
     if (kind == u"addressbook"_s) {
         return static_cast<int>(SourceKind::AddressBook);
+    }
+    if (kind == u"mailclient"_s) {
+        return static_cast<int>(SourceKind::MailClient);
     }
     if (kind == u"excel"_s) {
         return static_cast<int>(SourceKind::Excel);
@@ -418,11 +436,16 @@ Result<LoadedContacts> loadContacts(const ContactSourceOptions& options, Contact
     if (options.kind == u"excel"_s) {
         return loadExcelContacts(options, table);
     }
+    if (options.kind == u"addressbook"_s) {
+        return loadAddressBook(options, table);
+    }
+    if (options.kind == u"mailclient"_s) {
+        return loadMailClientFolder(options, table);
+    }
     if (options.kind == u"access"_s) {
         return loadAccessContacts(options, table);
     }
-    return Loaded::failure(2, u"the contact kind \"%1\" is not available in this build; only text files, "
-                              u"workbooks and access databases can be read"_s.arg(options.kind));
+    return Loaded::failure(2, u"unknown contact kind \"%1\""_s.arg(options.kind));
 }
 
 std::optional<int> MergeContacts::read(const ContactSourceOptions& source)

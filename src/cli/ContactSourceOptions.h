@@ -19,8 +19,8 @@ class QCommandLineParser;
 // standard fields of that map and --custom its three custom fields.
 struct ContactSourceOptions
 {
-    QString path; // absolute, as the wizard's file dialog gives it
-    QString kind; // tab | comma | excel | access | addressbook
+    QString path; // absolute, as the wizard's file dialog gives it; for mailclient a folder's name or id
+    QString kind; // tab | comma | excel | access | addressbook | mailclient
     QString sheet;
     QString table;
     QString password;

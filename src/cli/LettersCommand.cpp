@@ -16,7 +16,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-const QString Usage = u"quillbay-cli letters --contacts FILE [--kind tab|comma|excel|access|addressbook] "
+const QString Usage = u"quillbay-cli letters --contacts FILE [--kind tab|comma|excel|access|addressbook|mailclient] "
                       u"[--sheet NAME] [--table NAME] [--password TEXT | --db-password-env VAR] [--skip-first-row] "
                       u"[--map FIELD=COLUMN]... "
                       u"[--custom NAME=COLUMN]... [--blank FIELD=TEXT]... --template FILE "

@@ -33,7 +33,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 const QString Usage =
-    u"quillbay-cli mail --contacts FILE [--kind tab|comma|excel|access|addressbook] [--sheet NAME] "
+    u"quillbay-cli mail --contacts FILE [--kind tab|comma|excel|access|addressbook|mailclient] [--sheet NAME] "
     u"[--table NAME] [--password TEXT | --db-password-env VAR] [--skip-first-row] [--map FIELD=COLUMN]... "
     u"[--custom NAME=COLUMN]... "
     u"[--blank FIELD=TEXT]... --subject TEXT --body FILE.html [--attach TEMPLATE] "

@@ -1,5 +1,7 @@
 #include "SmtpSink.h"
 #include "TestSupport.h"
+#include "ThunderbirdBooks.h"
+#include "WabWriter.h"
 #include "core/SettingsKeys.h"
 #include "core/SettingsStore.h"
 #include "wordlink/DocumentEngine.h"
@@ -212,15 +214,26 @@ private slots:
         QTest::newRow("no heading row in a table")
             << mail + toFolder + QStringList{u"--kind"_s, u"access"_s, u"--skip-first-row"_s}
             << u"--skip-first-row does not apply to --kind access"_s;
-        QTest::newRow("address book by its ending")
-            << QStringList{u"letters"_s,
-                           u"--contacts"_s,
-                           path(u"people.vcf"_s),
-                           u"--template"_s,
-                           path(u"letter.docx"_s),
-                           u"--out-dir"_s,
-                           eml}
-            << u"the contact kind \"addressbook\" is not available in this build"_s;
+        QTest::newRow("address book by its ending") << QStringList{u"letters"_s,
+                                                                   u"--contacts"_s,
+                                                                   path(u"people.vcf"_s),
+                                                                   u"--template"_s,
+                                                                   path(u"letter.docx"_s),
+                                                                   u"--out-dir"_s,
+                                                                   eml}
+                                                    << u"File Doesn't Exists: "_s + path(u"people.vcf"_s);
+        QVERIFY(writeFile(path(u"cut.vcf"_s), "BEGIN:VCARD\r\nFN:Ann\r\n"));
+        QTest::newRow("address book cut short") << mail + toFolder + QStringList{u"--contacts"_s, path(u"cut.vcf"_s)}
+                                                << u"the vCard that begins on line 1 has no END:VCARD"_s;
+        QTest::newRow("address book of another ending")
+            << mail + toFolder + QStringList{u"--kind"_s, u"addressbook"_s} << u"Choose a Valid file!"_s;
+        QTest::newRow("map of an address book")
+            << mail + toFolder + QStringList{u"--contacts"_s, path(u"cut.vcf"_s), u"--map"_s, u"FirstName=FN"_s}
+            << u"--map belongs to the kinds with columns"_s;
+        QTest::newRow("no mail client")
+            << QStringList{u"mail"_s, u"--kind"_s, u"mailclient"_s, u"--subject"_s, u"Hi"_s, u"--body"_s, body} +
+                   toFolder
+            << u"the mail client has no default address book"_s;
         QTest::newRow("sheet of a text file")
             << mail + toFolder + QStringList{u"--sheet"_s, u"S"_s} << u"--sheet belongs to --kind excel"_s;
         QTest::newRow("missing file")
@@ -647,6 +660,61 @@ private slots:
         QCOMPARE(cli.exitCode(), 1);
         QCOMPARE(QString::fromUtf8(cli.readAllStandardError()), u"quillbay-cli: the run was cut off by a signal\n"_s);
         QVERIFY(QString::fromUtf8(cli.readAllStandardOutput()).contains(u"Process Cancelled!"_s));
+    }
+
+    void mail_fromAnAddressBook_hasNoBlankTexts()
+    {
+        WabWriter writer;
+        writer.addRecord({WabWriter::text(0x3001, u"Ann Lee"_s), WabWriter::text(0x3A11, u"Lee"_s),
+                          WabWriter::text(0x3003, u"ann@example.com"_s), WabWriter::text(0x3A16, u"Acme"_s)});
+        writer.addRecord({WabWriter::text(0x3001, u"Moe"_s), WabWriter::text(0x3A11, u"Moe"_s),
+                          WabWriter::text(0x3003, u"moe@example.com"_s)});
+        const QString book = path(u"friends.wab"_s);
+        QVERIFY(writeFile(book, writer.bytes()));
+        const QString folder = path(u"fromBook"_s);
+        const CliResult result =
+            runCli({u"mail"_s, u"--contacts"_s, book, u"--subject"_s, u"News for [[FirstName]] [[LastName]]"_s,
+                    u"--body"_s, m_body, u"--from"_s, u"news@example.com"_s, u"--eml-dir"_s, folder});
+        QCOMPARE(result.err, QString());
+        QCOMPARE(result.exitCode, 0);
+        QCOMPARE(QDir(folder).entryList(QDir::Files), (QStringList{u"00001.eml"_s, u"00002.eml"_s}));
+        QVERIFY(readFile(folder + u"/00001.eml"_s).contains("Subject: News for Ann Lee\r\n"));
+        // Blank-field texts belong to the mapped sources: Moe's empty first name stays empty.
+        QVERIFY(readFile(folder + u"/00002.eml"_s).contains("Subject: News for  Moe\r\n"));
+        SettingsStore::instance().reload();
+        QCOMPARE(SettingsStore::instance().value(Keys::WabFilename), book);
+    }
+
+    void mail_fromTheMailClient_byDefaultOrByName()
+    {
+        QTemporaryDir home;
+        QVERIFY(ThunderbirdBooks::writeText(home.filePath(u".thunderbird/profiles.ini"_s),
+                                            "[Profile0]\nName=default\nIsRelative=1\nPath=p.default\n"));
+        QVERIFY(ThunderbirdBooks::writeText(home.filePath(u".thunderbird/p.default/prefs.js"_s),
+                                            "user_pref(\"ldap_2.servers.x.filename\", \"clients.sqlite\");\n"
+                                            "user_pref(\"ldap_2.servers.x.description\", \"Clients\");\n"));
+        QVERIFY(ThunderbirdBooks::writeBook(home.filePath(u".thunderbird/p.default/abook.sqlite"_s),
+                                            {{u"1"_s, {{u"PrimaryEmail"_s, u"ann@example.com"_s}}},
+                                             {u"2"_s, {{u"PrimaryEmail"_s, u"bo@example.com"_s}}}},
+                                            {u"Everyone"_s}));
+        QVERIFY(ThunderbirdBooks::writeBook(home.filePath(u".thunderbird/p.default/clients.sqlite"_s),
+                                            {{u"1"_s,
+                                              {{u"_vCard"_s, u"BEGIN:VCARD\r\nVERSION:4.0\r\nN:Berg;Cy;;;\r\n"
+                                                             u"EMAIL:cy@example.com\r\nEND:VCARD\r\n"_s}}}}));
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(u"HOME"_s, home.path());
+        const QStringList mail = {u"mail"_s,   u"--kind"_s, u"mailclient"_s, u"--subject"_s, u"Hi [[FirstName]]"_s,
+                                  u"--body"_s, m_body,      u"--eml-dir"_s};
+        CliResult result = runCli(mail + QStringList{path(u"client1"_s)}, environment);
+        QCOMPARE(result.err, QString());
+        QCOMPARE(QDir(path(u"client1"_s)).entryList(QDir::Files), (QStringList{u"00001.eml"_s, u"00002.eml"_s}));
+        result = runCli(mail + QStringList{path(u"client2"_s), u"--contacts"_s, u"Clients"_s}, environment);
+        QCOMPARE(result.exitCode, 0);
+        QVERIFY(readFile(path(u"client2/00001.eml"_s)).contains("Subject: Hi Cy\r\n"));
+        result = runCli(mail + QStringList{path(u"client3"_s), u"--contacts"_s, u"Friends"_s}, environment);
+        QCOMPARE(result.exitCode, 2);
+        QVERIFY2(result.err.contains(u"no address book \"Friends\"; it has \"Personal Address Book\""_s),
+                 qPrintable(result.err));
     }
 
     void letters_inAFolderAndCombined()

@@ -1,6 +1,7 @@
 #include "FrmMailMerge.h"
 
 #include "ContactListView.h"
+#include "FrmPick.h"
 #include "ProgressPanel.h"
 #include "WizardPages.h"
 #include "WizardRunView.h"
@@ -9,9 +10,11 @@
 #include "contacts/DataSources.h"
 #include "contacts/ExcelImport.h"
 #include "contacts/MergeFieldTable.h"
+#include "contacts/WabReader.h"
 #include "core/AppPaths.h"
 #include "core/CommonRoutines.h"
 #include "core/Dialogs.h"
+#include "core/ListSeparator.h"
 #include "core/MessageBoxes.h"
 #include "core/PlainFile.h"
 #include "core/SettingsKeys.h"
@@ -47,6 +50,7 @@
 #include <QPointer>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QScopeGuard>
 #include <QScopedValueRollback>
 #include <QStackedWidget>
 #include <QTabWidget>
@@ -463,6 +467,7 @@ void FrmMailMerge::connectSourcePage()
 {
     connect(m_source->LstDataSrc, &QListWidget::currentRowChanged, this, &FrmMailMerge::LstDataSrc_Click);
     connect(m_source->CmdBrowseWab, &QToolButton::clicked, this, &FrmMailMerge::CmdBrowseWab_Click);
+    connect(m_source->CmdBrowse, &QToolButton::clicked, this, &FrmMailMerge::CmdBrowse_Click);
     connect(m_source->CmdBrowseXlSheet, &QToolButton::clicked, this, &FrmMailMerge::CmdBrowseXlSheet_Click);
     // Choosing an entry, by the user or by the listing, asks for the columns to be read again.
     connect(m_source->cboSheets, &QComboBox::currentIndexChanged, this, [this](int index) {
@@ -518,23 +523,24 @@ void FrmMailMerge::LstDataSrc_Click(int index)
             m_commaFile = kept;
         }
     }
+    if (index == 1 && m_source->txtContact->text().isEmpty()) {
+        ResolveDefaultContactFolder();
+    }
     ShowSourcePanel(index);
 }
 
 void FrmMailMerge::ImportSource(int index)
 {
-    // The address book and mail-client readers are not part of this build: the user is told so
-    // and the wizard stays on its page. What follows each source's import is done all the same.
-    if (index == 4 || index == 5) {
+    if (index == 0) {
+        ImportWabFile();
+    } else if (index == 1) {
+        ImportOutlookFolder();
+    } else if (index == 4 || index == 5) {
         OpenTextSource(index == 4 ? TextKind::Tab : TextKind::Comma);
     } else if (index == 2) {
         OpenExcelSource();
     } else if (index == 3) {
         OpenAccessSource();
-    } else {
-        MessageBoxes::information(u"Contacts from \""_s + m_source->LstDataSrc->item(index)->text() +
-                                  u"\" cannot be read by this version of Quillbay+. "
-                                  u"Please use a tab or comma separated text file."_s);
     }
     if (index != 1) {
         m_fieldMapPage->ChkSkip->setEnabled(index != 3);
@@ -551,6 +557,10 @@ void FrmMailMerge::ImportSource(int index)
 void FrmMailMerge::CmdBrowseWab_Click()
 {
     const QString kind = Tag(m_source->txtWabfile);
+    if (kind == u"WAB"_s) {
+        BrowseAddressBook();
+        return;
+    }
     if (kind != u"TAB"_s && kind != u"COM"_s) {
         return;
     }
@@ -579,6 +589,200 @@ bool FrmMailMerge::hasFileName(QLineEdit* box)
     MessageBoxes::information(u"Choose a Valid file!"_s);
     box->setFocus();
     return false;
+}
+
+void FrmMailMerge::BrowseAddressBook()
+{
+    m_mapImported = false;
+    const QString chosen =
+        Dialogs::ShowFileDialog(u"Address Books (*.wab;*.vcf)|*.wab;*.vcf|Windows Address Book (*.Wab)|*.wab|"
+                                u"vCard Files (*.vcf)|*.vcf"_s,
+                                TextUtil::trimSpaces(m_source->txtWabfile->text()), this);
+    if (chosen.isEmpty()) {
+        return;
+    }
+    if (!AddressBook::hasAddressBookExtension(chosen)) {
+        MessageBoxes::information(u"Not a Legal Source"_s);
+        return;
+    }
+    m_wabFile = chosen;
+    m_source->txtWabfile->setText(chosen);
+    setTag(m_source->lblWabName, QString());
+}
+
+void FrmMailMerge::ImportWabFile()
+{
+    QLineEdit* box = m_source->txtWabfile;
+    if (box->text().isEmpty()) {
+        MessageBoxes::information(u"Choose a Valid file!"_s);
+        box->setFocus();
+        return;
+    }
+    const auto closing = qScopeGuard([this] {
+        m_progress->finish();
+        m_selection.resetToRowCount();
+    });
+    if (Tag(m_source->lblWabName) != box->text()) {
+        const QString path = box->text();
+        if (!AddressBook::hasAddressBookExtension(path)) {
+            MessageBoxes::information(u"Choose a Valid file!"_s);
+            return;
+        }
+        if (!FileExists(path)) {
+            MessageBoxes::information(u"File Doesn't Exists"_s);
+            return;
+        }
+        WaitCursor wait;
+        const QScopedValueRollback importing(m_importing, true);
+        m_table.clear();
+        WabReader reader;
+        if (const Status opened = reader.open(path); !opened.ok()) {
+            // A damaged book says what is wrong with it; the wizard stays on its page.
+            MessageBoxes::information(opened.error().message);
+            return;
+        }
+        const int count = reader.count();
+        m_progress->BeginProgress(count);
+        if (count < 1) {
+            MessageBoxes::show(
+                {u"Contacts are not Available"_s, u"Quillbay+"_s, MessageButtons::OkCancel, MessageIcon::Information});
+        } else {
+            hideCustomColumns();
+            // The bar's width is kept as a whole number of twips, rounded at each record: with
+            // more than 8000 records a step rounds to nothing and the bar stands still.
+            const double step = ProgressPanel::FullWidth / count;
+            int width = 0;
+            std::vector<Contact> rows;
+            for (int k = 0; k < count; ++k) {
+                reader.select(k);
+                AddWabRow(reader, rows);
+                width = qRound(width + step);
+                m_progress->setWidth(width);
+                if ((k + 1) % 200 == 0) {
+                    m_table.appendRows(std::move(rows));
+                    rows.clear();
+                    QCoreApplication::processEvents();
+                }
+            }
+            m_table.appendRows(std::move(rows));
+        }
+        reader.close();
+        setTag(m_source->lblWabName, box->text());
+    }
+    ShowPage(Contacts);
+}
+
+void FrmMailMerge::AddWabRow(const WabReader& reader, std::vector<Contact>& rows)
+{
+    Contact row;
+    row.cells = AddressBook::rowCells(reader);
+    rows.push_back(std::move(row));
+    setTag(m_contacts->lblConTitle, Change);
+}
+
+void FrmMailMerge::hideCustomColumns()
+{
+    for (int cell = MergeFieldTable::FirstCustomCell; cell < MergeFieldTable::CellCount; ++cell) {
+        m_contacts->LsvSelection->setColumnWidth(cell, 0);
+    }
+}
+
+void FrmMailMerge::ResolveDefaultContactFolder()
+{
+    // This reading of the remembered folder has an empty default, unlike the key's declaration.
+    QLineEdit* box = m_source->txtContact;
+    const SettingsStore& store = SettingsStore::instance();
+    box->setText(store.GetSetting(QString::fromLatin1(Keys::ContactsFolderName.section),
+                                  QString::fromLatin1(Keys::ContactsFolderName.key)));
+    setTag(box, store.GetSetting(QString::fromLatin1(Keys::ContactsEntryId.section),
+                                 QString::fromLatin1(Keys::ContactsEntryId.key)));
+    if (box->text().isEmpty()) {
+        if (const std::optional<MailFolder> contacts =
+                MailClient::attach()->GetDefaultFolder(DefaultFolder::Contacts)) {
+            box->setText(contacts->name);
+            setTag(box, contacts->entryId);
+        }
+    }
+}
+
+void FrmMailMerge::CmdBrowse_Click()
+{
+    FrmPick pick(this);
+    {
+        WaitCursor wait;
+        pick.LoadTreeSpecific();
+    }
+    pick.showModal();
+    if (!pick.PickResult.isEmpty()) {
+        const QStringList parts = pick.PickResult.split(ListSeparator());
+        setTag(m_source->lblContact, m_source->txtContact->text());
+        m_source->txtContact->setText(parts.value(0));
+        setTag(m_source->txtContact, parts.value(1));
+    }
+}
+
+void FrmMailMerge::ImportOutlookFolder()
+{
+    QLineEdit* box = m_source->txtContact;
+    std::optional<MailFolder> folder;
+    int itemCount = -1;
+    if (Tag(m_source->lblContact) != box->text()) {
+        const std::unique_ptr<MailNamespace> client = MailClient::attach();
+        folder = client->GetFolderFromID(Tag(box));
+        if (!folder || TextUtil::trimSpaces(box->text()) != folder->name) {
+            MessageBoxes::information(u"Please Choose a Contact Folder"_s);
+            m_progress->finish();
+            m_selection.resetToRowCount();
+            return;
+        }
+        WaitCursor wait;
+        const QScopedValueRollback importing(m_importing, true);
+        Result<std::vector<MailContactItem>> items = client->items(folder->entryId);
+        if (!items.ok()) {
+            // An address book that cannot be read says why; the wizard stays on its page.
+            MessageBoxes::information(items.error().message);
+            m_selection.resetToRowCount();
+            return;
+        }
+        itemCount = static_cast<int>(items->size());
+        if (itemCount > 0) {
+            ReadContactItems(items.value());
+            setTag(m_source->lblContact, box->text());
+        }
+    }
+    if (itemCount != 0) {
+        ShowPage(Contacts);
+        m_cmdBack->setEnabled(true);
+        setTag(m_contacts->lblConTitle, Change);
+    }
+    m_progress->finish();
+    if (folder && itemCount == 0) {
+        MessageBoxes::information(u"No Items Available in "_s + folder->name + u" Folder"_s);
+    }
+    m_selection.resetToRowCount();
+}
+
+void FrmMailMerge::ReadContactItems(const std::vector<MailContactItem>& items)
+{
+    m_table.clear();
+    m_progress->BeginProgress(static_cast<double>(items.size()));
+    hideCustomColumns();
+    QCoreApplication::processEvents();
+    std::vector<Contact> rows;
+    int done = 0;
+    for (const MailContactItem& item : items) {
+        // Mailing lists and other items are passed over, though they count in the progress.
+        if (std::optional<Contact> row = MailClient::contactRow(item)) {
+            rows.push_back(std::move(*row));
+        }
+        m_progress->advance();
+        if (++done % 200 == 0) {
+            m_table.appendRows(std::move(rows));
+            rows.clear();
+            QCoreApplication::processEvents();
+        }
+    }
+    m_table.appendRows(std::move(rows));
 }
 
 void FrmMailMerge::OpenTextSource(TextKind kind)

@@ -4,6 +4,7 @@
 #include "contacts/ContactTable.h"
 #include "contacts/DelimitedText.h"
 #include "contacts/FieldMap.h"
+#include "contacts/MailNamespace.h"
 #include "core/Result.h"
 #include "delivery/DeliveryJournal.h"
 #include "merge/RunOutcome.h"
@@ -34,6 +35,7 @@ class QStackedWidget;
 class SendPage;
 class SourcePage;
 class TemplatePage;
+class WabReader;
 
 // "Quillbay+ : Merge Mails": the wizard that leads from a contact source to finished mails or
 // letters. Seven pages share one bar of Back, Next and Close; exactly one page is current and
@@ -120,6 +122,19 @@ private:
     void CmdBrowseWab_Click();
     // Next on a file source with an empty file box: "Choose a Valid file!" and the focus to the box.
     bool hasFileName(QLineEdit* box);
+    // The address book: the file dialog of the shared file panel, and Next on the first page,
+    // which fills the contact table at once (no map page) and rows of AddWabRow.
+    void BrowseAddressBook();
+    void ImportWabFile();
+    void AddWabRow(const WabReader& reader, std::vector<Contact>& rows);
+    // The mail client's contact folder: the folder the panel starts with, its dialog, and Next
+    // on the first page, which fills the contact table at once from the folder's contacts.
+    void ResolveDefaultContactFolder();
+    void CmdBrowse_Click();
+    void ImportOutlookFolder();
+    void ReadContactItems(const std::vector<MailContactItem>& items);
+    // The custom columns 14 to 16 of the contact list get no width (sources 0 and 1 have none).
+    void hideCustomColumns();
     void OpenTextSource(TextKind kind);
     void ImportTextFile(TextKind kind);
     void CmdBrowseXlSheet_Click();

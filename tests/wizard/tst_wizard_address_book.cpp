@@ -1,0 +1,189 @@
+#include "TestSupport.h"
+#include "WabWriter.h"
+#include "core/Dialogs.h"
+#include "wizard/ui/ContactListView.h"
+#include "wizard/ui/FrmMailMerge.h"
+#include "wizard/ui/ProgressPanel.h"
+#include "wizard/ui/WizardPages.h"
+
+#include <QFile>
+#include <QHeaderView>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QToolButton>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+void writeFile(const QString& path, const QByteArray& bytes)
+{
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    QCOMPARE(file.write(bytes), bytes.size());
+}
+
+QByteArray book(const QStringList& emails)
+{
+    WabWriter writer;
+    for (const QString& email : emails) {
+        writer.addRecord({WabWriter::text(0x3001, u"Ann Lee"_s), WabWriter::text(0x3A11, u"Lee"_s),
+                          WabWriter::text(0x3003, email), WabWriter::text(0x3A16, u"Acme"_s)});
+    }
+    return writer.bytes();
+}
+
+} // namespace
+
+class WizardAddressBookTest : public QObject
+{
+    Q_OBJECT
+
+private:
+    QTemporaryDir m_dir;
+    FrmMailMerge* m_wizard = nullptr;
+
+    SourcePage* source() const { return m_wizard->sourcePage(); }
+
+    void openOnAddressBook()
+    {
+        m_wizard = FrmMailMerge::instance();
+        m_wizard->show();
+        source()->LstDataSrc->setCurrentRow(0);
+    }
+
+    void browse(const QString& path)
+    {
+        Dialogs::setNextResult(path);
+        source()->CmdBrowseWab->click();
+    }
+
+    QStringList emails() const
+    {
+        QStringList cells;
+        for (int row = 1; row <= m_wizard->contactTable().count(); ++row) {
+            cells << m_wizard->contactTable().cell(row, 0);
+        }
+        return cells;
+    }
+
+private slots:
+    void initTestCase() { TestSupport::isolateUserFolders(); }
+
+    void init()
+    {
+        TestSupport::resetSettings();
+        Dialogs::clearNextResults();
+    }
+
+    void cleanup()
+    {
+        delete m_wizard;
+        m_wizard = nullptr;
+    }
+
+    void wabFile_fromTheFirstPageToTheContactPage_readOnceUntilAnotherSource()
+    {
+        TestSupport::MessageRecorder messages;
+        const QString path = m_dir.filePath(u"friends.wab"_s);
+        writeFile(path, book({u"ann@example.com"_s, QString()}));
+        openOnAddressBook();
+        browse(path);
+        QCOMPARE(source()->txtWabfile->text(), path);
+        m_wizard->CmdNext_Click();
+        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::Contacts));
+        QCOMPARE(emails(), (QStringList{u"ann@example.com"_s, QString()}));
+        const ContactTable& table = m_wizard->contactTable();
+        QCOMPARE(table.cell(2, 1), u"Ann"_s);
+        QCOMPARE(table.cell(2, 4), u"Acme"_s);
+        QVERIFY(table.at(2).checked); // no e-mail address, checked like any other
+        QCOMPARE(m_wizard->selection().SelectedCount(), 2);
+        QCOMPARE(m_wizard->contactsPage()->LsvSelection->columnWidth(13), 0);
+        QCOMPARE(FrmMailMerge::Tag(m_wizard->contactsPage()->lblConTitle), u"Change"_s);
+        QVERIFY(!m_wizard->progress()->isVisible());
+        QVERIFY(messages.messages().isEmpty());
+
+        // Back and Next with the same file do not read it again.
+        writeFile(path, book({u"new@example.com"_s}));
+        m_wizard->CmdBack_Click();
+        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::DataSource));
+        m_wizard->CmdNext_Click();
+        QCOMPARE(emails(), (QStringList{u"ann@example.com"_s, QString()}));
+
+        // Another source in between empties the mark: the book is read again.
+        m_wizard->CmdBack_Click();
+        source()->LstDataSrc->setCurrentRow(5);
+        m_wizard->CmdNext_Click(); // no comma file chosen: a message, the wizard stays
+        source()->LstDataSrc->setCurrentRow(0);
+        QCOMPARE(source()->txtWabfile->text(), path);
+        m_wizard->CmdNext_Click();
+        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::Contacts));
+        QCOMPARE(emails(), (QStringList{u"new@example.com"_s}));
+    }
+
+    void vcardFile_isAnAddressBookToo()
+    {
+        const QString path = m_dir.filePath(u"cards.VCF"_s);
+        writeFile(path, "BEGIN:VCARD\r\nVERSION:3.0\r\nFN:Bo Berg\r\nN:Berg;Bo;;;\r\nEMAIL;TYPE=HOME:bo@example.com\r\n"
+                        "END:VCARD\r\n");
+        openOnAddressBook();
+        browse(path);
+        m_wizard->CmdNext_Click();
+        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::Contacts));
+        QCOMPARE(m_wizard->contactTable().cell(1, 0), u"bo@example.com"_s);
+        QCOMPARE(m_wizard->contactTable().cell(1, 1), u"Bo"_s);
+        QCOMPARE(m_wizard->contactTable().cell(1, 2), u"Berg"_s);
+    }
+
+    void userMistakesAndDamagedBooks_eachHaveTheirMessage()
+    {
+        TestSupport::MessageRecorder messages;
+        openOnAddressBook();
+        QLineEdit* box = source()->txtWabfile;
+        const auto nextSays = [&](const QString& typed, const QString& message) {
+            box->setText(typed);
+            messages.clear();
+            m_wizard->CmdNext_Click();
+            QCOMPARE(messages.texts(), QStringList{message});
+            QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::DataSource));
+            QVERIFY(!m_wizard->progress()->isVisible());
+        };
+        nextSays(QString(), u"Choose a Valid file!"_s);
+        const QString list = m_dir.filePath(u"list.csv"_s);
+        writeFile(list, "Name,Email\r\n");
+        nextSays(list, u"Choose a Valid file!"_s); // a typed path is checked for its extension too
+        nextSays(m_dir.filePath(u"missing.wab"_s), u"File Doesn't Exists"_s);
+        const QString empty = m_dir.filePath(u"empty.wab"_s);
+        writeFile(empty, {});
+        nextSays(empty, u"File Doesn't Exists"_s);
+        const QString damaged = m_dir.filePath(u"damaged.wab"_s);
+        writeFile(damaged, book({u"a@example.com"_s}).left(150));
+        nextSays(damaged, u"The address book %1 is damaged: record 1 at offset 128 lies past the end of the file"_s.arg(
+                              damaged));
+        const QString cut = m_dir.filePath(u"cut.vcf"_s);
+        writeFile(cut, "BEGIN:VCARD\nFN:A\n");
+        nextSays(cut, u"%1 is cut short: the vCard that begins on line 1 has no END:VCARD"_s.arg(cut));
+
+        messages.clear();
+        browse(list);
+        QCOMPARE(messages.texts(), QStringList{u"Not a Legal Source"_s});
+        QCOMPARE(box->text(), cut);
+
+        // A book without live contacts: the question, then the empty contact page.
+        const QString none = m_dir.filePath(u"none.wab"_s);
+        writeFile(none, WabWriter().bytes());
+        box->setText(none);
+        messages.clear();
+        m_wizard->CmdNext_Click();
+        QCOMPARE(messages.texts(), QStringList{u"Contacts are not Available"_s});
+        QCOMPARE(messages.messages().constFirst().buttons, MessageButtons::OkCancel);
+        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::Contacts));
+        QCOMPARE(m_wizard->contactTable().count(), 0);
+    }
+};
+
+QTEST_MAIN(WizardAddressBookTest)
+#include "tst_wizard_address_book.moc"

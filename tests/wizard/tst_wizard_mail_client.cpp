@@ -1,0 +1,288 @@
+#include "TestSupport.h"
+#include "ThunderbirdBooks.h"
+#include "core/ListSeparator.h"
+#include "core/SettingsStore.h"
+#include "wizard/ui/ContactListView.h"
+#include "wizard/ui/FrmMailMerge.h"
+#include "wizard/ui/FrmPick.h"
+#include "wizard/ui/ProgressPanel.h"
+#include "wizard/ui/WizardPages.h"
+
+#include <QDir>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QPushButton>
+#include <QTest>
+#include <QToolButton>
+#include <QTreeWidget>
+
+using namespace Qt::StringLiterals;
+using ThunderbirdBooks::Card;
+
+namespace {
+
+// A mail client with mail folders beside its contact folders, as a store of a mail program has.
+class FakeNamespace : public MailNamespace
+{
+public:
+    std::vector<MailFolder> m_stores;
+    QString m_contacts;
+    QString m_inbox;
+
+    std::vector<MailFolder> stores() const override { return m_stores; }
+    std::optional<MailFolder> GetDefaultFolder(int which) const override
+    {
+        const QString name = which == DefaultFolder::Contacts ? m_contacts
+                             : which == DefaultFolder::Inbox  ? m_inbox
+                                                              : QString();
+        return name.isEmpty() ? std::nullopt : std::optional<MailFolder>(MailFolder{u"id-"_s + name, name, 0, {}, {}});
+    }
+    std::optional<MailFolder> GetFolderFromID(const QString& entryId) const override { return find(m_stores, entryId); }
+    Result<std::vector<MailContactItem>> items(const QString&) const override { return std::vector<MailContactItem>(); }
+
+private:
+    static std::optional<MailFolder> find(const std::vector<MailFolder>& folders, const QString& entryId)
+    {
+        for (const MailFolder& folder : folders) {
+            if (folder.entryId == entryId) {
+                return folder;
+            }
+            if (auto inner = find(folder.folders, entryId)) {
+                return inner;
+            }
+        }
+        return std::nullopt;
+    }
+};
+
+MailFolder folder(const QString& name, int type, const QString& parent, std::vector<MailFolder> folders = {})
+{
+    return {u"id-"_s + name, name, type, parent, std::move(folders)};
+}
+
+Card card(const QString& uid, const QString& email, const QString& firstName)
+{
+    return {uid, {{u"PrimaryEmail"_s, email}, {u"FirstName"_s, firstName}, {u"LastName"_s, u"Lee"_s}}};
+}
+
+QTreeWidgetItem* nodeNamed(QTreeWidget* tree, const QString& name)
+{
+    const QList<QTreeWidgetItem*> found = tree->findItems(name, Qt::MatchExactly | Qt::MatchRecursive);
+    return found.isEmpty() ? nullptr : found.constFirst();
+}
+
+} // namespace
+
+class WizardMailClientTest : public QObject
+{
+    Q_OBJECT
+
+private:
+    FrmMailMerge* m_wizard = nullptr;
+    QString m_profile;
+
+    SourcePage* source() const { return m_wizard->sourcePage(); }
+    QString book(const QString& name) const { return QDir(m_profile).filePath(name); }
+
+    void openOnMailClient()
+    {
+        m_wizard = FrmMailMerge::instance();
+        m_wizard->show();
+        source()->LstDataSrc->setCurrentRow(1);
+    }
+
+    QStringList firstNames() const
+    {
+        QStringList names;
+        for (int row = 1; row <= m_wizard->contactTable().count(); ++row) {
+            names << m_wizard->contactTable().cell(row, 1);
+        }
+        return names;
+    }
+
+    // Chooses a folder in the dialog by its name and presses OK.
+    static void pickFolder(const QString& name)
+    {
+        FrmPick::answerNextWith([name](FrmPick& pick) {
+            pick.trvFolders->setCurrentItem(nodeNamed(pick.trvFolders, name));
+            pick.cmdOk->click();
+        });
+    }
+
+private slots:
+    void initTestCase()
+    {
+        TestSupport::isolateUserFolders();
+        m_profile = QDir(TestSupport::homeFolder()).filePath(u".thunderbird/x1.default"_s);
+        QVERIFY(ThunderbirdBooks::writeText(QDir(TestSupport::homeFolder()).filePath(u".thunderbird/profiles.ini"_s),
+                                            "[Profile0]\nName=default\nIsRelative=1\nPath=x1.default\nDefault=1\n"));
+        QVERIFY(ThunderbirdBooks::writeText(book(u"prefs.js"_s),
+                                            "user_pref(\"ldap_2.servers.c.description\", \"Clients\");\n"
+                                            "user_pref(\"ldap_2.servers.c.filename\", \"clients.sqlite\");\n"
+                                            "user_pref(\"ldap_2.servers.e.description\", \"Empty\");\n"
+                                            "user_pref(\"ldap_2.servers.e.filename\", \"empty.sqlite\");\n"
+                                            "user_pref(\"ldap_2.servers.l.description\", \"Lists\");\n"
+                                            "user_pref(\"ldap_2.servers.l.filename\", \"lists.sqlite\");\n"));
+        QVERIFY(ThunderbirdBooks::writeBook(book(u"abook.sqlite"_s),
+                                            {card(u"a"_s, u"ann@example.com"_s, u"Ann"_s), card(u"b"_s, {}, u"Bo"_s)},
+                                            {u"Friends"_s}));
+        QVERIFY(ThunderbirdBooks::writeBook(book(u"clients.sqlite"_s), {card(u"c"_s, u"cy@example.com"_s, u"Cy"_s)}));
+        QVERIFY(ThunderbirdBooks::writeBook(book(u"empty.sqlite"_s), {}));
+        QVERIFY(ThunderbirdBooks::writeBook(book(u"lists.sqlite"_s), {}, {u"Team"_s}));
+    }
+
+    void init()
+    {
+        TestSupport::resetSettings();
+        MailClient::setAttachOverride({});
+    }
+
+    void cleanup()
+    {
+        delete m_wizard;
+        m_wizard = nullptr;
+        MailClient::setAttachOverride({});
+    }
+
+    void defaultBook_fromTheFirstPageToTheContactPage_readOnceUntilAnotherFolder()
+    {
+        TestSupport::MessageRecorder messages;
+        openOnMailClient();
+        QLineEdit* box = source()->txtContact;
+        QCOMPARE(box->text(), u"Personal Address Book"_s);
+        QCOMPARE(FrmMailMerge::Tag(box), u"thunderbird:"_s + book(u"abook.sqlite"_s));
+        m_wizard->CmdNext_Click();
+        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::Contacts));
+        QCOMPARE(firstNames(), (QStringList{u"Ann"_s, u"Bo"_s})); // the mailing list is passed over
+        QCOMPARE(m_wizard->contactTable().cell(1, 0), u"ann@example.com"_s);
+        QCOMPARE(m_wizard->contactTable().at(1).key, FrmMailMerge::Tag(box) + u"#a"_s);
+        QCOMPARE(m_wizard->selection().SelectedCount(), 2);
+        QCOMPARE(m_wizard->contactsPage()->LsvSelection->columnWidth(15), 0);
+        QVERIFY(m_wizard->CmdBack()->isEnabled());
+        QVERIFY(messages.messages().isEmpty());
+
+        // The same folder is not read again.
+        m_wizard->CmdBack_Click();
+        m_wizard->contactTable().setChecked(2, false);
+        m_wizard->CmdNext_Click();
+        QVERIFY(!m_wizard->contactTable().at(2).checked);
+
+        // Another folder from the dialog: the mark holds the old name, so Next reads it.
+        m_wizard->CmdBack_Click();
+        pickFolder(u"Clients"_s);
+        source()->CmdBrowse->click();
+        QCOMPARE(box->text(), u"Clients"_s);
+        QCOMPARE(FrmMailMerge::Tag(source()->lblContact), u"Personal Address Book"_s);
+        m_wizard->CmdNext_Click();
+        QCOMPARE(firstNames(), QStringList{u"Cy"_s});
+
+        // Closing the wizard remembers the folder; a new wizard starts with it.
+        m_wizard->close();
+        m_wizard = nullptr;
+        QCOMPARE(SettingsStore::instance().GetSetting(u"Contacts"_s, u"FolderName"_s), u"Clients"_s);
+        openOnMailClient();
+        QCOMPARE(source()->txtContact->text(), u"Clients"_s);
+    }
+
+    void folderMistakes_andEmptyFolders_haveTheirMessages()
+    {
+        TestSupport::MessageRecorder messages;
+        openOnMailClient();
+        QLineEdit* box = source()->txtContact;
+        box->setText(u"Personal Address Book (old)"_s);
+        m_wizard->CmdNext_Click();
+        QCOMPARE(messages.texts(), QStringList{u"Please Choose a Contact Folder"_s});
+        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::DataSource));
+
+        // The store itself is no contact folder: the dialog says so and stays; Cancel changes nothing.
+        messages.clear();
+        FrmPick::answerNextWith([&messages](FrmPick& pick) {
+            pick.trvFolders->setCurrentItem(nodeNamed(pick.trvFolders, u"default"_s));
+            pick.cmdOk->click();
+            QCOMPARE(messages.texts(), QStringList{u"Please Select a Contact Folder"_s});
+            QVERIFY(pick.PickResult.isEmpty());
+            pick.CmdCancel->click();
+        });
+        source()->CmdBrowse->click();
+        QCOMPARE(box->text(), u"Personal Address Book (old)"_s);
+
+        messages.clear();
+        pickFolder(u"Empty"_s);
+        source()->CmdBrowse->click();
+        m_wizard->CmdNext_Click();
+        QCOMPARE(messages.texts(), QStringList{u"No Items Available in Empty Folder"_s});
+        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::DataSource));
+        QVERIFY(!m_wizard->progress()->isVisible());
+
+        // Only a mailing list: an empty contact page.
+        messages.clear();
+        pickFolder(u"Lists"_s);
+        source()->CmdBrowse->click();
+        m_wizard->CmdNext_Click();
+        QVERIFY(messages.messages().isEmpty());
+        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::Contacts));
+        QCOMPARE(m_wizard->contactTable().count(), 0);
+    }
+
+    void noMailClient_leavesThePanelEmpty_andNextShowsTheTableAsItIs()
+    {
+        MailClient::setAttachOverride([] { return std::make_unique<FakeNamespace>(); });
+        TestSupport::MessageRecorder messages;
+        openOnMailClient();
+        QCOMPARE(source()->txtContact->text(), QString());
+        // An empty box equals the empty mark of the folder last read: nothing is read.
+        m_wizard->CmdNext_Click();
+        QVERIFY(messages.messages().isEmpty());
+        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::Contacts));
+        QCOMPARE(m_wizard->contactTable().count(), 0);
+    }
+
+    void dialogTree_offersContactFoldersOnly_selectsAndPicturesByName()
+    {
+        MailClient::setAttachOverride([] {
+            auto client = std::make_unique<FakeNamespace>();
+            client->m_contacts = u"Contacts"_s;
+            client->m_inbox = u"Inbox"_s;
+            client->m_stores = {
+                folder(u"Mailbox"_s, MailItemType::Mail, {},
+                       {folder(u"Inbox"_s, MailItemType::Mail, u"Mailbox"_s,
+                               {folder(u"Hidden Contacts"_s, MailItemType::Contact, u"Inbox"_s)}),
+                        folder(u"Calendar"_s, MailItemType::Appointment, u"Mailbox"_s),
+                        folder(u"Contacts"_s, MailItemType::Contact, u"Mailbox"_s,
+                               {folder(u"Suppliers"_s, MailItemType::Contact, u"Contacts"_s,
+                                       {folder(u"Deep"_s, MailItemType::Contact, u"Suppliers"_s)}),
+                                folder(u"Deleted Items"_s, MailItemType::Contact, u"Contacts"_s)})}),
+                folder(u"Archive"_s, MailItemType::Mail, {}, {folder(u"Old"_s, MailItemType::Contact, u"Archive"_s)})};
+            return client;
+        });
+        FrmPick pick;
+        QCOMPARE(pick.windowTitle(), u"Select Contact Folder"_s);
+        pick.LoadTreeSpecific();
+        QTreeWidget* tree = pick.trvFolders;
+        QCOMPARE(tree->topLevelItemCount(), 2);
+        QVERIFY(!nodeNamed(tree, u"Inbox"_s));
+        QVERIFY(!nodeNamed(tree, u"Hidden Contacts"_s)); // under a mail folder: never visited
+        QVERIFY(!nodeNamed(tree, u"Calendar"_s));
+        QTreeWidgetItem* contacts = nodeNamed(tree, u"Contacts"_s);
+        QCOMPARE(tree->currentItem(), contacts);
+        QVERIFY(contacts->isExpanded());
+        QVERIFY(nodeNamed(tree, u"Suppliers"_s)->isExpanded()); // its parent is called like the contacts folder
+        QVERIFY(!nodeNamed(tree, u"Deep"_s)->isExpanded());
+        QVERIFY(tree->topLevelItem(0)->isExpanded() && tree->topLevelItem(1)->isExpanded());
+        const auto image = [tree](const QString& name) {
+            return nodeNamed(tree, name)->data(0, FrmPick::ImageRole);
+        };
+        QCOMPARE(image(u"Mailbox"_s), QVariant(8));
+        QCOMPARE(image(u"Contacts"_s), QVariant(3));
+        QCOMPARE(image(u"Deleted Items"_s), QVariant(2));
+        QCOMPARE(nodeNamed(tree, u"Old"_s)->data(0, FrmPick::TagRole), QVariant(MailItemType::Contact));
+
+        tree->setCurrentItem(nodeNamed(tree, u"Deep"_s));
+        pick.cmdOk_Click();
+        QCOMPARE(pick.PickResult, u"Deep"_s + ListSeparator() + u"id-Deep"_s + ListSeparator() + u"2"_s);
+    }
+};
+
+QTEST_MAIN(WizardMailClientTest)
+#include "tst_wizard_mail_client.moc"
