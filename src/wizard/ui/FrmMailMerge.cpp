@@ -1016,8 +1016,7 @@ void FrmMailMerge::ImportExcelSheet()
         ShowPage(Contacts);
         m_mapImported = true;
     }
-    m_progress->finish();
-    m_selection.resetToRowCount();
+    endImport();
 }
 
 bool FrmMailMerge::ReadExcelRows()
@@ -1041,17 +1040,10 @@ bool FrmMailMerge::ReadExcelRows()
         return false;
     }
     m_progress->BeginProgress(sheet->usedRange().rows);
-    m_table.appendRows(
-        ExcelImport::importRows(sheet.value(), m_fieldMapPage->ChkSkip->isChecked(), m_map.listIndex, [this](int row) {
-            m_progress->advance();
-            if (row % 200 == 0) {
-                QCoreApplication::processEvents();
-            }
-        }));
-    if (m_table.count() == 0) {
+    if (!takeImportedRows(ExcelImport::importRows(sheet.value(), m_fieldMapPage->ChkSkip->isChecked(), m_map.listIndex,
+                                                  [this](int row) { importRowRead(row); }))) {
         return false; // a sheet with no rows after the skip stays on the map page
     }
-    setTag(m_contacts->lblConTitle, Change);
     SettingsStore& store = SettingsStore::instance();
     store.setValue(Keys::ExcelFileName, m_source->txtXlSheet->text());
     store.setValue(Keys::ExcelSheetNameWrite, m_source->cboSheets->currentText());
