@@ -9,7 +9,7 @@ build_dir=${QUILLBAY_BUILD_DIR:-build}
 ./scripts/install-deps.sh
 cmake -S . -B "$build_dir" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
 cmake --build "$build_dir" --target quillbay
-program=./$build_dir/src/core/quillbay
+program=./$build_dir/src/app/quillbay
 
 if [ -n "${DISPLAY:-}" ]; then
   exec "$program"
