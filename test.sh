@@ -28,3 +28,5 @@ echo "== Logic without windows =="
 ctest --test-dir build-core --output-on-failure -j "$jobs"
 echo "== All tests =="
 ctest --test-dir build --output-on-failure -j "$jobs"
+echo "== The set-up command starts the program (under Xvfb) =="
+DISPLAY= ./run.sh
