@@ -187,57 +187,28 @@ public:
 
     Result<std::vector<PstFolderEntry>> subFolders(const Path& path) const override
     {
-        using Folders = Result<std::vector<PstFolderEntry>>;
-        PffItem folder;
-        if (const Status found = folderAt(path, folder); !found.ok()) {
-            return found.error();
-        }
-        PffError error;
-        int count = 0;
-        if (libpff_folder_get_number_of_sub_folders(folder.get(), &count, error.out()) != 1) {
-            return Folders::failure(1, error.text());
-        }
-        std::vector<PstFolderEntry> folders;
-        for (int k = 0; k < count; ++k) {
-            PffItem sub;
-            if (libpff_folder_get_sub_folder(folder.get(), k, sub.out(), error.out()) != 1) {
-                return Folders::failure(1, error.text());
-            }
-            folders.push_back({identifierOf(sub.get()),
-                               textOf(sub.get(), LIBPFF_ENTRY_TYPE_DISPLAY_NAME).value_or(QString()),
-                               textOf(sub.get(), LIBPFF_ENTRY_TYPE_CONTAINER_CLASS).value_or(QString())});
-        }
-        return folders;
+        return eachItem<PstFolderEntry>(
+            path, libpff_folder_get_number_of_sub_folders, libpff_folder_get_sub_folder, [](libpff_item_t* folder) {
+                return PstFolderEntry{identifierOf(folder),
+                                      textOf(folder, LIBPFF_ENTRY_TYPE_DISPLAY_NAME).value_or(QString()),
+                                      textOf(folder, LIBPFF_ENTRY_TYPE_CONTAINER_CLASS).value_or(QString())};
+            });
     }
 
     Result<std::vector<PstMessage>> messages(const Path& path, const std::vector<quint32>& tags) const override
     {
-        using Messages = Result<std::vector<PstMessage>>;
-        PffItem folder;
-        if (const Status found = folderAt(path, folder); !found.ok()) {
-            return found.error();
-        }
-        PffError error;
-        int count = 0;
-        if (libpff_folder_get_number_of_sub_messages(folder.get(), &count, error.out()) != 1) {
-            return Messages::failure(1, error.text());
-        }
-        std::vector<PstMessage> messages;
-        for (int k = 0; k < count; ++k) {
-            PffItem item;
-            if (libpff_folder_get_sub_message(folder.get(), k, item.out(), error.out()) != 1) {
-                return Messages::failure(1, error.text());
-            }
-            PstMessage message{
-                identifierOf(item.get()), textOf(item.get(), LIBPFF_ENTRY_TYPE_MESSAGE_CLASS).value_or(QString()), {}};
-            for (const quint32 tag : tags) {
-                if (std::optional<QString> value = textOf(item.get(), tag)) {
-                    message.values.emplace(tag, std::move(*value));
+        return eachItem<PstMessage>(
+            path, libpff_folder_get_number_of_sub_messages, libpff_folder_get_sub_message,
+            [&tags](libpff_item_t* item) {
+                PstMessage message{
+                    identifierOf(item), textOf(item, LIBPFF_ENTRY_TYPE_MESSAGE_CLASS).value_or(QString()), {}};
+                for (const quint32 tag : tags) {
+                    if (std::optional<QString> value = textOf(item, tag)) {
+                        message.values.emplace(tag, std::move(*value));
+                    }
                 }
-            }
-            messages.push_back(std::move(message));
-        }
-        return messages;
+                return message;
+            });
     }
 
 private:
@@ -245,6 +216,33 @@ private:
     QString problem(const QString& reason) const
     {
         return u"%1 cannot be opened as an Outlook data file: %2"_s.arg(m_path, reason);
+    }
+
+    // What read gives of each sub-item of the folder at path: its sub-folders or its messages,
+    // as count and get give them.
+    template <typename T, typename Read>
+    Result<std::vector<T>> eachItem(const Path& path, int (*count)(libpff_item_t*, int*, libpff_error_t**),
+                                    int (*get)(libpff_item_t*, int, libpff_item_t**, libpff_error_t**),
+                                    const Read& read) const
+    {
+        PffItem folder;
+        if (const Status found = folderAt(path, folder); !found.ok()) {
+            return found.error();
+        }
+        PffError error;
+        int number = 0;
+        if (count(folder.get(), &number, error.out()) != 1) {
+            return Result<std::vector<T>>::failure(1, error.text());
+        }
+        std::vector<T> items;
+        for (int k = 0; k < number; ++k) {
+            PffItem item;
+            if (get(folder.get(), k, item.out(), error.out()) != 1) {
+                return Result<std::vector<T>>::failure(1, error.text());
+            }
+            items.push_back(read(item.get()));
+        }
+        return items;
     }
 
     // The folder at a path of sub-folder positions from the root.
