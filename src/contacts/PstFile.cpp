@@ -5,14 +5,17 @@
 #include <QRegularExpression>
 #include <QtEndian>
 
+#include <array>
+#include <optional>
+#include <utility>
+
 // The functions on basic file handles are not used, and their header (libbfio) is no part of
 // libpff's development package.
 #include <libpff/features.h>
+
 #undef LIBPFF_HAVE_BFIO
-#include <array>
+
 #include <libpff.h>
-#include <optional>
-#include <utility>
 
 using namespace Qt::StringLiterals;
 
