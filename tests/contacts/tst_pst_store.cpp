@@ -4,8 +4,10 @@
 
 #include <QDir>
 #include <QFile>
+#include <QRandomGenerator>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QtEndian>
 
 #include <set>
 
@@ -156,6 +158,40 @@ int countFolders(const std::vector<MailFolder>& folders)
         count += 1 + countFolders(folder.folders);
     }
     return count;
+}
+
+// The checksum of the data file's header: CRC-32 without the final inversion, started at 0.
+quint32 headerChecksum(const QByteArray& bytes)
+{
+    quint32 crc = 0;
+    for (const char byte : bytes) {
+        crc ^= static_cast<quint8>(byte);
+        for (int bit = 0; bit < 8; ++bit) {
+            crc = (crc >> 1) ^ ((crc & 1u) != 0 ? 0xEDB88320u : 0u);
+        }
+    }
+    return crc;
+}
+
+// A Unicode data file whose header is whole (its checksums match) and whose body is the seed's
+// bytes: zeros for 0, else random ones. libpff opens such a file; its folders are garbage.
+QByteArray wholeHeaderOnGarbage(quint32 seed)
+{
+    QByteArray bytes(8192, '\0');
+    QRandomGenerator random(seed);
+    for (qsizetype k = 0; seed != 0 && k < bytes.size(); ++k) {
+        bytes[k] = static_cast<char>(random.bounded(256));
+    }
+    bytes.replace(0, 4, "!BDN");
+    bytes.replace(8, 8, QByteArray("SM\x17\0\x13\0\x01\x01", 8));
+    bytes[512] = static_cast<char>(0x80); // the sentinel
+    bytes[513] = 0;                       // no encryption
+    const auto put = [&bytes](qsizetype at, quint32 value) {
+        qToLittleEndian(value, bytes.data() + at);
+    };
+    put(4, headerChecksum(bytes.mid(8, 471)));
+    put(524, headerChecksum(bytes.mid(8, 516)));
+    return bytes;
 }
 
 QByteArray pstHeaderWithGarbage()
@@ -348,6 +384,9 @@ private slots:
         QTest::newRow("unicode header") << QByteArray("!BDN\0\0\0\0SM\x17\0\x13\0\x01\x01\0\0\0\0", 20) +
                                                QByteArray(8000, '\0');
         QTest::newRow("empty") << QByteArray();
+        for (const quint32 seed : {0u, 1u, 2u, 3u, 4u, 5u, 6u, 7u, 8u}) {
+            QTest::addRow("whole header, body %u", seed) << wholeHeaderOnGarbage(seed);
+        }
     }
 
     void libpff_refusesFilesThatAreNoDataFile()
