@@ -5,6 +5,7 @@
 #include "core/Result.h"
 
 #include <QString>
+#include <QStringList>
 
 #include <array>
 #include <functional>
@@ -75,9 +76,21 @@ namespace MailClient {
 // mailing list or any other item.
 std::optional<Contact> contactRow(const MailContactItem& item);
 
-// The user's mail client: the address books of the Thunderbird profiles in the home folder.
-// A test may put another namespace in its place.
+// The user's mail client: the address books of the Thunderbird profiles in the home folder,
+// then the Outlook data files the user added, each a store of its own (a file that can no
+// longer be read is left out). A test may put another namespace in its place.
 std::unique_ptr<MailNamespace> attach();
+
+// Several namespaces as one: their stores in order; a default folder, a folder and the items of
+// an identifier come from the first namespace that knows them.
+std::unique_ptr<MailNamespace> joined(std::vector<std::unique_ptr<MailNamespace>> parts);
+
+// The Outlook data files added as stores, in the order they were added.
+QStringList dataFiles();
+// Adds the Outlook data file at path as a store: it is kept in the settings when libpff reads
+// its folders, and an error value names the file and the reason otherwise. Adding a file again
+// changes nothing.
+Status addDataFile(const QString& path);
 void setAttachOverride(std::function<std::unique_ptr<MailNamespace>()> make);
 
 } // namespace MailClient

@@ -66,6 +66,8 @@ inline constexpr SettingKey BlankCompany{"BlankFields", "Company", ""};
 // Contact folder of the mail client.
 inline constexpr SettingKey ContactsFolderName{"Contacts", "FolderName", "default"};
 inline constexpr SettingKey ContactsEntryId{"Contacts", "ContactEntryid", "default"};
+// The Outlook data files (.pst, .ost) added as stores of the mail client, joined by the list separator.
+inline constexpr SettingKey ContactsDataFiles{"Contacts", "DataFiles", ""};
 
 // Contact sources. The wizard reads the database path as "MDBFilename" and writes it as
 // "MDBFileName", and reads the sheet as "EXSheetName" where it writes "ExSheetName": one key

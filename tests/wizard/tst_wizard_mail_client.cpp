@@ -1,6 +1,8 @@
 #include "TestSupport.h"
 #include "ThunderbirdBooks.h"
+#include "core/Dialogs.h"
 #include "core/ListSeparator.h"
+#include "core/SettingsKeys.h"
 #include "core/SettingsStore.h"
 #include "wizard/ui/ContactListView.h"
 #include "wizard/ui/FrmMailMerge.h"
@@ -281,6 +283,37 @@ private slots:
         tree->setCurrentItem(nodeNamed(tree, u"Deep"_s));
         pick.cmdOk_Click();
         QCOMPARE(pick.PickResult, u"Deep"_s + ListSeparator() + u"id-Deep"_s + ListSeparator() + u"2"_s);
+    }
+
+    // A file that is no Outlook data file is refused with its name and the reason, and is not
+    // added; one that was added but can no longer be read is left out of the tree.
+    void addDataFile_refusesWhatIsNoDataFile_andTheTreeStaysAsItWas()
+    {
+        const QString notPst = QDir(TestSupport::homeFolder()).filePath(u"contacts.pst"_s);
+        QVERIFY(ThunderbirdBooks::writeText(notPst, "Name,E-mail\nAnn,ann@example.com\n"));
+        SettingsStore::instance().setValue(Keys::ContactsDataFiles, notPst);
+        TestSupport::MessageRecorder messages;
+        FrmPick pick;
+        QCOMPARE(pick.cmdAddDataFile->text(), u"Add Data File..."_s);
+        pick.LoadTreeSpecific();
+        QCOMPARE(pick.trvFolders->topLevelItemCount(), 1);
+        QCOMPARE(pick.trvFolders->topLevelItem(0)->text(0), u"default"_s);
+
+        SettingsStore::instance().setValue(Keys::ContactsDataFiles, {});
+        Dialogs::setNextResult({});
+        pick.cmdAddDataFile->click();
+        QVERIFY(messages.messages().isEmpty());
+
+        Dialogs::setNextResult(notPst);
+        pick.cmdAddDataFile->click();
+        QCOMPARE(messages.messages().size(), 1);
+        const Message refusal = messages.messages().constFirst();
+        QVERIFY2(refusal.text.startsWith(notPst + u" cannot be opened as an Outlook data file: "_s),
+                 qPrintable(refusal.text));
+        QCOMPARE(refusal.icon, MessageIcon::Critical);
+        QVERIFY(SettingsStore::instance().value(Keys::ContactsDataFiles).isEmpty());
+        QCOMPARE(pick.trvFolders->topLevelItemCount(), 1);
+        QVERIFY(nodeNamed(pick.trvFolders, u"Clients"_s));
     }
 };
 

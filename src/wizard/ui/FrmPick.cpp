@@ -1,5 +1,6 @@
 #include "FrmPick.h"
 
+#include "core/Dialogs.h"
 #include "core/ListSeparator.h"
 #include "core/MessageBoxes.h"
 
@@ -73,7 +74,10 @@ FrmPick::FrmPick(QWidget* parent)
     cmdOk->setDefault(true);
     CmdCancel = new QPushButton(u"Cancel"_s, this);
     CmdCancel->setObjectName(u"CmdCancel"_s);
+    cmdAddDataFile = new QPushButton(u"Add Data File..."_s, this);
+    cmdAddDataFile->setObjectName(u"cmdAddDataFile"_s);
     auto* buttons = new QHBoxLayout;
+    buttons->addWidget(cmdAddDataFile);
     buttons->addStretch();
     buttons->addWidget(cmdOk);
     buttons->addWidget(CmdCancel);
@@ -83,6 +87,7 @@ FrmPick::FrmPick(QWidget* parent)
     resize(340, 360);
     connect(cmdOk, &QPushButton::clicked, this, &FrmPick::cmdOk_Click);
     connect(CmdCancel, &QPushButton::clicked, this, &FrmPick::CmdCancel_Click);
+    connect(cmdAddDataFile, &QPushButton::clicked, this, &FrmPick::cmdAddDataFile_Click);
     connect(trvFolders, &QTreeWidget::itemDoubleClicked, this, &FrmPick::cmdOk_Click);
 }
 
@@ -183,6 +188,24 @@ void FrmPick::CmdCancel_Click()
 {
     PickResult.clear();
     reject();
+}
+
+void FrmPick::cmdAddDataFile_Click()
+{
+    const QString path = Dialogs::ShowFileDialog(u"Outlook Data Files (*.pst;*.ost)|*.pst;*.ost"_s, {}, this);
+    if (path.isEmpty()) {
+        return;
+    }
+    QApplication::setOverrideCursor(Qt::WaitCursor);
+    const Status added = MailClient::addDataFile(path);
+    if (added.ok()) {
+        m_namespace = MailClient::attach();
+        LoadTreeSpecific();
+    }
+    QApplication::restoreOverrideCursor();
+    if (!added.ok()) {
+        MessageBoxes::show({added.error().message, u"Quillbay+"_s, MessageButtons::Ok, MessageIcon::Critical});
+    }
 }
 
 void FrmPick::showModal()

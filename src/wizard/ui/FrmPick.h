@@ -17,6 +17,8 @@ class QTreeWidgetItem;
 // shows each store with, below it, the contact folders it holds; a folder of another kind is
 // left out together with everything under it. OK on a contact folder leaves PickResult as its
 // name, EntryID and DefaultItemType joined by the list separator; Cancel leaves it empty.
+// "Add Data File..." adds an Outlook data file (.pst, .ost) as a store of its own and shows the
+// tree again with it.
 class FrmPick : public QDialog
 {
     Q_OBJECT
@@ -34,6 +36,7 @@ public:
     void LoadTreeSpecific();
     void cmdOk_Click();
     void CmdCancel_Click();
+    void cmdAddDataFile_Click();
 
     // Shows the dialog modally; a test answers it before it opens with answerNextWith().
     void showModal();
@@ -43,6 +46,7 @@ public:
     QTreeWidget* trvFolders;
     QPushButton* cmdOk;
     QPushButton* CmdCancel;
+    QPushButton* cmdAddDataFile;
 
 private:
     void AddSubFolders(QTreeWidgetItem* parentNode, const MailFolder& parent);
