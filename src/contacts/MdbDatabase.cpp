@@ -9,13 +9,13 @@
 // stored in the file's header.
 
 #include "AccessDatabase.h"
+#include "HelperRun.h"
 #include "JetHeader.h"
 #include "core/PlainFile.h"
 
 #include <QCoreApplication>
 #include <QFile>
 #include <QFileInfo>
-#include <QProcess>
 
 #include <optional>
 
@@ -50,10 +50,7 @@ QString readerProgram()
     if (!readerSettings().program.isEmpty()) {
         return readerSettings().program;
     }
-    // Installed beside the programs (bin/../libexec/quillbay/), else the one of the build tree.
-    const QString installed =
-        QCoreApplication::applicationDirPath() + u"/"_s + QStringLiteral(QUILLBAY_MDB_READER_FROM_BIN);
-    return QFileInfo(installed).isExecutable() ? installed : QStringLiteral(QUILLBAY_MDB_READER_BUILT);
+    return helperProgram(QStringLiteral(QUILLBAY_MDB_READER_FROM_BIN), QStringLiteral(QUILLBAY_MDB_READER_BUILT));
 }
 
 // The password part of the connection text. The wizard's text is ";Database=P;PWD=W;DSN=P" with
@@ -74,96 +71,10 @@ QString passwordOf(const QString& connect, const QString& path)
     return connect.mid(start + 4, end < 0 ? -1 : end - start - 4);
 }
 
-// One run of the helper and the items it writes ("5:Hello" is the item "Hello").
-class ReaderRun
-{
-public:
-    ReaderRun(const QStringList& arguments)
-    {
-        m_process.setProgram(readerProgram());
-        m_process.setArguments(arguments);
-        m_process.setProcessChannelMode(QProcess::SeparateChannels);
-        m_process.setStandardErrorFile(QProcess::nullDevice());
-        m_process.start(QIODevice::ReadOnly);
-    }
-
-    // False when the helper program is missing or cannot be run.
-    bool started() { return m_process.waitForStarted(); }
-
-    ~ReaderRun()
-    {
-        if (m_process.state() != QProcess::NotRunning) {
-            m_process.kill();
-            m_process.waitForFinished();
-        }
-    }
-    ReaderRun(const ReaderRun&) = delete;
-    ReaderRun& operator=(const ReaderRun&) = delete;
-
-    // The next item; nothing when the output ends, breaks off, is malformed or stays silent too
-    // long (the helper is then stopped).
-    std::optional<QByteArray> next()
-    {
-        for (;;) {
-            const qsizetype colon = m_buffer.indexOf(':', m_position);
-            if (colon >= 0) {
-                bool ok = false;
-                const qsizetype length =
-                    QByteArrayView(m_buffer).sliced(m_position, colon - m_position).toLongLong(&ok);
-                if (!ok || length < 0) {
-                    return std::nullopt;
-                }
-                if (m_buffer.size() - colon - 1 >= length) {
-                    QByteArray bytes = m_buffer.mid(colon + 1, length);
-                    m_position = colon + 1 + length;
-                    return bytes;
-                }
-            } else if (m_buffer.size() - m_position > 20) {
-                return std::nullopt; // no length is that long
-            }
-            if (!readMore()) {
-                return std::nullopt;
-            }
-        }
-    }
-
-    std::optional<int> nextNumber()
-    {
-        const std::optional<QByteArray> text = next();
-        bool ok = false;
-        const int value = text ? text->toInt(&ok) : 0;
-        return ok && value >= 0 ? std::optional<int>(value) : std::nullopt;
-    }
-
-private:
-    bool readMore()
-    {
-        if (m_position > (1 << 20)) {
-            m_buffer.remove(0, m_position);
-            m_position = 0;
-        }
-        if (m_process.bytesAvailable() == 0 && !m_process.waitForReadyRead(readerSettings().silenceLimitMs)) {
-            if (m_process.state() != QProcess::NotRunning) {
-                m_process.kill();
-                m_process.waitForFinished();
-            }
-            const QByteArray rest = m_process.readAllStandardOutput();
-            m_buffer += rest;
-            return !rest.isEmpty();
-        }
-        m_buffer += m_process.readAllStandardOutput();
-        return true;
-    }
-
-    QProcess m_process;
-    QByteArray m_buffer;
-    qsizetype m_position = 0;
-};
-
 class MdbRecordset : public AccessRecordset
 {
 public:
-    MdbRecordset(std::unique_ptr<ReaderRun> run, QStringList names, int count)
+    MdbRecordset(std::unique_ptr<HelperRun> run, QStringList names, int count)
         : m_run(std::move(run))
         , m_names(std::move(names))
         , m_count(count)
@@ -194,7 +105,7 @@ public:
     }
 
 private:
-    std::unique_ptr<ReaderRun> m_run;
+    std::unique_ptr<HelperRun> m_run;
     QStringList m_names;
     int m_count;
     bool m_ended = false;
@@ -219,7 +130,8 @@ public:
         if (!m_tables.contains(table)) {
             return Error{AccessEngine::TableNotFound, u"Could not find the table '%1'."_s.arg(table)};
         }
-        auto run = std::make_unique<ReaderRun>(QStringList{u"rows"_s, m_path, table});
+        auto run = std::make_unique<HelperRun>(readerProgram(), QStringList{u"rows"_s, m_path, table},
+                                               readerSettings().silenceLimitMs);
         const std::optional<QByteArray> status = run->next();
         if (status != "OK") {
             return unrecognized(m_path);
@@ -248,7 +160,7 @@ private:
 // The tables of the database, as the helper lists them.
 Result<QStringList> listTables(const QString& path)
 {
-    ReaderRun run({u"tables"_s, QFileInfo(path).absoluteFilePath()});
+    HelperRun run(readerProgram(), {u"tables"_s, QFileInfo(path).absoluteFilePath()}, readerSettings().silenceLimitMs);
     if (!run.started()) {
         return Error{AccessEngine::UnrecognizedFormat,
                      u"The database reader %1 cannot be started."_s.arg(readerProgram())};

@@ -1,80 +1,99 @@
 #include "XlsWorkbook.h"
 
 #include "ExcelCellText.h"
+#include "HelperRun.h"
 
-#include <QFile>
-
-#include <freexl.h>
+#include <QFileInfo>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
-QString cellText(const FreeXL_CellValue& value, bool date1904)
+// How long the helper may write nothing before it is taken to be stuck on a damaged file.
+constexpr int SilenceLimitMs = 10000;
+
+QString& readerOverride()
 {
-    switch (value.type) {
-    case FREEXL_CELL_INT:
-        return QString::number(value.value.int_value);
-    case FREEXL_CELL_DOUBLE:
-        return ExcelCellText::generalNumber(value.value.double_value);
-    case FREEXL_CELL_TEXT:
-    case FREEXL_CELL_SST_TEXT:
-        return QString::fromUtf8(value.value.text_value);
-    case FREEXL_CELL_DATE:
-    case FREEXL_CELL_DATETIME:
-    case FREEXL_CELL_TIME: {
-        const QString iso = QString::fromUtf8(value.value.text_value);
+    static QString program;
+    return program;
+}
+
+QString readerProgram()
+{
+    return readerOverride().isEmpty()
+               ? helperProgram(QStringLiteral(QUILLBAY_XLS_READER_FROM_BIN), QStringLiteral(QUILLBAY_XLS_READER_BUILT))
+               : readerOverride();
+}
+
+QString cellText(char kind, const QString& value, bool date1904)
+{
+    switch (kind) {
+    case 'i':
+        return value;
+    case 'd':
+        return ExcelCellText::generalNumber(value.toDouble());
+    case 'D':
+    case 'T':
+    case 'H': {
         double serial = 0.0;
-        if (!ExcelCellText::serialOfIsoText(iso, date1904, serial)) {
-            return iso;
+        if (!ExcelCellText::serialOfIsoText(value, date1904, serial)) {
+            return value;
         }
-        const int format = value.type == FREEXL_CELL_DATE ? 14 : value.type == FREEXL_CELL_DATETIME ? 22 : 21;
+        const int format = kind == 'D' ? 14 : kind == 'T' ? 22 : 21;
         return ExcelCellText::formatDate(serial, ExcelCellText::builtInDateFormat(format), date1904);
     }
     default:
-        return QString();
+        return value;
     }
+}
+
+// The helper's first item: "OK", or the failure it names.
+Status opening(HelperRun& run, const QString& path)
+{
+    if (!run.started()) {
+        return Error{Workbook::Unreadable, u"the workbook reader cannot be started"_s};
+    }
+    const std::optional<QByteArray> head = run.next();
+    if (head == "OK") {
+        return {};
+    }
+    if (head == "PASSWORD") {
+        return Error{Workbook::PasswordProtected, u"%1 is protected by a password"_s.arg(path)};
+    }
+    const QString reason = head ? QString::fromUtf8(run.next().value_or("unreadable")) : u"unreadable"_s;
+    return Error{Workbook::Corrupt, u"%1 cannot be read as an Excel 97-2003 workbook (%2)"_s.arg(path, reason)};
 }
 
 } // namespace
 
-XlsWorkbook::XlsWorkbook(const void* handle)
-    : m_handle(handle)
+void XlsWorkbook::setReaderProgram(const QString& program)
 {
-}
-
-XlsWorkbook::~XlsWorkbook()
-{
-    freexl_close(m_handle);
+    readerOverride() = program;
 }
 
 Result<std::unique_ptr<Workbook>> XlsWorkbook::open(const QString& path)
 {
-    const void* handle = nullptr;
-    const int opened = freexl_open(QFile::encodeName(path).constData(), &handle);
-    if (opened != FREEXL_OK) {
-        if (handle != nullptr) {
-            freexl_close(handle);
-        }
-        return Error{Corrupt, u"%1 cannot be read as an Excel 97-2003 workbook (error %2)"_s.arg(path).arg(opened)};
+    const QString absolute = QFileInfo(path).absoluteFilePath();
+    HelperRun run(readerProgram(), {u"sheets"_s, absolute}, SilenceLimitMs);
+    if (const Status opened = opening(run, path); !opened.ok()) {
+        return opened.error();
     }
-    std::unique_ptr<XlsWorkbook> book(new XlsWorkbook(handle));
-    unsigned int info = 0;
-    if (freexl_get_info(handle, FREEXL_BIFF_PASSWORD, &info) == FREEXL_OK && info == FREEXL_BIFF_OBFUSCATED) {
-        return Error{PasswordProtected, u"%1 is protected by a password"_s.arg(path)};
-    }
-    book->m_date1904 =
-        freexl_get_info(handle, FREEXL_BIFF_DATEMODE, &info) == FREEXL_OK && info == FREEXL_BIFF_DATEMODE_1904;
-    unsigned int count = 0;
-    if (freexl_get_info(handle, FREEXL_BIFF_SHEET_COUNT, &count) != FREEXL_OK) {
+    std::unique_ptr<XlsWorkbook> book(new XlsWorkbook(absolute));
+    const std::optional<QByteArray> mode = run.next();
+    const std::optional<int> count = run.nextNumber();
+    if (!mode || !count) {
         return Error{Corrupt, u"%1 lists no sheets"_s.arg(path)};
     }
-    for (unsigned int i = 0; i < count && i <= 0xFFFF; ++i) {
-        const char* name = nullptr;
-        if (freexl_get_worksheet_name(handle, static_cast<unsigned short>(i), &name) != FREEXL_OK || name == nullptr) {
+    book->m_date1904 = *mode == "1";
+    for (int i = 0; i < *count; ++i) {
+        const std::optional<QByteArray> name = run.next();
+        if (!name) {
             return Error{Corrupt, u"%1 has a sheet without a name"_s.arg(path)};
         }
-        book->m_names << QString::fromUtf8(name);
+        book->m_names << QString::fromUtf8(*name);
+    }
+    if (run.next() != "END") {
+        return Error{Corrupt, u"%1 cannot be read as an Excel 97-2003 workbook"_s.arg(path)};
     }
     return std::unique_ptr<Workbook>(std::move(book));
 }
@@ -84,23 +103,26 @@ Result<Worksheet> XlsWorkbook::sheet(int number) const
     if (number < 1 || number > m_names.size()) {
         return Error{NoSuchSheet, u"the workbook has no sheet %1"_s.arg(number)};
     }
-    if (freexl_select_active_worksheet(m_handle, static_cast<unsigned short>(number - 1)) != FREEXL_OK) {
-        return Error{Corrupt, u"the sheet %1 cannot be read"_s.arg(number)};
-    }
-    unsigned int rows = 0;
-    unsigned short columns = 0;
-    if (freexl_worksheet_dimensions(m_handle, &rows, &columns) != FREEXL_OK) {
+    HelperRun run(readerProgram(), {u"cells"_s, m_path, QString::number(number)}, SilenceLimitMs);
+    if (!opening(run, m_path).ok()) {
         return Error{Corrupt, u"the sheet %1 cannot be read"_s.arg(number)};
     }
     Worksheet sheet;
-    for (unsigned int row = 0; row < rows && row < unsigned(Worksheet::MaxRows); ++row) {
-        for (unsigned short column = 0; column < columns && column < Worksheet::MaxColumns; ++column) {
-            FreeXL_CellValue value;
-            if (freexl_get_cell_value(m_handle, row, column, &value) != FREEXL_OK) {
-                return Error{Corrupt, u"the sheet %1 cannot be read"_s.arg(number)};
-            }
-            sheet.setCell(int(row) + 1, int(column) + 1, cellText(value, m_date1904));
+    for (;;) {
+        const std::optional<QByteArray> first = run.next();
+        if (first == "END") {
+            break;
         }
+        bool ok = false;
+        const int row = first ? first->toInt(&ok) : 0;
+        const std::optional<int> column = run.nextNumber();
+        const std::optional<QByteArray> kind = run.next();
+        const std::optional<QByteArray> value = run.next();
+        // Output that breaks off (the library crashed or hung) ends the stage.
+        if (!ok || !column || !kind || kind->size() != 1 || !value) {
+            return Error{Corrupt, u"the sheet %1 cannot be read"_s.arg(number)};
+        }
+        sheet.setCell(row, *column, cellText(kind->at(0), QString::fromUtf8(*value), m_date1904));
     }
     sheet.finish();
     return sheet;

@@ -2,6 +2,7 @@
 #include "contacts/ExcelCellText.h"
 #include "contacts/ExcelImport.h"
 #include "contacts/Workbook.h"
+#include "contacts/XlsWorkbook.h"
 #include "contacts/XlsxWorkbook.h"
 #include "wordlink/OoxmlPackage.h"
 
@@ -442,6 +443,31 @@ private slots:
         QCOMPARE(ExcelImport::chooseSheet(names, u"/a.xls"_s, u"/a.xls"_s, QString()), 0);
         QCOMPARE(ExcelImport::chooseSheet(names, u"/a.xls"_s, u"/a.xls"_s, u"Gone"_s), -1);
         QCOMPARE(ExcelImport::chooseSheet({}, QString(), u"/a.xls"_s, QString()), -1);
+    }
+    void xls_aReaderThatCrashesOrBreaksOff_endsTheStage()
+    {
+        // The .xls library runs in a program of its own: whatever it does on a damaged file,
+        // the stage ends with an error value.
+        QTemporaryDir dir;
+        const QString book = dir.filePath(u"book.xls"_s);
+        XlsWorkbook::setReaderProgram(TestSupport::writeShellScript(dir.filePath(u"crash.sh"_s), "kill -SEGV $$\n"));
+        Result<std::unique_ptr<Workbook>> crashed = XlsWorkbook::open(book);
+        QVERIFY(!crashed.ok());
+        QCOMPARE(crashed.error().code, int(Workbook::Corrupt));
+
+        XlsWorkbook::setReaderProgram(TestSupport::writeShellScript(
+            dir.filePath(u"cut.sh"_s),
+            "if [ \"$1\" = sheets ]; then printf '2:OK1:01:15:Sheet3:END'; else printf '2:OK1:11:1'; fi\n"));
+        Result<std::unique_ptr<Workbook>> listed = XlsWorkbook::open(book);
+        QVERIFY(listed.ok());
+        QCOMPARE(listed.value()->sheetNames(), QStringList{u"Sheet"_s});
+        const Result<Worksheet> cut = listed.value()->sheet(1);
+        QVERIFY(!cut.ok());
+        QCOMPARE(cut.error().code, int(Workbook::Corrupt));
+
+        XlsWorkbook::setReaderProgram(dir.filePath(u"missing"_s));
+        QCOMPARE(XlsWorkbook::open(book).error().code, int(Workbook::Unreadable));
+        XlsWorkbook::setReaderProgram({});
     }
 };
 

@@ -1,8 +1,8 @@
 // Opens arbitrary bytes as an .xlsx workbook and reads every sheet the way the spreadsheet
 // importer does: the column names and all rows. Nothing may crash, whatever the package holds.
-// Only zip packages are tried: a compound file would go to libfreexl, a library of its own whose
-// faults this target cannot mend (under the address sanitizer it trips over an iconv buffer on
-// some damaged .xls files that a plain build refuses cleanly).
+// Only zip packages are tried: a compound file goes to libfreexl, which runs in the helper
+// program quillbay-xls-reader (a process per stage, far too slow for a fuzzer); its faults end
+// that helper, not the program.
 #include "contacts/ExcelImport.h"
 
 #include <QFile>
