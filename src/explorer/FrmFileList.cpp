@@ -1695,12 +1695,12 @@ void FrmFileList::ChooseWordDocument()
 void FrmFileList::OpenWordDocument(const QString& path)
 {
     // The document goes to the office suite's visible writer, which stays with the user.
-    bool opened = false;
+    wordlink::UserOpen opened = wordlink::UserOpen::Opened;
     {
         const WaitCursor wait;
         opened = wordlink::openForUser(path);
     }
-    if (!opened) {
+    if (opened == wordlink::UserOpen::NotThere) {
         MessageBoxes::information(u"The document name or path is not valid"_s);
     }
 }

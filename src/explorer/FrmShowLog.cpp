@@ -152,7 +152,7 @@ void FrmShowLog::lvList_DblClick()
     }
     const QString path = selected.first()->data(0, TagRole).toString();
     const wordlink::WordJob job;
-    if (!wordlink::openForUser(path)) {
+    if (wordlink::openForUser(path) == wordlink::UserOpen::NotThere) {
         MessageBoxes::information(openFailureText(path));
     }
 }

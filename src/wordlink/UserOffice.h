@@ -9,9 +9,20 @@
 // stays with the user; the program keeps no hold on it.
 namespace wordlink {
 
-// Opens the document, or a new document for an empty path. False when the document is not
-// there (nothing is opened then) or the office suite cannot be started.
-bool openForUser(const QString& path);
+enum class UserOpen
+{
+    Opened,
+    NotThere, // the document is not there: nothing is opened
+    NoWriter  // no writer can show it; the user has been told what to install
+};
+
+// Opens the document, or a new document for an empty path.
+UserOpen openForUser(const QString& path);
+
+// Why the office suite whose program is `soffice` cannot show a writer window ("" when it can):
+// none is installed, or one built without a window system (the "nogui" packages), whose
+// program folder holds no window plugin (libvclplug_*).
+QString visibleWriterProblem(const QString& soffice);
 
 // What starts the office suite: a detached process unless another launcher is set (tests put
 // their own in its place to see the command instead of a window; an empty one restores it).

@@ -6,7 +6,9 @@
 #include "wordlink/UserOffice.h"
 
 #include <QAction>
+#include <QDir>
 #include <QFile>
+#include <QTemporaryDir>
 #include <QTest>
 #include <QToolButton>
 
@@ -89,11 +91,32 @@ private slots:
         QCOMPARE(m_launches.first().last(), kept);
         QCOMPARE(messages.messages().size(), 1);
 
-        // An office suite that does not start fails the same way.
+        // An office suite that does not start says so, and what to install.
         m_officeStarts = false;
         trigger(window, u"MnuRecentDoc_1"_s);
-        QCOMPARE(messages.texts(), (QStringList{NotValid, NotValid}));
+        QCOMPARE(messages.texts().size(), 2);
+        QVERIFY2(messages.lastText().startsWith(u"The office suite could not be started."_s) &&
+                     messages.lastText().contains(u"libreoffice-gtk3"_s),
+                 qPrintable(messages.lastText()));
         QFile::remove(AppPaths::file(u"Log.Dat"_s));
+    }
+
+    void aSuiteWithoutWindows_isNamed_withWhatToInstall()
+    {
+        // The program folder of a suite built to work unseen holds no window plugin.
+        QTemporaryDir dir;
+        QVERIFY(QDir().mkpath(dir.filePath(u"program"_s)));
+        const QString program = TestSupport::writeShellScript(dir.filePath(u"program/soffice"_s), "exit 0\n");
+        const QString link = dir.filePath(u"soffice"_s);
+        QVERIFY(QFile::link(program, link));
+        const QString unseen = wordlink::visibleWriterProblem(link);
+        QVERIFY2(unseen.contains(u"has no window system"_s) && unseen.contains(u"libreoffice-gtk3"_s),
+                 qPrintable(unseen));
+        QFile plugin(dir.filePath(u"program/libvclplug_gtk3lo.so"_s));
+        QVERIFY(plugin.open(QIODevice::WriteOnly));
+        plugin.close();
+        QCOMPARE(wordlink::visibleWriterProblem(link), QString());
+        QVERIFY(wordlink::visibleWriterProblem({}).startsWith(u"No office suite is installed"_s));
     }
 
     void newDocument_opensAnEmptyOne_fromMenuAndToolbar()
