@@ -8,8 +8,8 @@ packages=(
   cmake ninja-build g++ pkg-config clang-format
   qt6-base-dev qt6-pdf-dev libqt6sql6-sqlite libqt6svg6 libgl-dev adwaita-icon-theme
   libzip-dev libpugixml-dev libfreexl-dev mdbtools-dev libpff-dev
-  # the office suite behind .doc/.rtf/.odt, previews and the visible editor
-  libreoffice-writer-nogui python3-uno
+  # the office suite behind .doc/.rtf/.odt, previews and the visible writer (with its window plugin)
+  libreoffice-writer libreoffice-gtk3 python3-uno
   # tests: real peers, generated fixtures, a display
   python3 python3-aiosmtpd python3-docx python3-openpyxl python3-xlwt msmtp
   xvfb xauth x11-utils imagemagick openssl fonts-dejavu-core
