@@ -139,8 +139,9 @@ Result<PastRun> PastRun::read(const QString& journalPath)
 
 std::optional<PastRun> PastRun::latestInterrupted(const QString& folder, const RunIdentity& identity)
 {
-    // The names are the runs' starting times: the newest sorts last.
-    QStringList runs = QDir(folder).entryList({u"*.run"_s}, QDir::Files, QDir::Name | QDir::Reversed);
+    // A run's .run file is written when it starts and when it ends: the last run is the one
+    // whose file changed last (two runs of one second have names that do not sort by time).
+    const QStringList runs = QDir(folder).entryList({u"*.run"_s}, QDir::Files, QDir::Time);
     for (const QString& name : runs) {
         const QString journal = QDir(folder).filePath(name.chopped(4) + u".csv"_s);
         Result<PastRun> run = read(journal);
