@@ -951,17 +951,22 @@ void FrmFileList::tvList_MouseDown(const QPoint& position)
 
 void FrmFileList::MnuFolderRename_Click()
 {
-    QTreeWidgetItem* node = m_tvList->currentItem();
-    if (node == nullptr) {
+    beginLabelEdit(m_tvList);
+}
+
+void FrmFileList::beginLabelEdit(QTreeWidget* view)
+{
+    QTreeWidgetItem* item = view->currentItem();
+    if (item == nullptr) {
         return;
     }
-    // tvList_BeforeLabelEdit: the edit is allowed and the old text kept.
-    m_oldLabel = node->text(0);
+    // tvList_BeforeLabelEdit and lvList_BeforeLabelEdit: the edit is allowed and the old text kept.
+    m_oldLabel = item->text(0);
     {
-        const QSignalBlocker quiet(m_tvList);
-        node->setFlags(node->flags() | Qt::ItemIsEditable);
+        const QSignalBlocker quiet(view);
+        item->setFlags(item->flags() | Qt::ItemIsEditable);
     }
-    m_tvList->editItem(node);
+    view->editItem(item, 0);
 }
 
 void FrmFileList::tvList_AfterLabelEdit(QTreeWidgetItem* node)
@@ -1116,17 +1121,7 @@ void FrmFileList::MnuSelall_Click()
 
 void FrmFileList::MnuRename_Click()
 {
-    QTreeWidgetItem* item = m_lvList->currentItem();
-    if (item == nullptr) {
-        return;
-    }
-    // lvList_BeforeLabelEdit: the edit is allowed and the old text kept.
-    m_oldLabel = item->text(0);
-    {
-        const QSignalBlocker quiet(m_lvList);
-        item->setFlags(item->flags() | Qt::ItemIsEditable);
-    }
-    m_lvList->editItem(item, 0);
+    beginLabelEdit(m_lvList);
 }
 
 void FrmFileList::lvList_AfterLabelEdit(QTreeWidgetItem* item)

@@ -142,6 +142,8 @@ private:
     void MnuPasteFolder_Click();
     void MnuFolderDelete_Click();
     void MnuFolderRename_Click();
+    // The label edit of the current item of the tree or the list.
+    void beginLabelEdit(QTreeWidget* view);
     void putFolderOnClip(const QString& mode);
     // Applies a delete or a move to each selected document, from the bottom up; a document
     // that went leaves the list, and the failures are told together.
