@@ -7,6 +7,7 @@
 #include "contacts/DelimitedText.h"
 #include "contacts/ExcelImport.h"
 #include "contacts/MergeFieldTable.h"
+#include "contacts/TextSource.h"
 #include "contacts/Workbook.h"
 #include "core/CommonRoutines.h"
 #include "core/PlainFile.h"
@@ -295,34 +296,31 @@ void startTable(ContactTable& table, const FieldMap& map)
 
 Loaded loadTextContacts(const ContactSourceOptions& options, ContactTable& table)
 {
-    if (PlainFile::kindOf(options.path) == PlainFile::Kind::Missing) {
-        return Loaded::failure(2, u"File Doesn't Exists: %1"_s.arg(options.path));
-    }
-    const Result<QString> text = DelimitedText::readText(options.path);
-    if (!text.ok()) {
-        return Loaded::failure(2, u"cannot read the contact list: %1"_s.arg(text.error().message));
-    }
-    if (text->isEmpty()) {
-        return Loaded::failure(2, u"the contact list %1 holds no contacts"_s.arg(options.path));
-    }
     const TextKind kind = options.kind == u"tab"_s ? TextKind::Tab : TextKind::Comma;
-    const QStringList columns = DelimitedText::firstLineColumns(text.value(), kind);
-    if (columns.isEmpty()) {
+    const Result<TextSource::OpenedList> list = TextSource::open(options.path, kind);
+    if (!list.ok()) {
+        switch (list.error().code) {
+        case TextSource::FileMissing:
+            return Loaded::failure(2, u"File Doesn't Exists: %1"_s.arg(options.path));
+        case TextSource::NoContacts:
+            return Loaded::failure(2, u"the contact list %1 holds no contacts"_s.arg(options.path));
+        default:
+            return Loaded::failure(2, u"cannot read the contact list: %1"_s.arg(list.error().message));
+        }
+    }
+    if (list->columns.isEmpty()) {
         return Loaded::failure(2, u"the first line of %1 names no columns"_s.arg(options.path));
     }
-    const MapSection where = kind == TextKind::Tab ? MapSection{u"TabValues"_s, u"TxtTabFile"_s}
-                                                   : MapSection{u"CommaValues"_s, u"TxtComaFile"_s};
-    Loaded loaded = prepareMap(options, columns, where, {});
+    Loaded loaded = prepareMap(options, list->columns, TextSource::mapSection(kind), {});
     if (!loaded.ok()) {
         return loaded;
     }
     startTable(table, loaded->map);
-    table.appendRows(DelimitedText::importRows(text.value(), kind, options.skipFirstRow, loaded->map.listIndex));
+    table.appendRows(DelimitedText::importRows(list->text, kind, options.skipFirstRow, loaded->map.listIndex));
     if (table.count() == 0) {
         return Loaded::failure(2, u"the contact list %1 holds no contacts"_s.arg(options.path));
     }
-    SettingsStore::instance().setValue(kind == TextKind::Tab ? Keys::TabFile : Keys::CommaFile, options.path);
-    FieldMapMemory::SaveMap(loaded->map, where.section);
+    TextSource::remember(kind, options.path, loaded->map);
     return loaded;
 }
 

@@ -5,6 +5,7 @@
 #include "core/SettingsStore.h"
 #include "wizard/ui/ContactListView.h"
 #include "wizard/ui/FrmMailMerge.h"
+#include "wizard/ui/SourceController.h"
 #include "wizard/ui/WizardPages.h"
 
 #include <QCheckBox>
@@ -123,7 +124,7 @@ private slots:
         m_wizard->CmdNext_Click();
         QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::FieldMapping));
         FieldMapPage* map = m_wizard->fieldMapPage();
-        QCOMPARE(FrmMailMerge::Tag(map->CboField[0]), u"AccessTable"_s);
+        QCOMPARE(m_wizard->sourceController()->mappedSource(), SourceKind::Access);
         QCOMPARE(map->CboField[0]->count(), 11);
         const QStringList guessed = {u"ContactName"_s, QString(), QString(),       u"CompanyName"_s, u"Address"_s,
                                      u"City"_s,        QString(), u"PostalCode"_s, u"Country"_s,     u"Phone"_s,

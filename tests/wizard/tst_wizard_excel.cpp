@@ -4,6 +4,7 @@
 #include "core/SettingsStore.h"
 #include "wizard/ui/FrmMailMerge.h"
 #include "wizard/ui/ProgressPanel.h"
+#include "wizard/ui/SourceController.h"
 #include "wizard/ui/WizardPages.h"
 
 #include <QCheckBox>
@@ -115,7 +116,7 @@ private slots:
 
         m_wizard->CmdNext_Click();
         QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::FieldMapping));
-        QCOMPARE(FrmMailMerge::Tag(map()->CboField[0]), u"XlSheet"_s);
+        QCOMPARE(m_wizard->sourceController()->mappedSource(), SourceKind::Excel);
         QCOMPARE(FrmMailMerge::Tag(source()->cboSheets), u"Contacts"_s);
         QCOMPARE(map()->CboField[0]->currentText(), u"Name"_s);
         QCOMPARE(map()->CboField[12]->currentText(), u"Email"_s);

@@ -5,6 +5,7 @@
 #include "wizard/ui/ContactListView.h"
 #include "wizard/ui/FrmMailMerge.h"
 #include "wizard/ui/ProgressPanel.h"
+#include "wizard/ui/SourceController.h"
 #include "wizard/ui/WizardPages.h"
 
 #include <QCheckBox>
@@ -289,18 +290,18 @@ private slots:
         QCOMPARE(source->LstDataSrc->count(), 6);
         QCOMPARE(source->LstDataSrc->item(4)->text(), u"Text File (Tab Separated Values)"_s);
         source->LstDataSrc->setCurrentRow(4);
-        QCOMPARE(FrmMailMerge::Tag(source->txtWabfile), u"TAB"_s);
+        QCOMPARE(m_wizard->sourceController()->fileBoxKind(), SourceKind::TabText);
         QCOMPARE(source->lblCommon->text(), u"Import Contacts Data from a text file with Tab seperated values"_s);
         source->txtWabfile->setText(u"/lists/tab.txt"_s);
         source->LstDataSrc->setCurrentRow(5);
-        QCOMPARE(FrmMailMerge::Tag(source->txtWabfile), u"COM"_s);
+        QCOMPARE(m_wizard->sourceController()->fileBoxKind(), SourceKind::CommaText);
         QCOMPARE(source->lblCommon->text(), u"Import Contacts Data from a text file with Comma Seperated Values"_s);
         QCOMPARE(source->txtWabfile->text(), QString());
         source->txtWabfile->setText(u"  /lists/members.csv "_s);
         source->LstDataSrc->setCurrentRow(2);
         QCOMPARE(source->panels->currentWidget(), source->FraControls[2]);
         source->LstDataSrc->setCurrentRow(0);
-        QCOMPARE(FrmMailMerge::Tag(source->txtWabfile), u"WAB"_s);
+        QCOMPARE(m_wizard->sourceController()->fileBoxKind(), SourceKind::AddressBook);
         QCOMPARE(source->panels->currentWidget(), source->FraControls[0]);
         source->LstDataSrc->setCurrentRow(4);
         QCOMPARE(source->txtWabfile->text(), u"/lists/tab.txt"_s);
