@@ -38,8 +38,9 @@ Result<MailFolder> chosenFolder(const MailNamespace& client, const QString& give
     const std::optional<MailFolder> standard = client.GetDefaultFolder(DefaultFolder::Contacts);
     if (given.isEmpty()) {
         if (!standard) {
-            return Result<MailFolder>::failure(2, u"the mail client has no default address book; give --contacts "
-                                                  u"with the name of one"_s);
+            return Result<MailFolder>::failure(ErrorCode::BadInput,
+                                               u"the mail client has no default address book; give --contacts "
+                                               u"with the name of one"_s);
         }
         return standard.value();
     }
@@ -64,12 +65,13 @@ Result<MailFolder> chosenFolder(const MailNamespace& client, const QString& give
             return standard.value();
         }
         return Result<MailFolder>::failure(
-            2,
+            ErrorCode::BadInput,
             u"several address books are called \"%1\"; give the identifier of one: %2"_s.arg(given, described(named)));
     }
     return Result<MailFolder>::failure(
-        2, u"Please Choose a Contact Folder: the mail client has no address book \"%1\"; it has %2"_s.arg(
-               given, described(contactFolders)));
+        ErrorCode::BadInput,
+        u"Please Choose a Contact Folder: the mail client has no address book \"%1\"; it has %2"_s.arg(
+            given, described(contactFolders)));
 }
 
 } // namespace
@@ -78,17 +80,18 @@ Result<LoadedContacts> loadAddressBook(const ContactSourceOptions& options, Cont
 {
     if (!AddressBook::hasAddressBookExtension(options.path)) {
         return Loaded::failure(
-            2, u"Choose a Valid file!: an address book is a .wab or .vcf file, not %1"_s.arg(options.path));
+            ErrorCode::BadInput,
+            u"Choose a Valid file!: an address book is a .wab or .vcf file, not %1"_s.arg(options.path));
     }
     if (!FileExists(options.path)) {
-        return Loaded::failure(2, u"File Doesn't Exists: %1"_s.arg(options.path));
+        return Loaded::failure(ErrorCode::BadInput, u"File Doesn't Exists: %1"_s.arg(options.path));
     }
     WabReader reader;
     if (const Status opened = reader.open(options.path); !opened.ok()) {
-        return Loaded::failure(2, opened.error().message);
+        return Loaded::failure(ErrorCode::BadInput, opened.error().message);
     }
     if (reader.count() < 1) {
-        return Loaded::failure(2, u"Contacts are not Available in %1"_s.arg(options.path));
+        return Loaded::failure(ErrorCode::BadInput, u"Contacts are not Available in %1"_s.arg(options.path));
     }
     table.clear();
     std::vector<Contact> rows(static_cast<size_t>(reader.count()));
@@ -110,10 +113,10 @@ Result<LoadedContacts> loadMailClientFolder(const ContactSourceOptions& options,
     }
     Result<std::vector<MailContactItem>> items = client->items(folder->entryId);
     if (!items.ok()) {
-        return Loaded::failure(2, items.error().message);
+        return Loaded::failure(ErrorCode::BadInput, items.error().message);
     }
     if (items->empty()) {
-        return Loaded::failure(2, u"No Items Available in "_s + folder->name + u" Folder"_s);
+        return Loaded::failure(ErrorCode::BadInput, u"No Items Available in "_s + folder->name + u" Folder"_s);
     }
     table.clear();
     std::vector<Contact> rows;
@@ -124,7 +127,8 @@ Result<LoadedContacts> loadMailClientFolder(const ContactSourceOptions& options,
     }
     table.appendRows(std::move(rows));
     if (table.count() == 0) {
-        return Loaded::failure(2, u"the address book \"%1\" holds mailing lists only, no contacts"_s.arg(folder->name));
+        return Loaded::failure(ErrorCode::BadInput,
+                               u"the address book \"%1\" holds mailing lists only, no contacts"_s.arg(folder->name));
     }
     SettingsStore& store = SettingsStore::instance();
     store.setValue(Keys::ContactsFolderName, folder->name);

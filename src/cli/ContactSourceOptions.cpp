@@ -26,26 +26,27 @@ namespace {
 
 using Loaded = Result<LoadedContacts>;
 
-const QStringList Kinds = {u"tab"_s, u"comma"_s, u"excel"_s, u"access"_s, u"addressbook"_s, u"mailclient"_s};
+// The names of --kind, in the order of SourceKind.
+const QStringList KindNames = {u"addressbook"_s, u"mailclient"_s, u"excel"_s, u"access"_s, u"tab"_s, u"comma"_s};
 // The fields that have a blank-field text, by their token names, in the order of the texts.
 const QStringList BlankFields = {u"FirstName"_s, u"LastName"_s, u"Job-Title"_s, u"CompanyName"_s};
 
-QString kindOfFileName(const QString& path)
+SourceKind kindOfFileName(const QString& path)
 {
     const QString suffix = QFileInfo(path).suffix().toLower();
     if (suffix == u"csv"_s) {
-        return u"comma"_s;
+        return SourceKind::CommaText;
     }
     if (suffix == u"xls"_s || suffix == u"xlsx"_s) {
-        return u"excel"_s;
+        return SourceKind::Excel;
     }
     if (suffix == u"mdb"_s || suffix == u"accdb"_s) {
-        return u"access"_s;
+        return SourceKind::Access;
     }
     if (suffix == u"wab"_s || suffix == u"vcf"_s) {
-        return u"addressbook"_s;
+        return SourceKind::AddressBook;
     }
-    return u"tab"_s;
+    return SourceKind::TabText;
 }
 
 // Splits "NAME=VALUE" at its first "=".
@@ -68,16 +69,17 @@ Status applyMaps(FieldMap& map, const QStringList& pairs)
     QString column;
     for (const QString& pair : pairs) {
         if (!splitPair(pair, field, column)) {
-            return Status::failure(2, u"--map wants FIELD=COLUMN, not \"%1\""_s.arg(pair));
+            return Status::failure(ErrorCode::BadInput, u"--map wants FIELD=COLUMN, not \"%1\""_s.arg(pair));
         }
         const int index = mapIndexOfTokenName(field);
         if (index < 0) {
-            return Status::failure(2, u"--map: no merge field is called \"%1\" (FirstName, LastName, Job-Title, "
-                                      u"CompanyName, Business-Street, …, WebPage, Email1Address)"_s.arg(field));
+            return Status::failure(ErrorCode::BadInput,
+                                   u"--map: no merge field is called \"%1\" (FirstName, LastName, Job-Title, "
+                                   u"CompanyName, Business-Street, …, WebPage, Email1Address)"_s.arg(field));
         }
         const qsizetype position = map.columns.indexOf(column);
         if (position < 0) {
-            return Status::failure(2, u"--map: the contact list has no column \"%1\""_s.arg(column));
+            return Status::failure(ErrorCode::BadInput, u"--map: the contact list has no column \"%1\""_s.arg(column));
         }
         map.choose(index, static_cast<int>(position));
     }
@@ -88,7 +90,7 @@ Status applyMaps(FieldMap& map, const QStringList& pairs)
 Status applyCustoms(FieldMap& map, const QStringList& pairs)
 {
     if (pairs.size() > MergeFieldTable::CustomCount) {
-        return Status::failure(2, u"at most three --custom fields"_s);
+        return Status::failure(ErrorCode::BadInput, u"at most three --custom fields"_s);
     }
     QString name;
     QString column;
@@ -100,11 +102,12 @@ Status applyCustoms(FieldMap& map, const QStringList& pairs)
             continue;
         }
         if (!splitPair(pairs.at(k), name, column)) {
-            return Status::failure(2, u"--custom wants NAME=COLUMN, not \"%1\""_s.arg(pairs.at(k)));
+            return Status::failure(ErrorCode::BadInput, u"--custom wants NAME=COLUMN, not \"%1\""_s.arg(pairs.at(k)));
         }
         const qsizetype position = map.columns.indexOf(column);
         if (position < 0) {
-            return Status::failure(2, u"--custom: the contact list has no column \"%1\""_s.arg(column));
+            return Status::failure(ErrorCode::BadInput,
+                                   u"--custom: the contact list has no column \"%1\""_s.arg(column));
         }
         map.customNames[static_cast<size_t>(k)] = name;
         map.choose(field, static_cast<int>(position));
@@ -121,7 +124,8 @@ Result<BlankReplacers> blankReplacers(const QStringList& pairs)
     for (const QString& pair : pairs) {
         if (!splitPair(pair, field, text) || !BlankFields.contains(field)) {
             return Result<BlankReplacers>::failure(
-                2, u"--blank wants FirstName, LastName, Job-Title or CompanyName=TEXT, not \"%1\""_s.arg(pair));
+                ErrorCode::BadInput,
+                u"--blank wants FirstName, LastName, Job-Title or CompanyName=TEXT, not \"%1\""_s.arg(pair));
         }
         blanks.texts[static_cast<size_t>(BlankFields.indexOf(field))] = text;
     }
@@ -172,40 +176,50 @@ Result<ContactSourceOptions> ContactSourceOptions::from(const QCommandLineParser
     using Failure = Result<ContactSourceOptions>;
     ContactSourceOptions options;
     const QString given = parser.value(u"contacts"_s);
-    options.kind = parser.isSet(u"kind"_s) ? parser.value(u"kind"_s) : kindOfFileName(given);
-    if (!Kinds.contains(options.kind)) {
-        return Failure::failure(
-            2, u"unknown --kind \"%1\" (tab, comma, excel, access, addressbook or mailclient)"_s.arg(options.kind));
+    if (parser.isSet(u"kind"_s)) {
+        const qsizetype named = KindNames.indexOf(parser.value(u"kind"_s));
+        if (named < 0) {
+            return Failure::failure(
+                ErrorCode::BadInput,
+                u"unknown --kind \"%1\" (tab, comma, excel, access, addressbook or mailclient)"_s.arg(
+                    parser.value(u"kind"_s)));
+        }
+        options.kind = static_cast<SourceKind>(named);
+    } else {
+        options.kind = kindOfFileName(given);
     }
-    const bool mailClient = options.kind == u"mailclient"_s;
+    const bool mailClient = options.kind == SourceKind::MailClient;
     if (given.isEmpty() && !mailClient) {
-        return Failure::failure(2, u"--contacts FILE is required"_s);
+        return Failure::failure(ErrorCode::BadInput, u"--contacts FILE is required"_s);
     }
     // A folder of the mail client is a name, not a path.
     options.path = mailClient ? given : QFileInfo(given).absoluteFilePath();
-    if (mailClient || options.kind == u"addressbook"_s) {
+    if (mailClient || options.kind == SourceKind::AddressBook) {
         for (const QString& option : {u"map"_s, u"custom"_s, u"blank"_s, u"skip-first-row"_s}) {
             if (parser.isSet(option)) {
                 return Failure::failure(
-                    2, u"--%1 belongs to the kinds with columns (tab, comma, excel, access): an address book "
-                       u"has fixed fields"_s.arg(option));
+                    ErrorCode::BadInput,
+                    u"--%1 belongs to the kinds with columns (tab, comma, excel, access): an address book "
+                    u"has fixed fields"_s.arg(option));
             }
         }
     }
-    if (parser.isSet(u"sheet"_s) && options.kind != u"excel"_s) {
-        return Failure::failure(2, u"--sheet belongs to --kind excel"_s);
+    if (parser.isSet(u"sheet"_s) && options.kind != SourceKind::Excel) {
+        return Failure::failure(ErrorCode::BadInput, u"--sheet belongs to --kind excel"_s);
     }
     for (const QString& option : {u"table"_s, u"password"_s, u"db-password-env"_s}) {
-        if (parser.isSet(option) && options.kind != u"access"_s) {
-            return Failure::failure(2, u"--%1 belongs to --kind access"_s.arg(option));
+        if (parser.isSet(option) && options.kind != SourceKind::Access) {
+            return Failure::failure(ErrorCode::BadInput, u"--%1 belongs to --kind access"_s.arg(option));
         }
     }
     if (parser.isSet(u"password"_s) && parser.isSet(u"db-password-env"_s)) {
-        return Failure::failure(2, u"give the password either with --password or with --db-password-env"_s);
+        return Failure::failure(ErrorCode::BadInput,
+                                u"give the password either with --password or with --db-password-env"_s);
     }
-    if (parser.isSet(u"skip-first-row"_s) && options.kind == u"access"_s) {
-        return Failure::failure(2, u"--skip-first-row does not apply to --kind access: a table's first record is "
-                                   u"a contact, not a heading"_s);
+    if (parser.isSet(u"skip-first-row"_s) && options.kind == SourceKind::Access) {
+        return Failure::failure(ErrorCode::BadInput,
+                                u"--skip-first-row does not apply to --kind access: a table's first record is "
+                                u"a contact, not a heading"_s);
     }
     options.sheet = parser.value(u"sheet"_s);
     options.table = parser.value(u"table"_s);
@@ -213,7 +227,8 @@ Result<ContactSourceOptions> ContactSourceOptions::from(const QCommandLineParser
     if (parser.isSet(u"db-password-env"_s)) {
         const QString variable = parser.value(u"db-password-env"_s);
         if (!qEnvironmentVariableIsSet(variable.toLocal8Bit().constData())) {
-            return Failure::failure(2, u"--db-password-env: the environment variable %1 is not set"_s.arg(variable));
+            return Failure::failure(ErrorCode::BadInput,
+                                    u"--db-password-env: the environment variable %1 is not set"_s.arg(variable));
         }
         options.password = qEnvironmentVariable(variable.toLocal8Bit().constData());
     }
@@ -226,19 +241,7 @@ Result<ContactSourceOptions> ContactSourceOptions::from(const QCommandLineParser
 
 int ContactSourceOptions::sourceIndex() const
 {
-    if (kind == u"addressbook"_s) {
-        return static_cast<int>(SourceKind::AddressBook);
-    }
-    if (kind == u"mailclient"_s) {
-        return static_cast<int>(SourceKind::MailClient);
-    }
-    if (kind == u"excel"_s) {
-        return static_cast<int>(SourceKind::Excel);
-    }
-    if (kind == u"access"_s) {
-        return static_cast<int>(SourceKind::Access);
-    }
-    return static_cast<int>(kind == u"tab"_s ? SourceKind::TabText : SourceKind::CommaText);
+    return static_cast<int>(kind);
 }
 
 int mapIndexOfTokenName(const QString& name)
@@ -273,8 +276,9 @@ Loaded prepareMap(const ContactSourceOptions& options, const QStringList& column
         }
     }
     if (FieldMapMemory::MapIsEmpty(loaded.map)) {
-        return Loaded::failure(2, u"Please Map any Field: no column of %1 is taken for a merge field; give --map "
-                                  u"FIELD=COLUMN"_s.arg(options.path));
+        return Loaded::failure(ErrorCode::BadInput,
+                               u"Please Map any Field: no column of %1 is taken for a merge field; give --map "
+                               u"FIELD=COLUMN"_s.arg(options.path));
     }
     Result<BlankReplacers> blanks = blankReplacers(options.blanks);
     if (!blanks.ok()) {
@@ -296,20 +300,21 @@ void startTable(ContactTable& table, const FieldMap& map)
 
 Loaded loadTextContacts(const ContactSourceOptions& options, ContactTable& table)
 {
-    const TextKind kind = options.kind == u"tab"_s ? TextKind::Tab : TextKind::Comma;
+    const TextKind kind = options.kind == SourceKind::TabText ? TextKind::Tab : TextKind::Comma;
     const Result<TextSource::OpenedList> list = TextSource::open(options.path, kind);
     if (!list.ok()) {
         switch (list.error().code) {
         case TextSource::FileMissing:
-            return Loaded::failure(2, u"File Doesn't Exists: %1"_s.arg(options.path));
+            return Loaded::failure(ErrorCode::BadInput, u"File Doesn't Exists: %1"_s.arg(options.path));
         case TextSource::NoContacts:
-            return Loaded::failure(2, u"the contact list %1 holds no contacts"_s.arg(options.path));
+            return Loaded::failure(ErrorCode::BadInput, u"the contact list %1 holds no contacts"_s.arg(options.path));
         default:
-            return Loaded::failure(2, u"cannot read the contact list: %1"_s.arg(list.error().message));
+            return Loaded::failure(ErrorCode::BadInput,
+                                   u"cannot read the contact list: %1"_s.arg(list.error().message));
         }
     }
     if (list->columns.isEmpty()) {
-        return Loaded::failure(2, u"the first line of %1 names no columns"_s.arg(options.path));
+        return Loaded::failure(ErrorCode::BadInput, u"the first line of %1 names no columns"_s.arg(options.path));
     }
     Loaded loaded = prepareMap(options, list->columns, TextSource::mapSection(kind), {});
     if (!loaded.ok()) {
@@ -318,7 +323,7 @@ Loaded loadTextContacts(const ContactSourceOptions& options, ContactTable& table
     startTable(table, loaded->map);
     table.appendRows(DelimitedText::importRows(list->text, kind, options.skipFirstRow, loaded->map.listIndex));
     if (table.count() == 0) {
-        return Loaded::failure(2, u"the contact list %1 holds no contacts"_s.arg(options.path));
+        return Loaded::failure(ErrorCode::BadInput, u"the contact list %1 holds no contacts"_s.arg(options.path));
     }
     TextSource::remember(kind, options.path, loaded->map);
     return loaded;
@@ -329,29 +334,30 @@ Loaded loadTextContacts(const ContactSourceOptions& options, ContactTable& table
 Loaded loadExcelContacts(const ContactSourceOptions& options, ContactTable& table)
 {
     if (PlainFile::kindOf(options.path) == PlainFile::Kind::Missing) {
-        return Loaded::failure(2, u"File Doesn't Exists: %1"_s.arg(options.path));
+        return Loaded::failure(ErrorCode::BadInput, u"File Doesn't Exists: %1"_s.arg(options.path));
     }
     Result<std::unique_ptr<Workbook>> book = Workbook::open(options.path);
     if (!book.ok()) {
-        return Loaded::failure(2, u"cannot read the workbook: %1"_s.arg(book.error().message));
+        return Loaded::failure(ErrorCode::BadInput, u"cannot read the workbook: %1"_s.arg(book.error().message));
     }
     const QStringList names = book.value()->sheetNames();
     if (names.isEmpty()) {
-        return Loaded::failure(2, u"the workbook %1 has no sheets"_s.arg(options.path));
+        return Loaded::failure(ErrorCode::BadInput, u"the workbook %1 has no sheets"_s.arg(options.path));
     }
     const QString name = options.sheet.isEmpty() ? names.first() : options.sheet;
     const qsizetype number = names.indexOf(name) + 1;
     if (number == 0) {
-        return Loaded::failure(2,
+        return Loaded::failure(ErrorCode::BadInput,
                                u"the workbook has no sheet \"%1\" (its sheets: %2)"_s.arg(name, names.join(u", "_s)));
     }
     const Result<Worksheet> sheet = book.value()->sheet(static_cast<int>(number));
     if (!sheet.ok()) {
-        return Loaded::failure(2, u"cannot read the sheet \"%1\": %2"_s.arg(name, sheet.error().message));
+        return Loaded::failure(ErrorCode::BadInput,
+                               u"cannot read the sheet \"%1\": %2"_s.arg(name, sheet.error().message));
     }
     const QStringList columns = ExcelImport::ReadSheetHeadings(sheet.value());
     if (columns.isEmpty()) {
-        return Loaded::failure(2, u"the first line of %1 names no columns"_s.arg(options.path));
+        return Loaded::failure(ErrorCode::BadInput, u"the first line of %1 names no columns"_s.arg(options.path));
     }
     const MapSection where{QString::fromLatin1(Keys::ExcelSection), u"ExFilename"_s};
     Loaded loaded = prepareMap(options, columns, where, name);
@@ -361,7 +367,7 @@ Loaded loadExcelContacts(const ContactSourceOptions& options, ContactTable& tabl
     startTable(table, loaded->map);
     table.appendRows(ExcelImport::importRows(sheet.value(), options.skipFirstRow, loaded->map.listIndex));
     if (table.count() == 0) {
-        return Loaded::failure(2, u"the contact list %1 holds no contacts"_s.arg(options.path));
+        return Loaded::failure(ErrorCode::BadInput, u"the contact list %1 holds no contacts"_s.arg(options.path));
     }
     SettingsStore::instance().setValue(Keys::ExcelFileName, options.path);
     SettingsStore::instance().setValue(Keys::ExcelSheetNameWrite, name);
@@ -375,32 +381,35 @@ Loaded loadExcelContacts(const ContactSourceOptions& options, ContactTable& tabl
 Loaded loadAccessContacts(const ContactSourceOptions& options, ContactTable& table)
 {
     if (!FileExists(options.path)) {
-        return Loaded::failure(2, u"File Doesn't Exists: %1"_s.arg(options.path));
+        return Loaded::failure(ErrorCode::BadInput, u"File Doesn't Exists: %1"_s.arg(options.path));
     }
     const Result<std::unique_ptr<AccessDatabase>> database =
         AccessEngine::OpenDatabase(options.path, AccessImport::AccessConnect(options.path, options.password));
     if (!database.ok()) {
         if (database.error().code == AccessEngine::InvalidPassword) {
-            return Loaded::failure(2, u"Please enter a valid password! %1 wants its database password: give it "
-                                      u"with --db-password-env VAR"_s.arg(options.path));
+            return Loaded::failure(ErrorCode::BadInput,
+                                   u"Please enter a valid password! %1 wants its database password: give it "
+                                   u"with --db-password-env VAR"_s.arg(options.path));
         }
-        return Loaded::failure(2, u"cannot read the database: %1"_s.arg(database.error().message));
+        return Loaded::failure(ErrorCode::BadInput, u"cannot read the database: %1"_s.arg(database.error().message));
     }
     const QStringList tables = AccessImport::userTables(database.value()->tableNames());
     if (tables.isEmpty()) {
-        return Loaded::failure(2, u"(No Tables): the database %1 has no table to read"_s.arg(options.path));
+        return Loaded::failure(ErrorCode::BadInput,
+                               u"(No Tables): the database %1 has no table to read"_s.arg(options.path));
     }
     const QString name = options.table.isEmpty() ? tables.first() : options.table;
     if (!tables.contains(name)) {
-        return Loaded::failure(
-            2, u"the database %1 has no table \"%2\" (its tables: %3)"_s.arg(options.path, name, tables.join(u", "_s)));
+        return Loaded::failure(ErrorCode::BadInput, u"the database %1 has no table \"%2\" (its tables: %3)"_s.arg(
+                                                        options.path, name, tables.join(u", "_s)));
     }
     Result<std::unique_ptr<AccessRecordset>> records = database.value()->openRecordset(name);
     if (!records.ok()) {
-        return Loaded::failure(2, u"cannot read the table \"%1\": %2"_s.arg(name, records.error().message));
+        return Loaded::failure(ErrorCode::BadInput,
+                               u"cannot read the table \"%1\": %2"_s.arg(name, records.error().message));
     }
     if (records.value()->recordCount() == 0) {
-        return Loaded::failure(2, u"No Records! The table \"%1\" holds no contacts"_s.arg(name));
+        return Loaded::failure(ErrorCode::BadInput, u"No Records! The table \"%1\" holds no contacts"_s.arg(name));
     }
     const MapSection where{QString::fromLatin1(Keys::AccessSection), u"MDBFileName"_s};
     Loaded loaded = prepareMap(options, records.value()->fieldNames(), where, name);
@@ -410,11 +419,12 @@ Loaded loadAccessContacts(const ContactSourceOptions& options, ContactTable& tab
     startTable(table, loaded->map);
     table.appendRows(AccessImport::importRows(*records.value(), loaded->map.listIndex));
     if (records.value()->failed()) {
-        return Loaded::failure(2, u"cannot read the table \"%1\": the database is damaged after row %2"_s.arg(
-                                      name, QString::number(table.count())));
+        return Loaded::failure(ErrorCode::BadInput,
+                               u"cannot read the table \"%1\": the database is damaged after row %2"_s.arg(
+                                   name, QString::number(table.count())));
     }
     if (table.count() == 0) {
-        return Loaded::failure(2, u"No Records! The table \"%1\" holds no contacts"_s.arg(name));
+        return Loaded::failure(ErrorCode::BadInput, u"No Records! The table \"%1\" holds no contacts"_s.arg(name));
     }
     SettingsStore& store = SettingsStore::instance();
     store.setValue(Keys::MdbFileNameWrite, options.path);
@@ -428,22 +438,20 @@ Loaded loadAccessContacts(const ContactSourceOptions& options, ContactTable& tab
 
 Result<LoadedContacts> loadContacts(const ContactSourceOptions& options, ContactTable& table)
 {
-    if (options.kind == u"tab"_s || options.kind == u"comma"_s) {
+    switch (options.kind) {
+    case SourceKind::AddressBook:
+        return loadAddressBook(options, table);
+    case SourceKind::MailClient:
+        return loadMailClientFolder(options, table);
+    case SourceKind::Excel:
+        return loadExcelContacts(options, table);
+    case SourceKind::Access:
+        return loadAccessContacts(options, table);
+    case SourceKind::TabText:
+    case SourceKind::CommaText:
         return loadTextContacts(options, table);
     }
-    if (options.kind == u"excel"_s) {
-        return loadExcelContacts(options, table);
-    }
-    if (options.kind == u"addressbook"_s) {
-        return loadAddressBook(options, table);
-    }
-    if (options.kind == u"mailclient"_s) {
-        return loadMailClientFolder(options, table);
-    }
-    if (options.kind == u"access"_s) {
-        return loadAccessContacts(options, table);
-    }
-    return Loaded::failure(2, u"unknown contact kind \"%1\""_s.arg(options.kind));
+    return Loaded::failure(ErrorCode::BadInput, u"unknown contact kind"_s);
 }
 
 std::optional<int> MergeContacts::read(const ContactSourceOptions& source)

@@ -2,6 +2,7 @@
 
 #include "contacts/BlankReplacers.h"
 #include "contacts/ContactTable.h"
+#include "contacts/DataSources.h"
 #include "contacts/FieldMap.h"
 #include "core/Result.h"
 #include "merge/TokenEngine.h"
@@ -20,7 +21,7 @@ class QCommandLineParser;
 struct ContactSourceOptions
 {
     QString path; // absolute, as the wizard's file dialog gives it; for mailclient a folder's name or id
-    QString kind; // tab | comma | excel | access | addressbook | mailclient
+    SourceKind kind = SourceKind::TabText; // --kind: tab, comma, excel, access, addressbook or mailclient
     QString sheet;
     QString table;
     QString password;

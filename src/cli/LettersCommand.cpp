@@ -41,24 +41,26 @@ Result<LetterOptions> letterOptionsFrom(const CommandParser& parser)
     options.source = source.value();
     options.templatePath = TextUtil::trimSpaces(parser.value(u"template"_s));
     if (options.templatePath.isEmpty() || !FileExists(options.templatePath)) {
-        return Failure::failure(2, u"Select a Valid Template File: --template \"%1\""_s.arg(options.templatePath));
+        return Failure::failure(ErrorCode::BadInput,
+                                u"Select a Valid Template File: --template \"%1\""_s.arg(options.templatePath));
     }
     if (parser.isSet(u"out-dir"_s) == parser.isSet(u"combined"_s)) {
-        return Failure::failure(2, u"give either --out-dir DIR or --combined FILE"_s);
+        return Failure::failure(ErrorCode::BadInput, u"give either --out-dir DIR or --combined FILE"_s);
     }
     if (parser.isSet(u"combined"_s)) {
         options.combined = TextUtil::trimSpaces(parser.value(u"combined"_s));
         if (options.combined.isEmpty()) {
-            return Failure::failure(2, u"Choose the document name to be saved: --combined FILE"_s);
+            return Failure::failure(ErrorCode::BadInput, u"Choose the document name to be saved: --combined FILE"_s);
         }
         // The template is never written over.
         if (QFileInfo(options.combined).absoluteFilePath() == QFileInfo(options.templatePath).absoluteFilePath()) {
-            return Failure::failure(2, u"Document Name Invalid: --combined names the template"_s);
+            return Failure::failure(ErrorCode::BadInput, u"Document Name Invalid: --combined names the template"_s);
         }
     } else {
         options.folder = TextUtil::trimSpaces(parser.value(u"out-dir"_s));
         if (options.folder.isEmpty() || !QDir().mkpath(options.folder)) {
-            return Failure::failure(2, u"--out-dir: cannot make the folder \"%1\""_s.arg(options.folder));
+            return Failure::failure(ErrorCode::BadInput,
+                                    u"--out-dir: cannot make the folder \"%1\""_s.arg(options.folder));
         }
     }
     return options;

@@ -101,7 +101,8 @@ Result<SmtpAccount> accountFrom(const CommandParser& parser)
         } else if (mode == u"off"_s) {
             account.noEncryption = true;
         } else {
-            return Failure::failure(2, u"--tls wants auto, starttls, ssl or off, not \"%1\""_s.arg(mode));
+            return Failure::failure(ErrorCode::BadInput,
+                                    u"--tls wants auto, starttls, ssl or off, not \"%1\""_s.arg(mode));
         }
     }
     if (parser.isSet(u"smtp"_s)) {
@@ -113,11 +114,12 @@ Result<SmtpAccount> accountFrom(const CommandParser& parser)
             bool ok = false;
             account.port = server.mid(colon + 1).toInt(&ok);
             if (!ok || account.port < 1 || account.port > 65535) {
-                return Failure::failure(2, u"--smtp wants HOST or HOST:PORT, not \"%1\""_s.arg(server));
+                return Failure::failure(ErrorCode::BadInput,
+                                        u"--smtp wants HOST or HOST:PORT, not \"%1\""_s.arg(server));
             }
         }
         if (account.server.isEmpty()) {
-            return Failure::failure(2, u"--smtp wants HOST or HOST:PORT, not \"%1\""_s.arg(server));
+            return Failure::failure(ErrorCode::BadInput, u"--smtp wants HOST or HOST:PORT, not \"%1\""_s.arg(server));
         }
     }
     if (parser.isSet(u"user"_s)) {
@@ -128,14 +130,15 @@ Result<SmtpAccount> accountFrom(const CommandParser& parser)
         bool ok = false;
         account.mailsPerMinute = parser.value(u"rate"_s).toInt(&ok);
         if (!ok || account.mailsPerMinute < 0) {
-            return Failure::failure(
-                2, u"--rate wants a number of mails a minute, not \"%1\""_s.arg(parser.value(u"rate"_s)));
+            return Failure::failure(ErrorCode::BadInput, u"--rate wants a number of mails a minute, not \"%1\""_s.arg(
+                                                             parser.value(u"rate"_s)));
         }
     }
     if (parser.isSet(u"password-env"_s)) {
         const QString variable = parser.value(u"password-env"_s);
         if (!qEnvironmentVariableIsSet(variable.toLocal8Bit().constData())) {
-            return Failure::failure(2, u"--password-env: the environment variable %1 is not set"_s.arg(variable));
+            return Failure::failure(ErrorCode::BadInput,
+                                    u"--password-env: the environment variable %1 is not set"_s.arg(variable));
         }
         account.chkAth = 1;
         account.pwd = qEnvironmentVariable(variable.toLocal8Bit().constData());
@@ -175,48 +178,50 @@ Result<MailOptions> mailOptionsFrom(const CommandParser& parser)
     }
     options.source = source.value();
     if (!parser.isSet(u"subject"_s)) {
-        return Failure::failure(2, u"--subject TEXT is required"_s);
+        return Failure::failure(ErrorCode::BadInput, u"--subject TEXT is required"_s);
     }
     options.subject = parser.value(u"subject"_s);
     if (options.subject.isEmpty()) {
-        return Failure::failure(2, u"Please Specify a Subject"_s);
+        return Failure::failure(ErrorCode::BadInput, u"Please Specify a Subject"_s);
     }
     const QString bodyPath = parser.value(u"body"_s);
     if (bodyPath.isEmpty()) {
-        return Failure::failure(2, u"--body FILE.html is required"_s);
+        return Failure::failure(ErrorCode::BadInput, u"--body FILE.html is required"_s);
     }
     const Result<QString> body = PlainFile::readText(bodyPath);
     if (!body.ok()) {
-        return Failure::failure(2, u"cannot read the body: %1"_s.arg(body.error().message));
+        return Failure::failure(ErrorCode::BadInput, u"cannot read the body: %1"_s.arg(body.error().message));
     }
     options.html = body.value();
     // The images go inside every message: one that cannot be read would end the run.
     for (const QString& image : InlineImages::paths(InlineImages::Embed(options.html).InlineImageList)) {
         if (const QFileInfo file(image); !image.isEmpty() && !(file.isFile() && file.isReadable())) {
-            return Failure::failure(2, u"the body names an image that cannot be read: %1"_s.arg(image));
+            return Failure::failure(ErrorCode::BadInput,
+                                    u"the body names an image that cannot be read: %1"_s.arg(image));
         }
     }
     if (parser.isSet(u"attach"_s)) {
         options.attachTemplate = TextUtil::trimSpaces(parser.value(u"attach"_s));
         if (options.attachTemplate.isEmpty() || !FileExists(options.attachTemplate)) {
-            return Failure::failure(2, u"Select a Valid Template File: --attach \"%1\""_s.arg(options.attachTemplate));
+            return Failure::failure(ErrorCode::BadInput,
+                                    u"Select a Valid Template File: --attach \"%1\""_s.arg(options.attachTemplate));
         }
     }
     if (int(parser.isSet(u"eml-dir"_s)) + int(parser.isSet(u"smtp"_s)) + int(parser.isSet(u"sendmail"_s)) != 1) {
-        return Failure::failure(2, u"give one of --eml-dir DIR, --smtp HOST[:PORT] and --sendmail"_s);
+        return Failure::failure(ErrorCode::BadInput, u"give one of --eml-dir DIR, --smtp HOST[:PORT] and --sendmail"_s);
     }
     if (parser.isSet(u"sendmail"_s)) {
         options.sendmail = parser.isSet(u"sendmail-path"_s) ? parser.value(u"sendmail-path"_s)
                                                             : SettingsStore::instance().value(Keys::SendmailPath);
     }
     if (parser.isSet(u"journal"_s) && parser.isSet(u"resume"_s)) {
-        return Failure::failure(2, u"give --journal FILE or --resume JOURNAL, not both"_s);
+        return Failure::failure(ErrorCode::BadInput, u"give --journal FILE or --resume JOURNAL, not both"_s);
     }
     options.journal = parser.isSet(u"journal"_s) ? parser.value(u"journal"_s) : DeliveryJournal::newPath();
     if (parser.isSet(u"resume"_s)) {
         Result<PastRun> past = PastRun::read(parser.value(u"resume"_s));
         if (!past.ok()) {
-            return Failure::failure(2, u"--resume: "_s + past.error().message);
+            return Failure::failure(ErrorCode::BadInput, u"--resume: "_s + past.error().message);
         }
         options.resumed = past.value();
     }
@@ -229,10 +234,12 @@ Result<MailOptions> mailOptionsFrom(const CommandParser& parser)
     if (parser.isSet(u"eml-dir"_s)) {
         options.emlFolder = parser.value(u"eml-dir"_s);
         if (options.emlFolder.isEmpty() || !QDir().mkpath(options.emlFolder)) {
-            return Failure::failure(2, u"--eml-dir: cannot make the folder \"%1\""_s.arg(options.emlFolder));
+            return Failure::failure(ErrorCode::BadInput,
+                                    u"--eml-dir: cannot make the folder \"%1\""_s.arg(options.emlFolder));
         }
     } else if (options.sendmail.isEmpty() && options.account.fromEmail.isEmpty()) {
-        return Failure::failure(2, u"no sender address: give --from ADDR or store one in the SMTP settings"_s);
+        return Failure::failure(ErrorCode::BadInput,
+                                u"no sender address: give --from ADDR or store one in the SMTP settings"_s);
     }
     return options;
 }

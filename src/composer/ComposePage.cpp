@@ -297,7 +297,7 @@ void ComposePage::setDocumentHTML(const QString& html)
 
 void ComposePage::InitComposer()
 {
-    QApplication::setOverrideCursor(Qt::WaitCursor);
+    const WaitCursor wait;
     cboFont->clear();
     const SettingsStore& store = SettingsStore::instance();
     const QString fontName = store.value(Keys::ComposerFontName);
@@ -319,7 +319,6 @@ void ComposePage::InitComposer()
     G1_Tab->setCurrentIndex(0);
     m_initialised = true;
     dhtCompose->setFocus();
-    QApplication::restoreOverrideCursor();
 }
 
 void ComposePage::paintColorButtons()

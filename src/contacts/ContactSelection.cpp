@@ -2,8 +2,6 @@
 
 #include "ContactTable.h"
 
-using namespace Qt::StringLiterals;
-
 ContactSelection::ContactSelection(ContactTable& table)
     : m_table(table)
 {
@@ -46,12 +44,12 @@ QList<int> ContactSelection::LsvSelection_ItemCheck(int position, const QList<in
 
 void ContactSelection::lblSel_Click()
 {
-    const bool checkAll = m_selectAllState.toInt() == 10;
+    const bool checkAll = m_nextClickChecksAll;
     for (int position = 1; position <= m_table.count(); ++position) {
         m_table.setChecked(position, checkAll);
         m_table.setCounted(position, checkAll);
     }
-    m_selectAllState = checkAll ? u"11"_s : u"10"_s;
+    m_nextClickChecksAll = !checkAll;
     m_selectedCount = checkAll ? m_table.count() : 0;
 }
 

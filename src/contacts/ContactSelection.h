@@ -21,10 +21,11 @@ public:
     // highlight is to be removed.
     QList<int> LsvSelection_ItemCheck(int position, const QList<int>& highlighted);
 
-    // "Select/UnSelect All": "10" checks every row, anything else clears them; the state
-    // alternates between "11" and "10" and is not reset by an import.
+    // "Select/UnSelect All" alternates between clearing every row and checking every row,
+    // starting with clearing; where it stands is not reset by an import.
     void lblSel_Click();
-    QString selectAllState() const { return m_selectAllState; }
+    // True when the next "Select/UnSelect All" checks every row.
+    bool nextClickChecksAll() const { return m_nextClickChecksAll; }
 
     // Sorts by the clicked column; the order flips on every click, whatever the column, so the
     // first click sorts descending. Returns true for a descending sort (the "DOWN" icon).
@@ -37,6 +38,6 @@ private:
 
     ContactTable& m_table;
     int m_selectedCount = 0;
-    QString m_selectAllState = QStringLiteral("11");
+    bool m_nextClickChecksAll = false;
     bool m_descending = false;
 };

@@ -57,7 +57,8 @@ public:
     {
         const MailNamespace* part = owner(entryId);
         if (part == nullptr) {
-            return Result<std::vector<MailContactItem>>::failure(1, u"No folder is known as %1"_s.arg(entryId));
+            return Result<std::vector<MailContactItem>>::failure(ErrorCode::CannotRead,
+                                                                 u"No folder is known as %1"_s.arg(entryId));
         }
         return part->items(entryId);
     }

@@ -171,7 +171,8 @@ public:
         PffItem root;
         const int rooted = libpff_file_get_root_folder(m_file, root.out(), error.out());
         if (rooted != 1) {
-            return rooted == 0 ? Status::failure(1, problem(u"it has no root folder"_s)) : failure(error);
+            return rooted == 0 ? Status::failure(ErrorCode::CannotRead, problem(u"it has no root folder"_s))
+                               : failure(error);
         }
         PffItem store;
         if (libpff_file_get_message_store(m_file, store.out(), error.out()) == 1) {
@@ -215,7 +216,10 @@ public:
     }
 
 private:
-    Status failure(const PffError& error) const { return Status::failure(1, problem(error.text())); }
+    Status failure(const PffError& error) const
+    {
+        return Status::failure(ErrorCode::CannotRead, problem(error.text()));
+    }
     QString problem(const QString& reason) const
     {
         return u"%1 cannot be opened as an Outlook data file: %2"_s.arg(m_path, reason);
@@ -235,13 +239,13 @@ private:
         PffError error;
         int number = 0;
         if (count(folder.get(), &number, error.out()) != 1) {
-            return Result<std::vector<T>>::failure(1, error.text());
+            return Result<std::vector<T>>::failure(ErrorCode::CannotRead, error.text());
         }
         std::vector<T> items;
         for (int k = 0; k < number; ++k) {
             PffItem item;
             if (get(folder.get(), k, item.out(), error.out()) != 1) {
-                return Result<std::vector<T>>::failure(1, error.text());
+                return Result<std::vector<T>>::failure(ErrorCode::CannotRead, error.text());
             }
             items.push_back(read(item.get()));
         }
@@ -253,12 +257,12 @@ private:
     {
         PffError error;
         if (libpff_file_get_root_folder(m_file, folder.out(), error.out()) != 1) {
-            return Status::failure(1, error.text());
+            return Status::failure(ErrorCode::CannotRead, error.text());
         }
         for (const int index : path) {
             PffItem sub;
             if (libpff_folder_get_sub_folder(folder.get(), index, sub.out(), error.out()) != 1) {
-                return Status::failure(1, error.text());
+                return Status::failure(ErrorCode::CannotRead, error.text());
             }
             folder = std::move(sub);
         }
@@ -279,10 +283,12 @@ Result<std::unique_ptr<PstFile>> PstFile::open(const QString& path)
     using Opened = Result<std::unique_ptr<PstFile>>;
     const QFileInfo info(path);
     if (!info.isFile()) {
-        return Opened::failure(1, u"%1 cannot be opened as an Outlook data file: there is no such file"_s.arg(path));
+        return Opened::failure(ErrorCode::CannotRead,
+                               u"%1 cannot be opened as an Outlook data file: there is no such file"_s.arg(path));
     }
     if (info.size() == 0) {
-        return Opened::failure(1, u"%1 cannot be opened as an Outlook data file: the file is empty"_s.arg(path));
+        return Opened::failure(ErrorCode::CannotRead,
+                               u"%1 cannot be opened as an Outlook data file: the file is empty"_s.arg(path));
     }
     auto file = std::make_unique<LibpffFile>(path);
     if (const Status opened = file->open(); !opened.ok()) {

@@ -139,7 +139,8 @@ Status PstStore::walk()
         pending.pop_front();
         Result<std::vector<PstFolderEntry>> folders = m_file->subFolders(path);
         if (!folders.ok()) {
-            return Status::failure(1, u"The data file %1 cannot be read: %2"_s.arg(m_path, folders.error().message));
+            return Status::failure(ErrorCode::CannotRead,
+                                   u"The data file %1 cannot be read: %2"_s.arg(m_path, folders.error().message));
         }
         for (size_t k = 0; k < folders->size(); ++k) {
             PstFile::Path childPath = path;
@@ -229,13 +230,14 @@ Result<std::vector<MailContactItem>> PstStore::items(const QString& entryId) con
     using Items = Result<std::vector<MailContactItem>>;
     const auto found = m_folders.constFind(entryId);
     if (found == m_folders.constEnd()) {
-        return Items::failure(1, u"No folder of the data file %1 is known as %2"_s.arg(m_path, entryId));
+        return Items::failure(ErrorCode::CannotRead,
+                              u"No folder of the data file %1 is known as %2"_s.arg(m_path, entryId));
     }
     static const std::vector<quint32> tags = allContactTags();
     const Result<std::vector<PstMessage>> messages = m_file->messages(found->second, tags);
     if (!messages.ok()) {
-        return Items::failure(1, u"The folder %1 of the data file %2 cannot be read: %3"_s.arg(
-                                     found->first.name, m_path, messages.error().message));
+        return Items::failure(ErrorCode::CannotRead, u"The folder %1 of the data file %2 cannot be read: %3"_s.arg(
+                                                         found->first.name, m_path, messages.error().message));
     }
     std::vector<MailContactItem> items;
     items.reserve(messages->size());

@@ -216,7 +216,7 @@ Result<std::vector<MailContactItem>> readBook(const QString& path, const QString
     }
     QSqlDatabase::removeDatabase(connection);
     if (!problem.isEmpty()) {
-        return Failure::failure(1, u"The address book %1 cannot be read: %2"_s.arg(path, problem));
+        return Failure::failure(ErrorCode::CannotRead, u"The address book %1 cannot be read: %2"_s.arg(path, problem));
     }
     return items;
 }
@@ -328,7 +328,8 @@ Result<std::vector<MailContactItem>> ThunderbirdProfiles::items(const QString& e
 {
     const std::optional<MailFolder> folder = GetFolderFromID(entryId);
     if (!folder || folder->defaultItemType != MailItemType::Contact) {
-        return Result<std::vector<MailContactItem>>::failure(1, u"No address book is known as %1"_s.arg(entryId));
+        return Result<std::vector<MailContactItem>>::failure(ErrorCode::CannotRead,
+                                                             u"No address book is known as %1"_s.arg(entryId));
     }
     return readBook(entryId.mid(IdPrefix.size()), entryId);
 }

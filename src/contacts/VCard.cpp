@@ -364,11 +364,13 @@ Result<std::vector<VCard>> parse(const QByteArray& bytes, const QString& fileNam
         }
     }
     if (cards.empty()) {
-        return Failure::failure(1, u"%1 holds no vCard: it has no line BEGIN:VCARD"_s.arg(fileName));
+        return Failure::failure(ErrorCode::CannotRead,
+                                u"%1 holds no vCard: it has no line BEGIN:VCARD"_s.arg(fileName));
     }
     if (depth > 0) {
-        return Failure::failure(1, u"%1 is cut short: the vCard that begins on line %2 has no END:VCARD"_s.arg(
-                                       fileName, QString::number(openedOnLine)));
+        return Failure::failure(ErrorCode::CannotRead,
+                                u"%1 is cut short: the vCard that begins on line %2 has no END:VCARD"_s.arg(
+                                    fileName, QString::number(openedOnLine)));
     }
     return cards;
 }

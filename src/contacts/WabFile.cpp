@@ -141,7 +141,7 @@ public:
 private:
     Result<std::vector<Record>> damaged(const QString& problem) const
     {
-        return Result<std::vector<Record>>::failure(1,
+        return Result<std::vector<Record>>::failure(ErrorCode::CannotRead,
                                                     u"The address book %1 is damaged: %2"_s.arg(m_fileName, problem));
     }
 

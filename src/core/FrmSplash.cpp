@@ -4,6 +4,7 @@
 #include "FrmWelcome.h"
 #include "SettingsKeys.h"
 #include "Twips.h"
+#include "WaitCursor.h"
 
 #include <QApplication>
 #include <QDialog>
@@ -114,9 +115,11 @@ QString FrmSplash::loadingText() const
 void FrmSplash::TmrSplash_Timer()
 {
     m_tmrSplash->stop();
-    QApplication::setOverrideCursor(Qt::WaitCursor);
-    QWidget* mainWindow = m_loader ? m_loader(*this) : nullptr;
-    QApplication::restoreOverrideCursor();
+    QWidget* mainWindow = nullptr;
+    if (m_loader) {
+        const WaitCursor wait;
+        mainWindow = m_loader(*this);
+    }
     m_lblLoading->setVisible(false);
     close();
     if (mainWindow == nullptr) {

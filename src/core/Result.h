@@ -6,6 +6,20 @@
 #include <optional>
 #include <utility>
 
+// The codes of the errors that cross subsystem boundaries, written ErrorCode::CannotRead. A
+// reader with codes of its own (the Access engine, the workbooks, plain files) keeps them beside it.
+enum ErrorCode : int
+{
+    CannotRead = 1,          // a file, data file or address book cannot be read; the message says why
+    BadInput = 2,            // what was given cannot be used: a command-line argument or source, a journal
+                             // of something else (the command line's exit status 2)
+    CannotWrite = 3,         // a file the step keeps cannot be written
+    NoSuchDocument = 50,     // the document to open or to render is not there
+    OfficeSuiteEnded = 51,   // the office suite that held the document has ended
+    OverwritesTemplate = 70, // a merged copy or letter would take its template's place
+    BackupFailed = 71        // a document to change could not first be copied to its backup
+};
+
 // The outcome of a step that can fail, carried across subsystem boundaries as a value:
 // either the result, or an error code with a message for logs and labels.
 struct Error

@@ -82,7 +82,7 @@ Result<QByteArray> EncodeBase64File(const QString& path)
 {
     QFile file(path);
     if (!file.open(QIODevice::ReadWrite) && !file.open(QIODevice::ReadOnly)) {
-        return Result<QByteArray>::failure(1, file.errorString());
+        return Result<QByteArray>::failure(ErrorCode::CannotRead, file.errorString());
     }
     return encodeFileBytes(file.readAll());
 }

@@ -112,14 +112,14 @@ Result<PastRun> PastRun::read(const QString& journalPath)
     QFile runFile(runFileOf(journalPath));
     QFile lines(journalPath);
     if (!runFile.open(QIODevice::ReadOnly) || !lines.open(QIODevice::ReadOnly)) {
-        return Result<PastRun>::failure(2, u"%1 is not the journal of a send run"_s.arg(journalPath));
+        return Result<PastRun>::failure(ErrorCode::BadInput, u"%1 is not the journal of a send run"_s.arg(journalPath));
     }
     const QJsonObject about = QJsonDocument::fromJson(runFile.readAll()).object();
     run.m_identity = {about.value(u"source"_s).toString(), about.value(u"template"_s).toString(),
                       about.value(u"subject"_s).toString(), about.value(u"contacts"_s).toInt()};
     run.m_ending = about.value(u"ending"_s).toString();
     if (lines.readLine() != HeaderLine) {
-        return Result<PastRun>::failure(2, u"%1 is not the journal of a send run"_s.arg(journalPath));
+        return Result<PastRun>::failure(ErrorCode::BadInput, u"%1 is not the journal of a send run"_s.arg(journalPath));
     }
     while (!lines.atEnd()) {
         const QStringList fields = csvFields(QString::fromUtf8(lines.readLine()).chopped(1));
@@ -184,7 +184,8 @@ Result<std::unique_ptr<DeliveryJournal>> DeliveryJournal::create(const QString& 
 {
     std::unique_ptr<DeliveryJournal> journal(new DeliveryJournal(path, identity));
     if (!QDir().mkpath(QFileInfo(path).absolutePath()) || !journal->writeRunFile({}) || !journal->open(false)) {
-        return Result<std::unique_ptr<DeliveryJournal>>::failure(2, u"cannot write the journal %1"_s.arg(path));
+        return Result<std::unique_ptr<DeliveryJournal>>::failure(ErrorCode::CannotWrite,
+                                                                 u"cannot write the journal %1"_s.arg(path));
     }
     return journal;
 }
@@ -193,7 +194,8 @@ Result<std::unique_ptr<DeliveryJournal>> DeliveryJournal::resume(const PastRun& 
 {
     std::unique_ptr<DeliveryJournal> journal(new DeliveryJournal(run.path(), run.identity()));
     if (!journal->writeRunFile({}) || !journal->open(true)) {
-        return Result<std::unique_ptr<DeliveryJournal>>::failure(2, u"cannot write the journal %1"_s.arg(run.path()));
+        return Result<std::unique_ptr<DeliveryJournal>>::failure(ErrorCode::CannotWrite,
+                                                                 u"cannot write the journal %1"_s.arg(run.path()));
     }
     for (const ContactDelivery& contact : run.unconfirmed()) {
         journal->record(contact);

@@ -14,7 +14,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr double FullBar = 7500.0;
+constexpr double FullBar = 1.0;
 const QString ProcessCancelled = u"Process Cancelled!"_s;
 
 // The program's own SMTP conversation, showing its progress on the run page.
@@ -57,7 +57,7 @@ void SmtpSendRun::PrepareSendRun(const QString& title, int contacts)
     m_view.setProcess(QString());
     m_view.setFolderText(QString());
     m_view.setHeader(title);
-    m_view.setBarWidth(0);
+    m_view.setProgress(0);
     // With no contact the division fails and the step keeps its value; the loop runs no turn.
     if (contacts > 0) {
         m_progressStep = FullBar / contacts;
@@ -167,7 +167,7 @@ bool SmtpSendRun::awaitPace(double barBefore)
         }
         // The bar creeps through the first half of this contact's step while the run waits.
         const double waited = 1.0 - static_cast<double>(due - now) / static_cast<double>(gap);
-        m_view.setBarWidth(qMin(barBefore + m_progressStep * 0.5 * waited, FullBar));
+        m_view.setProgress(qMin(barBefore + m_progressStep * 0.5 * waited, FullBar));
         m_view.setStatus(u"Waiting %1 s for the pace of %2 mails a minute"_s.arg((due - now + 999) / 1000)
                              .arg(m_account.mailsPerMinute));
         m_view.pumpEvents();
@@ -231,7 +231,7 @@ RunOutcome SmtpSendRun::run(const SendRunInput& input)
             }
             break;
         }
-        const double barBefore = m_view.barWidth();
+        const double barBefore = m_view.progress();
         const QString address = input.addresses.value(i);
         const int row = input.rows.at(i);
         const bool deliveredBefore = input.resumed != nullptr && input.resumed->delivered(row, address);
@@ -267,7 +267,7 @@ RunOutcome SmtpSendRun::run(const SendRunInput& input)
             m_view.pumpEvents();
         }
         if (!m_transport.cancelled()) {
-            m_view.setBarWidth(qMin(barBefore + m_progressStep, FullBar));
+            m_view.setProgress(qMin(barBefore + m_progressStep, FullBar));
         }
     }
     // Contacts the run never came to are in the journal too.
@@ -334,8 +334,8 @@ RunOutcome SmtpSendRun::closingSteps(const QString& error)
     const bool errorPending = !error.isEmpty();
     m_transport.endRun();
     // The outbox run keeps a bar that rounding left just short of its end.
-    if (m_way == Way::Smtp || m_view.barWidth() > FullBar) {
-        m_view.setBarWidth(FullBar);
+    if (m_way == Way::Smtp || m_view.progress() > FullBar) {
+        m_view.setProgress(FullBar);
     }
     m_view.setProcessVisible(true);
     if (cancelled || errorPending) {

@@ -27,7 +27,7 @@ QList<ListedDocument> documentsIn(const QString& folder)
     documents.reserve(files.size());
     for (const QFileInfo& file : files) {
         const QString name = file.fileName();
-        if (name.startsWith(u'~') || !wordlink::isListedWordDocument(name)) {
+        if (name.startsWith(u'~') || !wordlink::isListedDocument(name)) {
             continue;
         }
         documents.append({file.absoluteFilePath(), file.completeBaseName(),

@@ -1682,7 +1682,7 @@ void FrmFileList::ChooseWordDocument()
 {
     // The caption names .doc; the patterns let .docx through as well.
     const QString name = Dialogs::ShowFileDialog(u"Word Documents (*.doc)|*.doc;*.docx"_s, {}, this);
-    if (wordlink::endsAsWordDocument(name)) {
+    if (wordlink::isWordDocumentName(name)) {
         OpenWordDocument(name);
     }
 }

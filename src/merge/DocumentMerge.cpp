@@ -38,7 +38,7 @@ template <typename Replacements>
 Status DocumentMerge::merge(const QString& templatePath, const QString& outputPath, const Replacements& replacements)
 {
     if (isTemplateItself(outputPath, TextUtil::trimSpaces(templatePath))) {
-        return Error{70, u"the copy would overwrite its template"_s};
+        return Error{ErrorCode::OverwritesTemplate, u"the copy would overwrite its template"_s};
     }
     // Whatever stood at the output belongs to no contact once this merge begins: a failed merge
     // must not leave an earlier contact's copy there.

@@ -13,7 +13,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr double FullBar = 7500.0;
+constexpr double FullBar = 1.0;
 // The count of letters is a 16-bit number: a run beyond it ends as a failure.
 constexpr int MostLetters = 32767;
 
@@ -41,7 +41,7 @@ void PostalMergeRun::InitRunProgress(int selectedCount)
     m_view.setHeader(QString());
     m_view.setCancelEnabled(true);
     m_view.setBackEnabled(false);
-    m_view.setBarWidth(0);
+    m_view.setProgress(0);
     if (selectedCount > 0) {
         m_step = FullBar / selectedCount;
     }
@@ -59,7 +59,7 @@ Status PostalMergeRun::mergeContact(wordlink::DocumentApplication& application, 
     // Never over the template: the next contact's letter would be made from this one.
     const auto saveLetterAs = [&](const QString& target) {
         return DocumentMerge::isTemplateItself(target, TextUtil::trimSpaces(input.templatePath))
-                   ? Status(Error{71, u"the letter would overwrite its template"_s})
+                   ? Status(Error{ErrorCode::OverwritesTemplate, u"the letter would overwrite its template"_s})
                    : letter->SaveAs(target);
     };
     for (const auto& [token, value] : input.tokens->allFieldReplacements(row)) {
@@ -145,7 +145,7 @@ RunOutcome PostalMergeRun::run(const Input& input, const QString& folder)
             outcome = RunOutcome::failed(merged.error().message, m_done - 1);
             break;
         }
-        m_view.setBarWidth(qMin(m_view.barWidth() + m_step, FullBar));
+        m_view.setProgress(qMin(m_view.progress() + m_step, FullBar));
         if (++yieldCount == 10) {
             yieldCount = 0;
             m_view.pumpEvents();
@@ -163,7 +163,7 @@ RunOutcome PostalMergeRun::run(const Input& input, const QString& folder)
     }
     // The closing steps, also after a failure: no message, the labels stay as they were.
     m_view.setNext(u"Finish"_s, true);
-    m_view.setBarWidth(qMin(m_view.barWidth(), FullBar));
+    m_view.setProgress(qMin(m_view.progress(), FullBar));
     m_view.setWaitCursor(false);
     m_view.setCancelEnabled(false);
     m_view.setBackEnabled(true);

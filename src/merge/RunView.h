@@ -15,8 +15,9 @@ public:
     virtual void setProcess(const QString& text) = 0;    // lblSendProcess
     virtual QString process() const = 0;
     virtual void setProcessVisible(bool visible) = 0;
-    virtual void setBarWidth(double twips) = 0; // Pbr, 0 to 7500
-    virtual double barWidth() const = 0;
+    // The bar Pbr, as the part of the run done: 0 at the start, 1 when full.
+    virtual void setProgress(double fraction) = 0;
+    virtual double progress() const = 0;
     virtual void setCancelEnabled(bool enabled) = 0; // CmdCancelSend
     virtual void setBackEnabled(bool enabled) = 0;   // CmdBack
     virtual void setNext(const QString& caption, bool enabled) = 0;

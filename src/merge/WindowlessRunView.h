@@ -14,8 +14,8 @@ public:
     void setProcess(const QString& text) override { m_process = text; }
     QString process() const override { return m_process; }
     void setProcessVisible(bool) override {}
-    void setBarWidth(double twips) override { m_barWidth = twips; }
-    double barWidth() const override { return m_barWidth; }
+    void setProgress(double fraction) override { m_progress = fraction; }
+    double progress() const override { return m_progress; }
     void setCancelEnabled(bool) override {}
     void setBackEnabled(bool) override {}
     void setNext(const QString&, bool) override {}
@@ -27,5 +27,5 @@ public:
 
 private:
     QString m_process;
-    double m_barWidth = 0;
+    double m_progress = 0;
 };

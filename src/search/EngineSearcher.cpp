@@ -17,7 +17,7 @@ Status keepOriginal(const QString& path, const QString& backupCopy)
     QDir().mkpath(QFileInfo(backupCopy).absolutePath());
     QFile copy(path);
     if (!copy.copy(backupCopy)) {
-        return Error{70, u"the document could not be copied to "_s + backupCopy};
+        return Error{ErrorCode::BackupFailed, u"the document could not be copied to "_s + backupCopy};
     }
     QFile kept(backupCopy);
     if (kept.open(QIODevice::ReadWrite)) {

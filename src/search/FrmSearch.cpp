@@ -10,6 +10,7 @@
 #include "core/SettingsKeys.h"
 #include "core/TextUtil.h"
 #include "core/Twips.h"
+#include "core/WaitCursor.h"
 #include "wordlink/UserOffice.h"
 
 #include <QApplication>
@@ -516,9 +517,8 @@ void FrmSearch::lvList_MouseUp(const QPoint& position)
 void FrmSearch::OpenFoundDocument(const QString& path)
 {
     // The document opens in the office suite's visible writer, which stays open for the user.
-    QApplication::setOverrideCursor(Qt::WaitCursor);
+    const WaitCursor wait;
     wordlink::openForUser(path);
-    QApplication::restoreOverrideCursor();
 }
 
 void FrmSearch::MnuDelete_Click()

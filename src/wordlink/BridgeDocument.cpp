@@ -37,7 +37,7 @@ BridgeDocument::BridgeDocument(QString key, QString fullName)
 Result<QJsonObject> BridgeDocument::ask(const QJsonObject& request) const
 {
     if (!OfficeBridge::instance().isServing(m_generation)) {
-        return Error{51, u"the office suite that held the document has ended"_s};
+        return Error{ErrorCode::OfficeSuiteEnded, u"the office suite that held the document has ended"_s};
     }
     return OfficeBridge::instance().call(request);
 }
@@ -56,7 +56,7 @@ Result<std::unique_ptr<Document>> BridgeDocument::open(const QString& path, bool
 {
     const QString absolute = QFileInfo(path).absoluteFilePath();
     if (!QFileInfo(absolute).isFile()) {
-        return Error{50, u"no such document: "_s + path};
+        return Error{ErrorCode::NoSuchDocument, u"no such document: "_s + path};
     }
     const Result<QJsonObject> answer =
         OfficeBridge::instance().call({{u"op"_s, u"open"_s}, {u"path"_s, absolute}, {u"readOnly"_s, readOnly}});

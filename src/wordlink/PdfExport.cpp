@@ -23,7 +23,7 @@ Result<QString> exportPdf(const QString& documentPath, OfficeBridge& bridge)
 {
     const QFileInfo document(documentPath);
     if (!document.isFile()) {
-        return Error{60, u"no such document: "_s + documentPath};
+        return Error{ErrorCode::NoSuchDocument, u"no such document: "_s + documentPath};
     }
     // One export per document is kept: named by the document's path, then by its size and time.
     const auto hashed = [](const QByteArray& text) {

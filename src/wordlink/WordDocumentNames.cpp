@@ -6,15 +6,15 @@ using namespace Qt::StringLiterals;
 
 namespace wordlink {
 
-bool endsAsWordDocument(const QString& name)
+bool isWordDocumentName(const QString& name)
 {
-    return name.endsWith(u"DOC"_s, Qt::CaseInsensitive) || name.endsWith(u"DOCX"_s, Qt::CaseInsensitive);
+    const QString suffix = QFileInfo(name).suffix();
+    return suffix.compare(u"doc"_s, Qt::CaseInsensitive) == 0 || suffix.compare(u"docx"_s, Qt::CaseInsensitive) == 0;
 }
 
-bool isListedWordDocument(const QString& fileName)
+bool isListedDocument(const QString& fileName)
 {
-    const QString suffix = QFileInfo(fileName).suffix().toUpper();
-    return suffix == u"DOC"_s || suffix == u"DOCX"_s || suffix == u"RTF"_s;
+    return isWordDocumentName(fileName) || QFileInfo(fileName).suffix().compare(u"rtf"_s, Qt::CaseInsensitive) == 0;
 }
 
 } // namespace wordlink

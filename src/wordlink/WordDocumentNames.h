@@ -2,14 +2,14 @@
 
 #include <QString>
 
-// Which names the program takes for Word documents. Two rules, each where the windows use it:
+// Which names the program takes for Word documents: one rule for every dialog, check and list.
 namespace wordlink {
 
-// A name picked in a Word file dialog: it ends in "DOC" or "DOCX", in any letter case. The ending
-// is read as letters, not as an extension, as the dialogs always have ("memodoc" passes).
-bool endsAsWordDocument(const QString& name);
+// A Word document's name: its extension is .doc or .docx, in any letter case. "Memo.DOCX" is one;
+// "memodoc" and "memo.doc.txt" are not.
+bool isWordDocumentName(const QString& name);
 
-// A file the document list shows: its extension is .doc, .docx or .rtf, in any letter case.
-bool isListedWordDocument(const QString& fileName);
+// A file the document list shows: a Word document, or an .rtf file.
+bool isListedDocument(const QString& fileName);
 
 } // namespace wordlink

@@ -140,7 +140,7 @@ private slots:
         QTest::newRow(".doc from the menu") << u"MnuWdOpen"_s << u"Letter.doc"_s << true << true << QStringList();
         QTest::newRow(".DOCX from the toolbar") << u"lblOpen"_s << u"REPORT.DOCX"_s << true << true << QStringList();
         QTest::newRow("other ending") << u"MnuWdOpen"_s << u"Notes.txt"_s << true << false << QStringList();
-        QTest::newRow("ending without a dot") << u"lblOpen"_s << u"Catdoc"_s << true << true << QStringList();
+        QTest::newRow("ending without a dot") << u"lblOpen"_s << u"Catdoc"_s << true << false << QStringList();
         QTest::newRow("cancelled") << u"MnuWdOpen"_s << QString() << false << false << QStringList();
         QTest::newRow("typed name that is not there")
             << u"lblOpen"_s << u"Not there.doc"_s << false << false << QStringList{NotValid};

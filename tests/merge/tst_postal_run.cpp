@@ -102,7 +102,7 @@ private slots:
         QVERIFY(view.processes.contains(u"Processing  2  of  3"_s));
         QCOMPARE(view.process(), u"Files are Saved Successfully"_s);
         QCOMPARE(view.statuses.last(), QString());
-        QCOMPARE(view.bar, 7500.0);
+        QCOMPARE(view.bar, 1.0);
         QVERIFY(view.nextEnabled);
         QCOMPARE(view.nextCaption, u"Finish"_s);
         QVERIFY(view.backEnabled);

@@ -24,8 +24,8 @@ public:
     }
     QString process() const override { return processes.isEmpty() ? QString() : processes.last(); }
     void setProcessVisible(bool visible) override { processVisible = visible; }
-    void setBarWidth(double twips) override { bar = twips; }
-    double barWidth() const override { return bar; }
+    void setProgress(double fraction) override { bar = fraction; }
+    double progress() const override { return bar; }
     void setCancelEnabled(bool enabled) override { cancelEnabled = enabled; }
     void setBackEnabled(bool enabled) override { backEnabled = enabled; }
     void setNext(const QString& caption, bool enabled) override

@@ -3,6 +3,7 @@
 #include "core/Dialogs.h"
 #include "core/ListSeparator.h"
 #include "core/MessageBoxes.h"
+#include "core/WaitCursor.h"
 
 #include <QApplication>
 #include <QHBoxLayout>
@@ -196,13 +197,15 @@ void FrmPick::cmdAddDataFile_Click()
     if (path.isEmpty()) {
         return;
     }
-    QApplication::setOverrideCursor(Qt::WaitCursor);
-    const Status added = MailClient::addDataFile(path);
-    if (added.ok()) {
-        m_namespace = MailClient::attach();
-        LoadTreeSpecific();
+    Status added;
+    {
+        const WaitCursor wait;
+        added = MailClient::addDataFile(path);
+        if (added.ok()) {
+            m_namespace = MailClient::attach();
+            LoadTreeSpecific();
+        }
     }
-    QApplication::restoreOverrideCursor();
     if (!added.ok()) {
         MessageBoxes::show({added.error().message, u"Quillbay+"_s, MessageButtons::Ok, MessageIcon::Critical});
     }

@@ -107,7 +107,6 @@ void SendController::ScanMailTokens()
     });
     m_progress->finish();
     showSelectedSource();
-    FrmMailMerge::setTag(m_wizard.CmdNext(), QString());
 }
 
 void SendController::showSelectedSource()

@@ -59,31 +59,27 @@ void TemplateController::connectTemplatePage()
 
 void TemplateController::ChkMailMerge_Click()
 {
-    FrmMailMerge::setTag(m_wizard.contactsPage()->lblConTitle, Change);
-    m_template->ChkPostalMerge->setChecked(!m_template->ChkMailMerge->isChecked());
-    if (m_template->ChkMailMerge->isChecked()) {
-        DisablePostalControls();
-        EnableAttachmentControls();
-        m_wizard.CmdNext()->setText(NextCaption);
-    } else {
-        EnablePostalControls();
-        DisableAttachmentControls();
-        m_wizard.CmdNext()->setText(StartCaption);
-    }
+    chooseMergeKind(m_template->ChkMailMerge->isChecked());
 }
 
 void TemplateController::ChkPostalMerge_Click()
 {
+    chooseMergeKind(!m_template->ChkPostalMerge->isChecked());
+}
+
+void TemplateController::chooseMergeKind(bool mail)
+{
     FrmMailMerge::setTag(m_wizard.contactsPage()->lblConTitle, Change);
-    m_template->ChkMailMerge->setChecked(!m_template->ChkPostalMerge->isChecked());
-    if (m_template->ChkPostalMerge->isChecked()) {
-        EnablePostalControls();
-        DisableAttachmentControls();
-        m_wizard.CmdNext()->setText(StartCaption);
-    } else {
+    m_template->ChkMailMerge->setChecked(mail);
+    m_template->ChkPostalMerge->setChecked(!mail);
+    if (mail) {
         DisablePostalControls();
         EnableAttachmentControls();
         m_wizard.CmdNext()->setText(NextCaption);
+    } else {
+        EnablePostalControls();
+        DisableAttachmentControls();
+        m_wizard.CmdNext()->setText(StartCaption);
     }
 }
 
@@ -148,7 +144,7 @@ void TemplateController::CmdBrowseTemplate_Click(int index)
     if (name.isEmpty()) {
         return;
     }
-    if (!wordlink::endsAsWordDocument(name)) {
+    if (!wordlink::isWordDocumentName(name)) {
         MessageBoxes::information(u"Not a Legal Source"_s);
         return;
     }
@@ -168,7 +164,7 @@ void TemplateController::txtTemplate_Change(int index)
 
 void TemplateController::OptDocs_Click(int option)
 {
-    m_template->txtDocs->setText(FrmMailMerge::Tag(m_template->OptDocs[option]));
+    m_template->txtDocs->setText(m_outputTargets.at(option));
     m_template->lblDocs->setText(option == 0 ? u"Save the word document as"_s : u"Save Documents in the folder"_s);
 }
 
@@ -191,18 +187,18 @@ void TemplateController::BrowseOutputTarget(int option)
         if (name.isEmpty()) {
             return;
         }
-        if (!wordlink::endsAsWordDocument(name)) {
+        if (!wordlink::isWordDocumentName(name)) {
             MessageBoxes::information(u"Not a Legal Source"_s);
             return;
         }
         m_template->txtDocs->setText(name);
-        FrmMailMerge::setTag(m_template->OptDocs[0], name);
+        m_outputTargets[0] = name;
         return;
     }
     const QString folder = Dialogs::BrowseForFolder(u"Select a Folder :"_s, 0, &m_wizard);
     if (!folder.isEmpty()) {
         m_template->txtDocs->setText(folder);
-        FrmMailMerge::setTag(m_template->OptDocs[1], folder);
+        m_outputTargets[1] = folder;
     }
 }
 

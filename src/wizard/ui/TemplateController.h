@@ -1,6 +1,9 @@
 #pragma once
 
 #include <QObject>
+#include <QString>
+
+#include <array>
 
 class FrmMailMerge;
 class TemplatePage;
@@ -26,6 +29,9 @@ private:
     void connectTemplatePage();
     void ChkMailMerge_Click();
     void ChkPostalMerge_Click();
+    // The two boxes of the merge kind exclude each other: a mail merge (with its attachment
+    // controls) or a postal merge (with its document controls).
+    void chooseMergeKind(bool mail);
     void ChkAttachment_Click();
     void EnableAttachmentControls();
     void DisableAttachmentControls();
@@ -40,4 +46,7 @@ private:
 
     FrmMailMerge& m_wizard;
     TemplatePage* m_template;
+    // The document name and the folder last chosen for the two kinds of output; a click on an
+    // option shows its own in the box.
+    std::array<QString, 2> m_outputTargets;
 };

@@ -452,8 +452,8 @@ void FinishPage::showDeliveryReport(const QString& counts, const QString& journa
     lblCounts->setVisible(true);
 }
 
-void FinishPage::setBarWidth(double twips)
+void FinishPage::setProgress(double fraction)
 {
-    m_barWidth = twips;
-    Pbr->resize(Twips::toPixels(qBound(0.0, twips, 7500.0)), Pbr->height());
+    m_progress = fraction;
+    Pbr->resize(Twips::toPixels(7500.0 * qBound(0.0, fraction, 1.0)), Pbr->height());
 }

@@ -146,9 +146,9 @@ public:
 
     // The mail run's counts and a link to its journal, beside the run's own closing text.
     void showDeliveryReport(const QString& counts, const QString& journal);
-    // The bar grows to 7500 twips.
-    void setBarWidth(double twips);
-    double barWidth() const { return m_barWidth; }
+    // The bar, as the part of the run done (0 to 1); full, it is 7500 twips wide.
+    void setProgress(double fraction);
+    double progress() const { return m_progress; }
 
     QTabWidget* FinishTab;
     QLabel* lblheader;
@@ -163,5 +163,5 @@ public:
     QLabel* lblCounts;
 
 private:
-    double m_barWidth = 0;
+    double m_progress = 0;
 };

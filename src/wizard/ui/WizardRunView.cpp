@@ -44,14 +44,14 @@ void WizardRunView::setProcessVisible(bool visible)
     m_wizard.finishPage()->lblSendProcess->setVisible(visible);
 }
 
-void WizardRunView::setBarWidth(double twips)
+void WizardRunView::setProgress(double fraction)
 {
-    m_wizard.finishPage()->setBarWidth(twips);
+    m_wizard.finishPage()->setProgress(fraction);
 }
 
-double WizardRunView::barWidth() const
+double WizardRunView::progress() const
 {
-    return m_wizard.finishPage()->barWidth();
+    return m_wizard.finishPage()->progress();
 }
 
 void WizardRunView::setCancelEnabled(bool enabled)

@@ -20,8 +20,8 @@ public:
     void setProcess(const QString& text) override;
     QString process() const override;
     void setProcessVisible(bool visible) override;
-    void setBarWidth(double twips) override;
-    double barWidth() const override;
+    void setProgress(double fraction) override;
+    double progress() const override;
     void setCancelEnabled(bool enabled) override;
     void setBackEnabled(bool enabled) override;
     void setNext(const QString& caption, bool enabled) override;
