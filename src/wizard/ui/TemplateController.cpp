@@ -28,6 +28,26 @@ using WizardCaptions::NextCaption;
 using WizardCaptions::StartCaption;
 using WizardMarks::Change;
 
+namespace {
+
+const QString WordFilter = u"Word Documents (*.doc;*.docx)|*.doc;*.docx"_s;
+
+// The name a Word dialog gave: false for a cancelled dialog, and with "Not a Legal Source" for a
+// name that is no Word document.
+bool isChosenWordDocument(const QString& name)
+{
+    if (name.isEmpty()) {
+        return false;
+    }
+    if (!wordlink::isWordDocumentName(name)) {
+        MessageBoxes::information(u"Not a Legal Source"_s);
+        return false;
+    }
+    return true;
+}
+
+} // namespace
+
 TemplateController::TemplateController(FrmMailMerge& wizard)
     : QObject(&wizard)
     , m_wizard(wizard)
@@ -140,12 +160,8 @@ void TemplateController::DisablePostalControls()
 
 void TemplateController::CmdBrowseTemplate_Click(int index)
 {
-    const QString name = Dialogs::ShowFileDialog(u"Word Documents (*.doc;*.docx)|*.doc;*.docx"_s, {}, &m_wizard);
-    if (name.isEmpty()) {
-        return;
-    }
-    if (!wordlink::isWordDocumentName(name)) {
-        MessageBoxes::information(u"Not a Legal Source"_s);
+    const QString name = Dialogs::ShowFileDialog(WordFilter, {}, &m_wizard);
+    if (!isChosenWordDocument(name)) {
         return;
     }
     m_template->txtTemplate[index]->setText(name);
@@ -183,12 +199,8 @@ void TemplateController::cmdBrowseDoc_Click()
 void TemplateController::BrowseOutputTarget(int option)
 {
     if (option == 0) {
-        const QString name = Dialogs::ShowSaveDialog(u"Word Documents (*.doc;*.docx)|*.doc;*.docx"_s, {}, &m_wizard);
-        if (name.isEmpty()) {
-            return;
-        }
-        if (!wordlink::isWordDocumentName(name)) {
-            MessageBoxes::information(u"Not a Legal Source"_s);
+        const QString name = Dialogs::ShowSaveDialog(WordFilter, {}, &m_wizard);
+        if (!isChosenWordDocument(name)) {
             return;
         }
         m_template->txtDocs->setText(name);
