@@ -304,9 +304,9 @@ Loaded loadTextContacts(const ContactSourceOptions& options, ContactTable& table
     const Result<TextSource::OpenedList> list = TextSource::open(options.path, kind);
     if (!list.ok()) {
         switch (list.error().code) {
-        case TextSource::FileMissing:
+        case ErrorCode::FileMissing:
             return Loaded::failure(ErrorCode::BadInput, u"File Doesn't Exists: %1"_s.arg(options.path));
-        case TextSource::NoContacts:
+        case ErrorCode::NoContacts:
             return Loaded::failure(ErrorCode::BadInput, u"the contact list %1 holds no contacts"_s.arg(options.path));
         default:
             return Loaded::failure(ErrorCode::BadInput,

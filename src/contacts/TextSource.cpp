@@ -17,14 +17,14 @@ MapSection mapSection(TextKind kind)
 Result<OpenedList> open(const QString& path, TextKind kind)
 {
     if (PlainFile::kindOf(path) == PlainFile::Kind::Missing) {
-        return Result<OpenedList>::failure(FileMissing, u"File Doesn't Exists"_s);
+        return Result<OpenedList>::failure(ErrorCode::FileMissing, u"File Doesn't Exists"_s);
     }
     Result<QString> text = DelimitedText::readText(path);
     if (!text.ok()) {
-        return Result<OpenedList>::failure(Unreadable, text.error().message);
+        return text.error();
     }
     if (text->isEmpty()) {
-        return Result<OpenedList>::failure(NoContacts, u"The contact list %1 holds no contacts"_s.arg(path));
+        return Result<OpenedList>::failure(ErrorCode::NoContacts, u"The contact list %1 holds no contacts"_s.arg(path));
     }
     OpenedList list;
     list.columns = DelimitedText::firstLineColumns(text.value(), kind);

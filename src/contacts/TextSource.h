@@ -16,13 +16,6 @@
 // remember the file and the map for the next time.
 namespace TextSource {
 
-enum Problem
-{
-    FileMissing = 1,
-    Unreadable, // a folder, a pipe or a file that cannot be read; the message says which
-    NoContacts  // an empty file
-};
-
 struct OpenedList
 {
     QString text;
@@ -33,8 +26,8 @@ struct OpenedList
 // Where the map of the kind is remembered: "TabValues" / "TxtTabFile" or "CommaValues" / "TxtComaFile".
 MapSection mapSection(TextKind kind);
 
-// The list's text and its column names, or a Problem with its message ("File Doesn't Exists",
-// the reason it cannot be read, "The contact list … holds no contacts").
+// The list's text and its column names, or an error: FileMissing ("File Doesn't Exists"),
+// NotAFile or CannotRead (the reason), NoContacts ("The contact list … holds no contacts").
 Result<OpenedList> open(const QString& path, TextKind kind);
 
 // The rows of the list (after its first line when skipFirst), read afresh from the file so that

@@ -80,9 +80,9 @@ private:
 class Workbook
 {
 public:
-    enum ErrorCode
+    enum ReadError
     {
-        Unreadable = 1,
+        Unreadable = 20,
         NotAWorkbook,
         PasswordProtected,
         Corrupt,

@@ -12,15 +12,6 @@ namespace FileOperations {
 
 namespace {
 
-enum FileError
-{
-    Missing = 70,
-    Exists,
-    NotPossible,
-    CopyFailed,
-    Inside
-};
-
 QString nameOf(const QString& path)
 {
     return QFileInfo(path).fileName();
@@ -28,7 +19,7 @@ QString nameOf(const QString& path)
 
 Error missing(const QString& path)
 {
-    return Error{Missing, u"\"%1\" no longer exists."_s.arg(nameOf(path))};
+    return Error{ErrorCode::FileMissing, u"\"%1\" no longer exists."_s.arg(nameOf(path))};
 }
 
 bool sameContents(const QString& a, const QString& b)
@@ -55,7 +46,7 @@ Status copyEntries(const QString& from, const QString& target)
         const QString copy = target + entry.absoluteFilePath().mid(from.size());
         if (entry.isDir() && !entry.isSymLink()) {
             if (!QDir().mkpath(copy)) {
-                return Error{NotPossible, u"\"%1\" cannot be made."_s.arg(copy)};
+                return Error{ErrorCode::NotPossible, u"\"%1\" cannot be made."_s.arg(copy)};
             }
         } else if (const Status copied = copyFile(entry.absoluteFilePath(), copy); !copied.ok()) {
             return copied;
@@ -73,7 +64,7 @@ Status moveToTrash(const QString& path)
         return missing(path);
     }
     if (!QFile::moveToTrash(path)) {
-        return Error{NotPossible,
+        return Error{ErrorCode::NotPossible,
                      u"\"%1\" cannot be moved to the Trash: it is in use, or you may not change its folder."_s.arg(
                          info.fileName())};
     }
@@ -84,7 +75,8 @@ Status copyFile(const QString& file, const QString& target)
 {
     QFile source(file);
     if (!source.open(QIODevice::ReadOnly)) {
-        return source.exists() ? Error{NotPossible, u"\"%1\" cannot be read."_s.arg(nameOf(file))} : missing(file);
+        return source.exists() ? Error{ErrorCode::NotPossible, u"\"%1\" cannot be read."_s.arg(nameOf(file))}
+                               : missing(file);
     }
     if (QFileInfo(file).canonicalFilePath() == QFileInfo(target).canonicalFilePath()) {
         return {}; // a file copied onto itself is already there
@@ -92,21 +84,22 @@ Status copyFile(const QString& file, const QString& target)
     // The copy is written beside its target and takes the target's name only when it is whole.
     QSaveFile copy(target);
     if (!copy.open(QIODevice::WriteOnly)) {
-        return Error{NotPossible, u"\"%1\" cannot be written: %2"_s.arg(target, copy.errorString())};
+        return Error{ErrorCode::NotPossible, u"\"%1\" cannot be written: %2"_s.arg(target, copy.errorString())};
     }
     while (!source.atEnd()) {
         const QByteArray block = source.read(1 << 20);
         if (block.isEmpty() && source.error() != QFileDevice::NoError) {
             copy.cancelWriting();
-            return Error{CopyFailed, u"\"%1\" could not be read to the end."_s.arg(nameOf(file))};
+            return Error{ErrorCode::CopyFailed, u"\"%1\" could not be read to the end."_s.arg(nameOf(file))};
         }
         if (copy.write(block) != block.size()) {
             copy.cancelWriting();
-            return Error{CopyFailed, u"\"%1\" could not be copied: %2"_s.arg(nameOf(file), copy.errorString())};
+            return Error{ErrorCode::CopyFailed,
+                         u"\"%1\" could not be copied: %2"_s.arg(nameOf(file), copy.errorString())};
         }
     }
     if (!copy.commit()) {
-        return Error{CopyFailed, u"\"%1\" could not be copied: %2"_s.arg(nameOf(file), copy.errorString())};
+        return Error{ErrorCode::CopyFailed, u"\"%1\" could not be copied: %2"_s.arg(nameOf(file), copy.errorString())};
     }
     QFile::setPermissions(target, source.permissions());
     return {};
@@ -119,7 +112,7 @@ Status moveFile(const QString& file, const QString& folder)
     }
     const QString target = QDir(folder).filePath(nameOf(file));
     if (QFileInfo::exists(target)) {
-        return Error{Exists, u"\"%1\" already exists in \"%2\"."_s.arg(nameOf(file), folder)};
+        return Error{ErrorCode::NameTaken, u"\"%1\" already exists in \"%2\"."_s.arg(nameOf(file), folder)};
     }
     if (QFile::rename(file, target)) {
         return {};
@@ -130,7 +123,7 @@ Status moveFile(const QString& file, const QString& folder)
     }
     if (!sameContents(file, target) || !QFile::remove(file)) {
         QFile::remove(target);
-        return Error{NotPossible,
+        return Error{ErrorCode::NotPossible,
                      u"\"%1\" cannot be moved: it is in use, or you may not change its folder."_s.arg(nameOf(file))};
     }
     return {};
@@ -148,12 +141,12 @@ Status copyFolder(const QString& folder, const QString& destination)
         return missing(destination);
     }
     if (into == from || into.startsWith(from + u'/')) {
-        return Error{Inside, u"\"%1\" cannot be copied into itself."_s.arg(source.fileName())};
+        return Error{ErrorCode::IntoItself, u"\"%1\" cannot be copied into itself."_s.arg(source.fileName())};
     }
     const QString target = QDir(into).filePath(source.fileName());
     const bool existed = QFileInfo::exists(target);
     if (!QDir().mkpath(target)) {
-        return Error{NotPossible, u"\"%1\" cannot be made."_s.arg(target)};
+        return Error{ErrorCode::NotPossible, u"\"%1\" cannot be made."_s.arg(target)};
     }
     const Status copied = copyEntries(from, target);
     // A new copy that could not be finished goes again; files it replaced were replaced whole.
@@ -171,7 +164,7 @@ Status moveFolder(const QString& folder, const QString& destination)
     }
     const QString target = QDir(destination).filePath(source.fileName());
     if (QFileInfo::exists(target)) {
-        return Error{Exists, u"\"%1\" already exists in \"%2\"."_s.arg(source.fileName(), destination)};
+        return Error{ErrorCode::NameTaken, u"\"%1\" already exists in \"%2\"."_s.arg(source.fileName(), destination)};
     }
     if (QDir().rename(folder, target)) {
         return {};
@@ -181,7 +174,7 @@ Status moveFolder(const QString& folder, const QString& destination)
     }
     // The whole folder stands at its new place, so the original may go.
     if (!QDir(folder).removeRecursively()) {
-        return Error{NotPossible,
+        return Error{ErrorCode::NotPossible,
                      u"\"%1\" was copied, but cannot be removed from its folder."_s.arg(source.fileName())};
     }
     return {};

@@ -9,17 +9,6 @@ using namespace Qt::StringLiterals;
 
 namespace PlainFile {
 
-namespace {
-
-enum ReadError
-{
-    NoFile = 1,
-    NotAFile,
-    Unreadable
-};
-
-} // namespace
-
 Kind kindOf(const QString& path)
 {
     const QFileInfo info(path);
@@ -36,17 +25,17 @@ Result<QByteArray> read(const QString& path)
 {
     switch (kindOf(path)) {
     case Kind::Missing:
-        return Error{NoFile, u"%1 does not exist"_s.arg(path)};
+        return Error{ErrorCode::FileMissing, u"%1 does not exist"_s.arg(path)};
     case Kind::Folder:
-        return Error{NotAFile, u"%1 is a folder, not a file"_s.arg(path)};
+        return Error{ErrorCode::NotAFile, u"%1 is a folder, not a file"_s.arg(path)};
     case Kind::Special:
-        return Error{NotAFile, u"%1 is not a plain file (a pipe, a socket or a device)"_s.arg(path)};
+        return Error{ErrorCode::NotAFile, u"%1 is not a plain file (a pipe, a socket or a device)"_s.arg(path)};
     case Kind::Regular:
         break;
     }
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly)) {
-        return Error{Unreadable, u"%1 cannot be read: %2"_s.arg(path, file.errorString())};
+        return Error{ErrorCode::CannotRead, u"%1 cannot be read: %2"_s.arg(path, file.errorString())};
     }
     return file.readAll();
 }

@@ -6,18 +6,29 @@
 #include <optional>
 #include <utility>
 
-// The codes of the errors that cross subsystem boundaries, written ErrorCode::CannotRead. A
-// reader with codes of its own (the Access engine, the workbooks, plain files) keeps them beside it.
+// The codes of the errors that cross subsystem boundaries, written ErrorCode::CannotRead, each
+// with one meaning. The Access engine keeps the engine's own numbers (3024, 3031, …) and the
+// workbook readers their codes from 20 on, beside them.
 enum ErrorCode : int
 {
-    CannotRead = 1,          // a file, data file or address book cannot be read; the message says why
-    BadInput = 2,            // what was given cannot be used: a command-line argument or source, a journal
-                             // of something else (the command line's exit status 2)
-    CannotWrite = 3,         // a file the step keeps cannot be written
+    CannotRead = 1,  // a file, data file or address book cannot be read; the message says why
+    BadInput = 2,    // what was given cannot be used: a command-line argument or source, a journal
+                     // of something else (the command line's exit status 2)
+    CannotWrite = 3, // a file the step keeps cannot be written
+    // Files read whole and contact lists.
+    FileMissing = 10,
+    NotAFile = 11,   // a folder, a pipe, a socket or a device
+    NoContacts = 12, // an empty contact list
+    // Documents.
     NoSuchDocument = 50,     // the document to open or to render is not there
     OfficeSuiteEnded = 51,   // the office suite that held the document has ended
     OverwritesTemplate = 70, // a merged copy or letter would take its template's place
-    BackupFailed = 71        // a document to change could not first be copied to its backup
+    BackupFailed = 71,       // a document to change could not first be copied to its backup
+    // The explorer's changes to the disk.
+    NameTaken = 80,   // the name is taken at the destination
+    NotPossible = 81, // the file system refused the change
+    CopyFailed = 82,  // a copy broke off; the original stays
+    IntoItself = 83   // a folder cannot go into itself
 };
 
 // The outcome of a step that can fail, carried across subsystem boundaries as a value:

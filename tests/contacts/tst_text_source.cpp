@@ -22,11 +22,11 @@ private slots:
     {
         QTemporaryDir dir;
         QCOMPARE(TextSource::open(dir.filePath(u"gone.csv"_s), TextKind::Comma).error().code,
-                 int(TextSource::FileMissing));
-        QCOMPARE(TextSource::open(dir.path(), TextKind::Comma).error().code, int(TextSource::Unreadable));
+                 int(ErrorCode::FileMissing));
+        QCOMPARE(TextSource::open(dir.path(), TextKind::Comma).error().code, int(ErrorCode::NotAFile));
         const QString empty = write(dir, u"empty.csv"_s, {});
         const Result<TextSource::OpenedList> none = TextSource::open(empty, TextKind::Comma);
-        QCOMPARE(none.error().code, int(TextSource::NoContacts));
+        QCOMPARE(none.error().code, int(ErrorCode::NoContacts));
         QVERIFY(none.error().message.contains(empty));
 
         const QString tabbed = write(dir, u"list.txt"_s, "Name\tMail, work\nAnn\tann@x.org\n");

@@ -111,17 +111,17 @@ void SendController::ScanMailTokens()
 
 void SendController::showSelectedSource()
 {
-    const int index = m_wizard.sourceIndex();
-    m_send->Label5[0]->setText(index == 1 ? u"Selected Folder :"_s : u"Selected File :"_s);
+    const auto kind = static_cast<SourceKind>(m_wizard.sourceIndex());
+    m_send->Label5[0]->setText(kind == SourceKind::MailClient ? u"Selected Folder :"_s : u"Selected File :"_s);
     QString source;
-    switch (index) {
-    case 1:
+    switch (kind) {
+    case SourceKind::MailClient:
         source = m_source->txtContact->text();
         break;
-    case 2:
+    case SourceKind::Excel:
         source = m_source->txtXlSheet->text();
         break;
-    case 3:
+    case SourceKind::Access:
         source = m_source->txtMdbFile->text();
         break;
     default:
