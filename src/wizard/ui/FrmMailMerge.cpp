@@ -3,6 +3,7 @@
 #include "ContactListView.h"
 #include "FrmPick.h"
 #include "ProgressPanel.h"
+#include "TemplateEditing.h"
 #include "WizardPages.h"
 #include "WizardRunView.h"
 #include "composer/ComposePage.h"
@@ -1604,12 +1605,14 @@ void FrmMailMerge::CmdNewTemplate_Click(int index)
     EditInWord(QString());
 }
 
+FrmMailMerge::~FrmMailMerge() = default;
+
 void FrmMailMerge::EditInWord(const QString& path)
 {
-    // The template opens in the office suite's visible writer, which stays with the user.
-    wordlink::setWordRunning(true);
-    wordlink::openForUser(path);
-    wordlink::setWordRunning(false);
+    if (!m_templateEditing) {
+        m_templateEditing = std::make_unique<TemplateEditing>(*this);
+    }
+    m_templateEditing->EditInWord(path);
 }
 
 void FrmMailMerge::txtTemplate_Change(int index)

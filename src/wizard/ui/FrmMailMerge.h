@@ -34,6 +34,7 @@ class QPushButton;
 class QStackedWidget;
 class SendPage;
 class SourcePage;
+class TemplateEditing;
 class TemplatePage;
 class WabReader;
 
@@ -59,6 +60,7 @@ public:
 
     // The one instance, made (and its Form_Load run) on first use after each unload.
     static FrmMailMerge* instance();
+    ~FrmMailMerge() override;
 
     int currentPage() const { return m_currentPage; }
     ContactTable& contactTable() { return m_table; }
@@ -81,6 +83,8 @@ public:
     QPushButton* CmdNext() const { return m_cmdNext; }
     QPushButton* cmdCancel() const { return m_cmdCancel; }
     QLabel* lblTotContacts() const { return m_lblTotContacts; }
+    // The template editing session of New and Edit, once one was asked for.
+    TemplateEditing* templateEditing() const { return m_templateEditing.get(); }
 
     void CmdNext_Click();
     void CmdBack_Click();
@@ -248,6 +252,7 @@ private:
     int m_shownSourceIndex = 0;
     // True while a contact source is read: presses of Next, Back and Close are then dropped.
     bool m_importing = false;
+    std::unique_ptr<TemplateEditing> m_templateEditing;
 
     QStackedWidget* m_pages;
     SourcePage* m_source;
