@@ -31,6 +31,8 @@ import unohelper
 from com.sun.star.beans import PropertyValue
 from com.sun.star.connection import NoConnectException
 from com.sun.star.frame import FeatureStateEvent, XDispatch, XDispatchProviderInterceptor
+from com.sun.star.task import XInteractionHandler
+from com.sun.star.ucb import XCommandEnvironment, XProgressHandler
 
 RESTART_CODE = 81
 MENUBAR = "private:resource/menubar/menubar"
@@ -85,23 +87,51 @@ def office_program():
     return program if os.access(program, os.X_OK) else launcher
 
 
-def unopkg_program():
-    program = os.path.join(os.path.dirname(office_program()), "unopkg")
-    return program if os.access(program, os.X_OK) else "unopkg"
-
-
-def prepare_profile(profile, extension):
-    """Makes the profile on first use, and adds the extension to it when this copy of the
-    extension is not in it yet (a mark file beside the profile remembers its size and time)."""
+def prepare_profile(profile):
+    """A new profile starts without the first start's dialog of tips."""
     settings = os.path.join(profile, "user", "registrymodifications.xcu")
     if not os.path.exists(settings):
         os.makedirs(os.path.dirname(settings), exist_ok=True)
         with open(settings, "w", encoding="utf-8") as out:
             out.write(PROFILE_SETTINGS)
+
+
+def extension_stamp(extension):
+    info = os.stat(extension)
+    return "%s %d %d" % (os.path.realpath(extension), info.st_size, int(info.st_mtime))
+
+
+class Approval(unohelper.Base, XCommandEnvironment, XInteractionHandler, XProgressHandler):
+    """Answers the questions of an extension's installation with their approval."""
+
+    def getInteractionHandler(self):
+        return self
+
+    def getProgressHandler(self):
+        return self
+
+    def handle(self, request):
+        for choice in request.getContinuations():
+            if choice.queryInterface(uno.getTypeByName("com.sun.star.task.XInteractionApprove")):
+                choice.select()
+                return
+
+    def push(self, status):
+        pass
+
+    def update(self, status):
+        pass
+
+    def pop(self):
+        pass
+
+
+def add_extension(context, profile, extension):
+    """Adds the extension to the running writer's profile when this copy of it is not there yet
+    (a mark file in the profile remembers the copy added last)."""
     if not extension or not os.path.isfile(extension):
         return
-    info = os.stat(extension)
-    stamp = "%s %d %d" % (os.path.realpath(extension), info.st_size, int(info.st_mtime))
+    stamp = extension_stamp(extension)
     mark = os.path.join(profile, "extension.mark")
     try:
         with open(mark, encoding="utf-8") as current:
@@ -109,13 +139,11 @@ def prepare_profile(profile, extension):
                 return
     except OSError:
         pass
-    done = subprocess.run([unopkg_program(), "add", "--force", "--suppress-license", extension,
-                           "-env:UserInstallation=" + uno.systemPathToFileUrl(profile)],
-                          stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
-                          timeout=120, check=False)
-    if done.returncode == 0:
-        with open(mark, "w", encoding="utf-8") as out:
-            out.write(stamp)
+    manager = context.getValueByName("/singletons/com.sun.star.deployment.ExtensionManager")
+    manager.addExtension(uno.systemPathToFileUrl(os.path.realpath(extension)), (), "user",
+                         manager.createAbortChannel(), Approval())
+    with open(mark, "w", encoding="utf-8") as out:
+        out.write(stamp)
 
 
 class Interceptor(unohelper.Base, XDispatchProviderInterceptor, XDispatch):
@@ -170,7 +198,7 @@ class Session:
     def __init__(self, profile, extension, app_folder):
         self.profile = os.path.abspath(profile)
         self.app_folder = app_folder
-        prepare_profile(self.profile, extension)
+        prepare_profile(self.profile)
         self.pipe = "quillbaysession" + uuid.uuid4().hex
         self.process = None
         self.document = None
@@ -181,6 +209,10 @@ class Session:
         # What state() tells once the document is closed: its state just before the close.
         self.closed_state = {"open": False, "saved": False, "fullName": ""}
         self.desktop = self.connect()
+        try:
+            add_extension(self.context, self.profile, extension)
+        except Exception as error:
+            sys.stderr.write("writer_session: the document log's extension was not added: %s\n" % error)
 
     def start_office(self):
         # Not bound to this helper's life: a writer left behind by an ended program stays with
