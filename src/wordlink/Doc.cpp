@@ -80,6 +80,10 @@ void Doc::Init()
 
 Status Doc::AssignWd(const QString& path)
 {
+    if (const OfficeLauncher& replacement = officeLauncher()) {
+        // A launcher put in the office suite's place is shown the writer's command instead.
+        return replacement(u"soffice"_s, writerArguments(path)) ? Status{} : Status{Error{2, u"not launched"_s}};
+    }
     const QString problem = visibleWriterProblem(QStandardPaths::findExecutable(u"soffice"_s));
     if (!problem.isEmpty()) {
         MessageBoxes::information(problem);

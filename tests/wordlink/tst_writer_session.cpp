@@ -135,17 +135,10 @@ void WriterSessionTest::initTestCase()
     if (QStandardPaths::findExecutable(u"xdotool"_s).isEmpty()) {
         QSKIP("xdotool, which finds the writer's window, is not installed");
     }
-    if (qEnvironmentVariableIsEmpty("DISPLAY")) {
-        if (QStandardPaths::findExecutable(u"Xvfb"_s).isEmpty()) {
-            QSKIP("there is no display and no Xvfb to make one");
-        }
-        m_display.start(u"Xvfb"_s,
-                        {u"-displayfd"_s, u"1"_s, u"-screen"_s, u"0"_s, u"1280x900x24"_s, u"-nolisten"_s, u"tcp"_s});
-        QVERIFY(m_display.waitForReadyRead(20000));
-        qputenv("DISPLAY", ":" + m_display.readAllStandardOutput().trimmed());
+    const QString noDisplay = TestSupport::ensureWriterDisplay(m_display);
+    if (!noDisplay.isEmpty()) {
+        QSKIP(qPrintable(noDisplay));
     }
-    // The plain X11 plugin sizes its windows without a window manager, which Xvfb lacks.
-    qputenv("SAL_USE_VCLPLUGIN", "gen");
 }
 
 void WriterSessionTest::cleanupTestCase()
