@@ -1,8 +1,10 @@
 #include "TestSupport.h"
 #include "core/AppPaths.h"
 #include "core/ListSeparator.h"
+#include "core/SettingsKeys.h"
 #include "explorer/RecentDocuments.h"
 #include "wordlink/Doc.h"
+#include "wordlink/LogExtension.h"
 #include "wordlink/UserOffice.h"
 #include "wordlink/WriterSession.h"
 
@@ -119,6 +121,7 @@ private slots:
     void addressBookSource_hasThirteenEntries_andUnsavedChangesAreDropped();
     void secondSession_endsTheFirst_andLeavesOnePopup_hiddenWizardHasNone();
     void openedWordDocument_isWrittenToTheLog();
+    void logOffer_isAskedOnce_andNoLeavesTheUsersOfficeAlone();
 
 private:
     QProcess m_display;
@@ -279,6 +282,18 @@ void WriterSessionTest::openedWordDocument_isWrittenToTheLog()
     QVERIFY(entry.has_value());
     QCOMPARE(entry->path, path);
     QVERIFY(entry->size.endsWith(u" KB"_s));
+}
+
+void WriterSessionTest::logOffer_isAskedOnce_andNoLeavesTheUsersOfficeAlone()
+{
+    TestSupport::MessageRecorder messages;
+    messages.answerNext(MessageAnswer::No);
+    offerLogExtension();
+    offerLogExtension();
+    QCOMPARE(messages.messages().size(), 1);
+    QVERIFY(messages.lastText().contains(u"your own LibreOffice"_s));
+    QCOMPARE(SettingsStore::instance().value(Keys::LogExtensionOffered), u"Y"_s);
+    QVERIFY(!QDir(TestSupport::homeFolder() + u"/.config/libreoffice"_s).exists());
 }
 
 QTEST_GUILESS_MAIN(WriterSessionTest)
