@@ -26,10 +26,19 @@ WriterSession::WriterSession()
 {
     m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
     connect(&m_process, &QProcess::readyReadStandardOutput, this, &WriterSession::readLines);
+    // A helper that ends unasked (it crashed, or it was ended for not answering) ends the
+    // session as the writer's own end does.
+    connect(&m_process, &QProcess::finished, this, [this] {
+        if (!m_quitting) {
+            m_events << QJsonObject{{u"event"_s, u"quit"_s}};
+            QTimer::singleShot(0, this, &WriterSession::deliverEvents);
+        }
+    });
 }
 
 WriterSession::~WriterSession()
 {
+    m_quitting = true;
     // The helper learns of the program's end by its closed input and leaves the window with
     // the user.
     m_process.closeWriteChannel();
@@ -119,6 +128,7 @@ Result<QJsonObject> WriterSession::call(const QJsonObject& request, int timeoutM
 
 void WriterSession::quit()
 {
+    m_quitting = true;
     if (m_process.state() == QProcess::Running) {
         call({{u"op"_s, u"quit"_s}}, 30000);
     }

@@ -12,7 +12,8 @@ namespace wordlink {
 // with the profile it is given and speaks JSON lines, like the office bridge. Besides the
 // answers to its calls, the helper reports what happens in the writer as events (a menu entry
 // chosen, a close asked for, the writer gone); they are handed on through `event` one at a time
-// from the event loop, never inside a call.
+// from the event loop, never inside a call. A helper that ends unasked is reported as the
+// writer's end ("quit").
 class WriterSession : public QObject
 {
     Q_OBJECT
@@ -41,6 +42,7 @@ private:
     QList<QJsonObject> m_answers;
     QList<QJsonObject> m_events;
     bool m_delivering = false;
+    bool m_quitting = false;
 };
 
 } // namespace wordlink

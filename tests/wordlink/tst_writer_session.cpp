@@ -121,6 +121,7 @@ private slots:
     void addressBookSource_hasThirteenEntries_andUnsavedChangesAreDropped();
     void secondSession_endsTheFirst_andLeavesOnePopup_hiddenWizardHasNone();
     void openedWordDocument_isWrittenToTheLog();
+    void exitOfTheWriter_closesAsTheWindowDoes_andAWriterThatDies_endsTheSession();
     void logOffer_isAskedOnce_andNoLeavesTheUsersOfficeAlone();
 
 private:
@@ -282,6 +283,26 @@ void WriterSessionTest::openedWordDocument_isWrittenToTheLog()
     QVERIFY(entry.has_value());
     QCOMPARE(entry->path, path);
     QVERIFY(entry->size.endsWith(u" KB"_s));
+}
+
+void WriterSessionTest::exitOfTheWriter_closesAsTheWindowDoes_andAWriterThatDies_endsTheSession()
+{
+    const QString path = m_files.filePath(u"exit.docx"_s);
+    QVERIFY(TestSupport::makeDocx(u"plain"_s, path, u"Exit"_s));
+    Wizard wizard;
+    Doc doc(wizard);
+    const auto end = qScopeGuard([&doc] { doc.Init(); });
+    QVERIFY(doc.AssignWd(path).ok());
+    ask(doc, op(u"dispatch"_s, u"command"_s, u".uno:Quit"_s));
+    QTRY_VERIFY_WITH_TIMEOUT(doc.writer() == nullptr, 30000);
+    QCOMPARE(wizard.templates[0], path);
+
+    wizard.templates[0].clear();
+    QVERIFY(doc.AssignWd(path).ok());
+    const qint64 office = ask(doc, op(u"pid"_s)).value(u"pid"_s).toInteger();
+    ::kill(pid_t(office), SIGKILL);
+    QTRY_VERIFY_WITH_TIMEOUT(doc.writer() == nullptr, 30000);
+    QCOMPARE(wizard.templates[0], QString());
 }
 
 void WriterSessionTest::logOffer_isAskedOnce_andNoLeavesTheUsersOfficeAlone()
