@@ -13,9 +13,10 @@ static void initBridgeResource()
 
 namespace wordlink {
 
-QString helperScript(const QString& fileName)
+namespace {
+
+void writeOut(const QString& fileName)
 {
-    initBridgeResource();
     const QString path = AppPaths::file(fileName);
     QFile packed(u":/wordlink/"_s + fileName);
     QFile current(path);
@@ -29,7 +30,17 @@ QString helperScript(const QString& fileName)
             }
         }
     }
-    return path;
+}
+
+} // namespace
+
+QString helperScript(const QString& fileName)
+{
+    initBridgeResource();
+    // The module the helpers share is imported from beside them.
+    writeOut(u"office_common.py"_s);
+    writeOut(fileName);
+    return AppPaths::file(fileName);
 }
 
 } // namespace wordlink

@@ -123,6 +123,7 @@ private slots:
     void openedWordDocument_isWrittenToTheLog();
     void exitOfTheWriter_closesAsTheWindowDoes_andAWriterThatDies_endsTheSession();
     void logOffer_isAskedOnce_andNoLeavesTheUsersOfficeAlone();
+    void suiteWithoutWindows_isNamed_andNoSessionStarts();
 
 private:
     QProcess m_display;
@@ -315,6 +316,24 @@ void WriterSessionTest::logOffer_isAskedOnce_andNoLeavesTheUsersOfficeAlone()
     QVERIFY(messages.lastText().contains(u"your own LibreOffice"_s));
     QCOMPARE(SettingsStore::instance().value(Keys::LogExtensionOffered), u"Y"_s);
     QVERIFY(!QDir(TestSupport::homeFolder() + u"/.config/libreoffice"_s).exists());
+}
+
+void WriterSessionTest::suiteWithoutWindows_isNamed_andNoSessionStarts()
+{
+    // An office suite built to work unseen: its program folder holds no window plugin.
+    QTemporaryDir suite;
+    TestSupport::writeShellScript(suite.filePath(u"soffice"_s), "exit 0\n");
+    const QByteArray path = qgetenv("PATH");
+    qputenv("PATH", QFile::encodeName(suite.path()));
+    const auto restore = qScopeGuard([&path] { qputenv("PATH", path); });
+    TestSupport::MessageRecorder messages;
+    Wizard wizard;
+    Doc doc(wizard);
+    QVERIFY(!doc.AssignWd(QString()).ok());
+    QVERIFY(doc.writer() == nullptr);
+    QCOMPARE(messages.messages().size(), 1);
+    QVERIFY2(messages.lastText().contains(u"no window system"_s) && messages.lastText().contains(u"libreoffice-gtk3"_s),
+             qPrintable(messages.lastText()));
 }
 
 QTEST_GUILESS_MAIN(WriterSessionTest)

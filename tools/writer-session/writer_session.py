@@ -23,18 +23,15 @@ import os
 import subprocess
 import sys
 import threading
-import time
 import uuid
 
 import uno
 import unohelper
-from com.sun.star.beans import PropertyValue
-from com.sun.star.connection import NoConnectException
 from com.sun.star.frame import FeatureStateEvent, XDispatch, XDispatchProviderInterceptor
 from com.sun.star.task import XInteractionHandler
 from com.sun.star.ucb import XCommandEnvironment, XProgressHandler
+from office_common import FILTERS, connect, desktop_of, office_program, props, url
 
-RESTART_CODE = 81
 MENUBAR = "private:resource/menubar/menubar"
 # The menu's mark, as the tag of a menu entry: its popup carries this command.
 POPUP_COMMAND = "vnd.quillbay:Quillbay"
@@ -62,29 +59,10 @@ def send(message):
         sys.stdout.flush()
 
 
-def props(**values):
-    result = []
-    for name, value in values.items():
-        item = PropertyValue()
-        item.Name = name
-        item.Value = value
-        result.append(item)
-    return tuple(result)
-
-
 def insert_entry(container, index, entry):
     # A menu entry goes into its container as a sequence of properties, which must be named as
     # such to cross the bridge.
     uno.invoke(container, "insertByIndex", (index, uno.Any("[]com.sun.star.beans.PropertyValue", entry)))
-
-
-def office_program():
-    import shutil
-    launcher = shutil.which("soffice")
-    if launcher is None:
-        raise RuntimeError("LibreOffice is not installed (no soffice on the path)")
-    program = os.path.join(os.path.dirname(os.path.realpath(launcher)), "soffice.bin")
-    return program if os.access(program, os.X_OK) else launcher
 
 
 def prepare_profile(profile):
@@ -224,23 +202,11 @@ class Session:
             stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
             env=dict(os.environ, QUILLBAY_APP_FOLDER=self.app_folder) if self.app_folder else None,
             start_new_session=True)
+        return self.process
 
     def connect(self):
-        self.start_office()
-        local = uno.getComponentContext()
-        resolver = local.ServiceManager.createInstanceWithContext("com.sun.star.bridge.UnoUrlResolver", local)
-        deadline = time.time() + 90
-        while True:
-            try:
-                self.context = resolver.resolve("uno:pipe,name=%s;urp;StarOffice.ComponentContext" % self.pipe)
-                return self.context.ServiceManager.createInstanceWithContext("com.sun.star.frame.Desktop",
-                                                                             self.context)
-            except NoConnectException:
-                if self.process.poll() == RESTART_CODE:
-                    self.start_office()
-                elif time.time() > deadline or self.process.poll() is not None:
-                    raise RuntimeError("the office suite did not start")
-                time.sleep(0.1)
+        self.context = connect(self.pipe, self.start_office)
+        return desktop_of(self.context)
 
     # The menu.
 
@@ -293,7 +259,7 @@ class Session:
     # The document.
 
     def open(self, path, captions):
-        target = uno.systemPathToFileUrl(os.path.abspath(path)) if path else "private:factory/swriter"
+        target = url(path) if path else "private:factory/swriter"
         document = self.desktop.loadComponentFromURL(target, "_blank", 0, ())
         if document is None:
             raise RuntimeError("the document cannot be opened: " + (path or "new document"))
@@ -404,9 +370,7 @@ class Session:
             return {"text": self.document.getText().getString()}
         if op == "saveAs":
             path = os.path.abspath(request["path"])
-            filters = {".doc": "MS Word 97", ".docx": "MS Word 2007 XML", ".rtf": "Rich Text Format", ".odt": "writer8"}
-            self.document.storeAsURL(uno.systemPathToFileUrl(path),
-                                     props(FilterName=filters.get(os.path.splitext(path)[1].lower(), "writer8")))
+            self.document.storeAsURL(url(path), props(FilterName=FILTERS.get(os.path.splitext(path)[1].lower(), "writer8")))
             return {}
         if op == "modify":
             self.document.getText().getEnd().setString(request.get("text", ""))
