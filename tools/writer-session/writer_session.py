@@ -39,7 +39,7 @@ ENTRY_PREFIX = "vnd.quillbay:field/"
 POS_SIZE = 15
 CLOSE_COMMANDS = (".uno:CloseDoc", ".uno:CloseWin", ".uno:CloseFrame", ".uno:Quit")
 # A first start of a profile would greet the user with a dialog of tips, which waits for an
-# answer before the document shows.
+# answer before the document shows, and with a bar of news about the version.
 PROFILE_SETTINGS = """<?xml version="1.0" encoding="UTF-8"?>
 <oor:items xmlns:oor="http://openoffice.org/2001/registry" xmlns:xs="http://www.w3.org/2001/XMLSchema"
  xmlns:xsi="http://www.w3.org/2001/XMLSchema-instance">
@@ -182,8 +182,9 @@ class Session:
         self.document = None
         self.frame = None
         self.interceptor = None
-        self.menu = None
         self.closing = False
+        # Set when the program ends the writer, whose end is then no news to report.
+        self.quitting = False
         # What state() tells once the document is closed: its state just before the close.
         self.closed_state = {"open": False, "saved": False, "fullName": ""}
         self.desktop = self.connect()
@@ -330,15 +331,19 @@ class Session:
         helper.executeDispatch(self.frame, command, "", 0, ())
 
     def quit(self):
+        """Ends the writer through its own exit, which asks about other documents the user has
+        opened there; when the user keeps it open, it stays."""
+        self.quitting = True
         self.close(True)
         try:
-            self.desktop.terminate()
+            ended = self.desktop.terminate()
         except Exception:
-            pass
-        try:
-            self.process.wait(timeout=20)
-        except Exception:
-            self.process.kill()
+            ended = True  # the writer is already gone
+        if ended:
+            try:
+                self.process.wait(timeout=20)
+            except subprocess.TimeoutExpired:
+                self.process.kill()
 
     def leave_to_user(self):
         """The program is gone: the window stays with the user, without the menu and the
@@ -372,9 +377,6 @@ class Session:
             path = os.path.abspath(request["path"])
             self.document.storeAsURL(url(path), props(FilterName=FILTERS.get(os.path.splitext(path)[1].lower(), "writer8")))
             return {}
-        if op == "modify":
-            self.document.getText().getEnd().setString(request.get("text", ""))
-            return {}
         if op == "close":
             return self.close(bool(request.get("dropChanges", False)))
         if op == "pid":
@@ -401,7 +403,6 @@ def main():
     except Exception as error:
         send({"ok": False, "error": str(error)})
         return 1
-    session.quitting = False
     threading.Thread(target=watch, args=(session,), daemon=True).start()
     send({"ok": True, "ready": True})
     for line in sys.stdin:
@@ -410,7 +411,6 @@ def main():
         try:
             request = json.loads(line)
             if request.get("op") == "quit":
-                session.quitting = True
                 session.quit()
                 send({"ok": True})
                 return 0
