@@ -375,7 +375,8 @@ class Session:
             return {"text": self.document.getText().getString()}
         if op == "saveAs":
             path = os.path.abspath(request["path"])
-            self.document.storeAsURL(url(path), props(FilterName=FILTERS.get(os.path.splitext(path)[1].lower(), "writer8")))
+            extension = os.path.splitext(path)[1].lower()
+            self.document.storeAsURL(url(path), props(FilterName=FILTERS.get(extension, "writer8")))
             return {}
         if op == "close":
             return self.close(bool(request.get("dropChanges", False)))
