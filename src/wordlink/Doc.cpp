@@ -89,6 +89,9 @@ Status Doc::AssignWd(const QString& path)
         MessageBoxes::information(problem);
         return Error{1, problem};
     }
+    // Once the user has a writer that shows, the user is asked once whether it should write
+    // the document log too.
+    offerLogExtension();
     m_wrdAppCls = std::make_unique<WriterSession>();
     connect(m_wrdAppCls.get(), &WriterSession::event, this, &Doc::takeEvent);
     const Status started = m_wrdAppCls->start(AppPaths::file(u"WriterProfile"_s), logExtensionPackage());

@@ -133,6 +133,8 @@ private:
 void WriterSessionTest::initTestCase()
 {
     TestSupport::isolateUserFolders();
+    // The offer to add the document log to the user's own office suite was answered.
+    SettingsStore::instance().setValue(Keys::LogExtensionOffered, u"Y"_s);
     const QString soffice = QStandardPaths::findExecutable(u"soffice"_s);
     if (!visibleWriterProblem(soffice).isEmpty()) {
         QSKIP("no office suite with a window system is installed (libreoffice-writer, libreoffice-gtk3)");
@@ -308,6 +310,7 @@ void WriterSessionTest::exitOfTheWriter_closesAsTheWindowDoes_andAWriterThatDies
 
 void WriterSessionTest::logOffer_isAskedOnce_andNoLeavesTheUsersOfficeAlone()
 {
+    SettingsStore::instance().setValue(Keys::LogExtensionOffered, QString());
     TestSupport::MessageRecorder messages;
     messages.answerNext(MessageAnswer::No);
     offerLogExtension();

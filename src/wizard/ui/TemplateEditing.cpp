@@ -2,7 +2,6 @@
 
 #include "FrmMailMerge.h"
 #include "WizardPages.h"
-#include "wordlink/LogExtension.h"
 #include "wordlink/WordStatus.h"
 
 #include <QCheckBox>
@@ -17,7 +16,6 @@ TemplateEditing::~TemplateEditing() = default;
 
 void TemplateEditing::EditInWord(const QString& path)
 {
-    wordlink::offerLogExtension();
     wordlink::setWordRunning(true);
     if (!m_doc) {
         m_doc = std::make_unique<wordlink::Doc>(*this);
