@@ -122,6 +122,7 @@ private slots:
     void secondSession_endsTheFirst_andLeavesOnePopup_hiddenWizardHasNone();
     void openedWordDocument_isWrittenToTheLog();
     void exitOfTheWriter_closesAsTheWindowDoes_andAWriterThatDies_endsTheSession();
+    void writerLeftByAnEndedProgram_isTakenOverByTheNextSession();
     void logOffer_isAskedOnce_andNoLeavesTheUsersOfficeAlone();
     void suiteWithoutWindows_isNamed_andNoSessionStarts();
 
@@ -306,6 +307,32 @@ void WriterSessionTest::exitOfTheWriter_closesAsTheWindowDoes_andAWriterThatDies
     ::kill(pid_t(office), SIGKILL);
     QTRY_VERIFY_WITH_TIMEOUT(doc.writer() == nullptr, 30000);
     QCOMPARE(wizard.templates[0], QString());
+}
+
+void WriterSessionTest::writerLeftByAnEndedProgram_isTakenOverByTheNextSession()
+{
+    Wizard wizard;
+    qint64 left = 0;
+    {
+        // The program ends while its session is open: the writer stays with the user.
+        Doc ended(wizard);
+        QVERIFY(ended.AssignWd(QString()).ok());
+        left = ask(ended, op(u"pid"_s)).value(u"pid"_s).toInteger();
+    }
+    const auto end = qScopeGuard([left] { ::kill(pid_t(left), SIGKILL); });
+    QTest::qWait(500);
+    QVERIFY(processAlive(left));
+    QTRY_COMPARE(visibleWindows(u"Untitled 1"_s), 1);
+
+    // The next session's writer hands its work to that one; the session stays open until its
+    // document is closed.
+    Doc doc(wizard);
+    QVERIFY(doc.AssignWd(QString()).ok());
+    QTest::qWait(2000);
+    QVERIFY(doc.writer() != nullptr);
+    QCOMPARE(popups(doc).size(), 1);
+    closeWindow(doc);
+    QTRY_VERIFY_WITH_TIMEOUT(doc.writer() == nullptr, 30000);
 }
 
 void WriterSessionTest::logOffer_isAskedOnce_andNoLeavesTheUsersOfficeAlone()

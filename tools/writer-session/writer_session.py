@@ -23,6 +23,7 @@ import os
 import subprocess
 import sys
 import threading
+import time
 import uuid
 
 import uno
@@ -345,6 +346,13 @@ class Session:
             except subprocess.TimeoutExpired:
                 self.process.kill()
 
+    def connected(self):
+        try:
+            self.desktop.getComponents()
+            return True
+        except Exception:
+            return False
+
     def leave_to_user(self):
         """The program is gone: the window stays with the user, without the menu and the
         interceptor, and closes as any other."""
@@ -386,8 +394,12 @@ class Session:
 
 
 def watch(session):
-    """Reports the writer's end when it ends by itself."""
+    """Reports the writer's end when it ends by itself. A writer of this profile that an earlier
+    run of the program left with the user takes the session over (the office suite started here
+    hands its work to it and ends at once): its end is seen when its connection breaks."""
     session.process.wait()
+    while not session.quitting and session.connected():
+        time.sleep(1)
     if not session.quitting:
         send({"event": "quit"})
 
