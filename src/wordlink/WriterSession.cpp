@@ -5,6 +5,7 @@
 
 #include <QEventLoop>
 #include <QJsonDocument>
+#include <QScopeGuard>
 #include <QTimer>
 
 using namespace Qt::StringLiterals;
@@ -67,8 +68,9 @@ void WriterSession::readLines()
 void WriterSession::deliverEvents()
 {
     // An event's handler may call the helper, whose answer lets more events in: they wait for
-    // the handler's end, so that the events keep their order.
-    if (m_delivering) {
+    // the handler's end, so that the events keep their order. None is handled while a call
+    // waits, so that a handler's own call cannot take the answer meant for the waiting one.
+    if (m_delivering || m_calling > 0) {
         return;
     }
     m_delivering = true;
@@ -95,6 +97,13 @@ Status WriterSession::start(const QString& profile, const QString& extension)
 
 Result<QJsonObject> WriterSession::call(const QJsonObject& request, int timeoutMs)
 {
+    ++m_calling;
+    const auto done = qScopeGuard([this] {
+        --m_calling;
+        if (!m_events.isEmpty()) {
+            QTimer::singleShot(0, this, &WriterSession::deliverEvents);
+        }
+    });
     // An empty request waits for the greeting the helper writes when its writer is up.
     if (!request.isEmpty()) {
         m_process.write(QJsonDocument(request).toJson(QJsonDocument::Compact) + '\n');

@@ -43,6 +43,7 @@ private:
     QList<QJsonObject> m_events;
     bool m_delivering = false;
     bool m_quitting = false;
+    int m_calling = 0;
 };
 
 } // namespace wordlink
