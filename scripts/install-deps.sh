@@ -12,7 +12,7 @@ packages=(
   libreoffice-writer libreoffice-gtk3 python3-uno
   # tests: real peers, generated fixtures, a display
   python3 python3-aiosmtpd python3-docx python3-openpyxl python3-xlwt msmtp
-  xvfb xauth x11-utils imagemagick openssl fonts-dejavu-core
+  xvfb xauth x11-utils xdotool imagemagick openssl fonts-dejavu-core
   # installing: manual pages, icons, desktop files, the Debian package
   help2man librsvg2-bin desktop-file-utils appstream man-db dpkg-dev
   # benchmarks' peers

@@ -24,6 +24,8 @@ inline constexpr SettingKey Flash{"Installation", "Flash", "0"};
 
 // "Y" while the program drives the office suite, else "N"; published for outside watchers.
 inline constexpr SettingKey WordRunning{"WordStatus", "Running", ""};
+// "Y" once the user was asked whether the user's own office suite should write the document log.
+inline constexpr SettingKey LogExtensionOffered{"WordStatus", "LogExtensionOffered", ""};
 
 // Log viewer.
 inline constexpr SettingKey LogWidth{"LogDetails", "LogWidth", "8000"};

@@ -1,20 +1,14 @@
 #include "OfficeBridge.h"
 
-#include "core/AppPaths.h"
+#include "HelperScript.h"
 
 #include <QCoreApplication>
 #include <QEventLoop>
-#include <QFile>
 #include <QJsonDocument>
 #include <QThread>
 #include <QTimer>
 
 using namespace Qt::StringLiterals;
-
-static void initBridgeResource()
-{
-    Q_INIT_RESOURCE(bridge);
-}
 
 namespace wordlink {
 
@@ -49,26 +43,6 @@ OfficeBridge::~OfficeBridge()
     shutdown();
 }
 
-QString OfficeBridge::scriptPath() const
-{
-    // The helper travels inside the program and is written out next to its working files.
-    initBridgeResource();
-    const QString path = AppPaths::file(u"office_bridge.py"_s);
-    QFile packed(u":/wordlink/office_bridge.py"_s);
-    QFile current(path);
-    if (packed.open(QIODevice::ReadOnly)) {
-        const QByteArray script = packed.readAll();
-        if (!current.open(QIODevice::ReadOnly) || current.readAll() != script) {
-            current.close();
-            QFile out(path);
-            if (out.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
-                out.write(script);
-            }
-        }
-    }
-    return path;
-}
-
 Status OfficeBridge::ensureStarted()
 {
     if (m_process.state() == QProcess::Running) {
@@ -76,7 +50,7 @@ Status OfficeBridge::ensureStarted()
     }
     m_pending.clear();
     ++m_generation;
-    m_process.start(u"/usr/bin/python3"_s, {scriptPath()});
+    m_process.start(u"/usr/bin/python3"_s, {helperScript(u"office_bridge.py"_s)});
     if (!m_process.waitForStarted(10000)) {
         return Error{NotStarted, u"the office bridge cannot start: "_s + m_process.errorString()};
     }

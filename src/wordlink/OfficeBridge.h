@@ -38,7 +38,6 @@ public:
 private:
     Status ensureStarted();
     Result<QJsonObject> awaitAnswer(int timeoutMs);
-    QString scriptPath() const;
     void stopProcess();
 
     QProcess m_process;

@@ -44,10 +44,7 @@ UserOpen openForUser(const QString& path)
     if (!path.isEmpty() && !QFileInfo(path).isFile()) {
         return UserOpen::NotThere;
     }
-    QStringList arguments{u"--writer"_s, u"--nologo"_s};
-    if (!path.isEmpty()) {
-        arguments << QFileInfo(path).absoluteFilePath();
-    }
+    const QStringList arguments = writerArguments(path);
     const QString couldNotStart = u"The office suite could not be started.\n\n"_s + InstallHint;
     QString problem;
     if (launcher()) {
@@ -64,6 +61,20 @@ UserOpen openForUser(const QString& path)
         return UserOpen::NoWriter;
     }
     return UserOpen::Opened;
+}
+
+QStringList writerArguments(const QString& path)
+{
+    QStringList arguments{u"--writer"_s, u"--nologo"_s};
+    if (!path.isEmpty()) {
+        arguments << QFileInfo(path).absoluteFilePath();
+    }
+    return arguments;
+}
+
+const OfficeLauncher& officeLauncher()
+{
+    return launcher();
 }
 
 void setOfficeLauncher(OfficeLauncher replacement)

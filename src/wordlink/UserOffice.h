@@ -28,5 +28,9 @@ QString visibleWriterProblem(const QString& soffice);
 // their own in its place to see the command instead of a window; an empty one restores it).
 using OfficeLauncher = std::function<bool(const QString& program, const QStringList& arguments)>;
 void setOfficeLauncher(OfficeLauncher launcher);
+// The launcher set in place of the office suite, empty when none is.
+const OfficeLauncher& officeLauncher();
+// The office suite's arguments that open the document in a visible writer, or a new one.
+QStringList writerArguments(const QString& path);
 
 } // namespace wordlink

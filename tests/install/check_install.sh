@@ -14,6 +14,7 @@ fail() { echo "FAIL: $*" >&2; exit 1; }
 
 cmake --install "$build" --prefix "$prefix" >/dev/null
 for file in bin/quillbay bin/quillbay-cli libexec/quillbay/quillbay-mdb-reader libexec/quillbay/quillbay-xls-reader share/quillbay/office_bridge.py \
+            share/quillbay/office_common.py share/quillbay/writer_session.py share/quillbay/quillbay-log.oxt \
             share/applications/org.quillbay.Quillbay.desktop share/metainfo/org.quillbay.Quillbay.metainfo.xml \
             share/icons/hicolor/scalable/apps/org.quillbay.Quillbay.svg \
             share/icons/hicolor/48x48/apps/org.quillbay.Quillbay.png \

@@ -56,6 +56,21 @@ QString fixturesDir()
     return !dir.isEmpty() && QDir(dir).exists() ? dir : QString();
 }
 
+QString ensureWriterDisplay(QProcess& server)
+{
+    qputenv("SAL_USE_VCLPLUGIN", "gen");
+    if (!qEnvironmentVariableIsEmpty("DISPLAY")) {
+        return {};
+    }
+    server.start(u"Xvfb"_s,
+                 {u"-displayfd"_s, u"1"_s, u"-screen"_s, u"0"_s, u"1280x900x24"_s, u"-nolisten"_s, u"tcp"_s});
+    if (!server.waitForStarted(10000) || !server.waitForReadyRead(20000)) {
+        return u"there is no display and no Xvfb to make one"_s;
+    }
+    qputenv("DISPLAY", ":" + server.readAllStandardOutput().trimmed());
+    return {};
+}
+
 QString sourceDir()
 {
     return qEnvironmentVariable("QUILLBAY_SOURCE_DIR");

@@ -8,6 +8,8 @@
 #include <QStringList>
 #include <QTemporaryDir>
 
+class QProcess;
+
 namespace TestSupport {
 
 // Debian's Python, which has the uno, aiosmtpd and docx modules.
@@ -36,6 +38,11 @@ QString writeShellScript(const QString& path, const QByteArray& body);
 
 // The project's source folder (for scripts the tests start).
 QString sourceDir();
+
+// A display for the office suite's visible writer: the one of the environment, else a private
+// Xvfb started into `server` (ended with it). The writer uses its plain X11 plugin, which sizes
+// its windows without a window manager. "" when a display is there, else why there is none.
+QString ensureWriterDisplay(QProcess& server);
 
 // Makes a Word document with python-docx (tests/support/make_docx.py): kind "letter", "plain"
 // (extra: paragraphs joined by "|"), "pages" (extra: the number of pages) or "template".

@@ -13,57 +13,14 @@ import signal
 import subprocess
 import sys
 import tempfile
-import time
 import uuid
 
 import uno
-from com.sun.star.beans import PropertyValue
-from com.sun.star.connection import NoConnectException
 from com.sun.star.style.BreakType import PAGE_AFTER, PAGE_BEFORE
+from office_common import FILTERS, connect, desktop_of, office_program, props, url
 
 PR_SET_PDEATHSIG = 1
-RESTART_CODE = 81
 PROFILE_PREFIX = "quillbay-office-"
-
-FILTERS = {
-    ".doc": "MS Word 97",
-    ".dot": "MS Word 97 Vorlage",
-    ".docx": "MS Word 2007 XML",
-    ".docm": "MS Word 2007 XML VBA",
-    ".dotx": "MS Word 2007 XML Template",
-    ".rtf": "Rich Text Format",
-    ".odt": "writer8",
-    ".txt": "Text (encoded)",
-    ".pdf": "writer_pdf_Export",
-}
-
-
-def props(**values):
-    result = []
-    for name, value in values.items():
-        item = PropertyValue()
-        item.Name = name
-        item.Value = value
-        result.append(item)
-    return tuple(result)
-
-
-def url(path):
-    return uno.systemPathToFileUrl(os.path.abspath(path))
-
-
-class OfficeFailure(RuntimeError):
-    """The office suite is gone: this helper ends, and its client starts a fresh one."""
-
-
-def office_program():
-    """soffice.bin itself, so that it can be bound to this helper's life; its launcher script
-    would stand between them."""
-    launcher = shutil.which("soffice")
-    if launcher is None:
-        raise OfficeFailure("LibreOffice is not installed (no soffice on the path)")
-    program = os.path.join(os.path.dirname(os.path.realpath(launcher)), "soffice.bin")
-    return program if os.access(program, os.X_OK) else launcher
 
 
 # Looked up before any fork: the child between fork and exec only calls it.
@@ -116,23 +73,10 @@ class Bridge:
              "--accept=pipe,name=%s;urp;" % self.pipe],
             stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
             env=dict(os.environ, SAL_ENABLE_FILE_LOCKING="1"), preexec_fn=end_with_parent)
+        return self.process
 
     def connect(self):
-        self.start_office()
-        local = uno.getComponentContext()
-        resolver = local.ServiceManager.createInstanceWithContext("com.sun.star.bridge.UnoUrlResolver", local)
-        deadline = time.time() + 90
-        while True:
-            try:
-                context = resolver.resolve("uno:pipe,name=%s;urp;StarOffice.ComponentContext" % self.pipe)
-                return context.ServiceManager.createInstanceWithContext("com.sun.star.frame.Desktop", context)
-            except NoConnectException:
-                if self.process.poll() == RESTART_CODE:
-                    # The first start of a fresh profile asks for a restart.
-                    self.start_office()
-                elif time.time() > deadline or self.process.poll() is not None:
-                    raise OfficeFailure("the office suite did not start")
-                time.sleep(0.1)
+        return desktop_of(connect(self.pipe, self.start_office))
 
     def stop_office(self):
         if self.process is not None:

@@ -5,6 +5,7 @@
 #include "SendController.h"
 #include "SourceController.h"
 #include "TemplateController.h"
+#include "TemplateEditing.h"
 #include "WizardMarks.h"
 #include "WizardPages.h"
 #include "composer/ComposePage.h"
@@ -15,8 +16,6 @@
 #include "core/WaitCursor.h"
 #include "delivery/SmtpAccount.h"
 #include "wizard/WizardMemory.h"
-#include "wordlink/UserOffice.h"
-#include "wordlink/WordStatus.h"
 
 #include <QCheckBox>
 #include <QCloseEvent>
@@ -413,10 +412,12 @@ void FrmMailMerge::CmdNewTemplate_Click(int index)
     EditInWord(QString());
 }
 
+FrmMailMerge::~FrmMailMerge() = default;
+
 void FrmMailMerge::EditInWord(const QString& path)
 {
-    // The template opens in the office suite's visible writer, which stays with the user.
-    wordlink::setWordRunning(true);
-    wordlink::openForUser(path);
-    wordlink::setWordRunning(false);
+    if (!m_templateEditing) {
+        m_templateEditing = std::make_unique<TemplateEditing>(*this);
+    }
+    m_templateEditing->EditInWord(path);
 }

@@ -7,6 +7,8 @@
 
 #include <QWidget>
 
+#include <memory>
+
 class ComposePage;
 class ContactsController;
 class ContactsPage;
@@ -21,6 +23,7 @@ class SendPage;
 class SourceController;
 class SourcePage;
 class TemplateController;
+class TemplateEditing;
 class TemplatePage;
 
 // "Quillbay+ : Merge Mails": the wizard that leads from a contact source to finished mails or
@@ -45,6 +48,7 @@ public:
 
     // The one instance, made (and its Form_Load run) on first use after each unload.
     static FrmMailMerge* instance();
+    ~FrmMailMerge() override;
 
     int currentPage() const { return m_currentPage; }
     ContactTable& contactTable() { return m_table; }
@@ -70,6 +74,8 @@ public:
     QPushButton* CmdNext() const { return m_cmdNext; }
     QPushButton* cmdCancel() const { return m_cmdCancel; }
     QLabel* lblTotContacts() const { return m_lblTotContacts; }
+    // The template editing session of New and Edit, once one was asked for.
+    TemplateEditing* templateEditing() const { return m_templateEditing.get(); }
     // The controllers of the pages: source and field map, contacts, template, sending.
     SourceController* sourceController() const { return m_sourceController; }
     ContactsController* contactsController() const { return m_contactsController; }
@@ -129,4 +135,5 @@ private:
     SourceController* m_sourceController;
     TemplateController* m_templateController;
     SendController* m_sendController;
+    std::unique_ptr<TemplateEditing> m_templateEditing;
 };
