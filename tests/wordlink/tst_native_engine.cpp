@@ -2,7 +2,6 @@
 #include "wordlink/DocumentEngine.h"
 #include "wordlink/OoxmlPackage.h"
 
-#include <QElapsedTimer>
 #include <QFile>
 #include <QProcess>
 #include <QTemporaryDir>
@@ -264,10 +263,7 @@ private slots:
                                u"</w:document>')]"_s));
         auto document = openDocument(*m_application, path, false);
         QVERIFY(document);
-        QElapsedTimer timer;
-        timer.start();
         QCOMPARE(document->ReplaceAll(u"ab"_s, u"Ann"_s, Plain).value(), 12000);
-        qInfo("12,000 hits in one run replaced in %lld ms", static_cast<long long>(timer.elapsed()));
         QCOMPARE(document->ReplaceAll(u"[[Name]]"_s, u"Bo\t"_s, Plain).value(), 2);
         QCOMPARE(document->ContentText().value(), u"Ann "_s.repeated(12000) + u"\rxBo\tyBo\tz\r"_s);
         const QString saved = m_dir.filePath(u"many-saved.docx"_s);
