@@ -130,10 +130,10 @@ private slots:
         BlankReplacers blanks;
         blanks.texts = {u" Friend "_s, u"(no name)"_s, u"Staff"_s, u"Your firm"_s};
         m_engine->setBlankReplacers(blanks);
-        m_table.addRow(contact({{Email, u"e@x.org"_s}}));
-        const QString text =
-            u"[[Email1Address]]|[[FirstName]]|[[LastName]]|[[Job-Title]]|[[CompanyName]]|[[Business-Street]]"_s;
-        const QString merged = u"e@x.org|Friend|(no name)|Staff|Your firm|"_s;
+        m_table.addRow(contact({{Email, u"e@x.org"_s}, {Web, u"w.example"_s}}));
+        const QString text = u"[[Email1Address]]|[[FirstName]]|[[LastName]]|[[Job-Title]]|[[CompanyName]]|"
+                             u"[[Business-Street]]|[[WebPage]]"_s;
+        const QString merged = u"e@x.org|Friend|(no name)|Staff|Your firm||w.example"_s;
         QCOMPARE(m_engine->MergeAllFields(3, text), merged);
         m_engine->ScanMailTokens(text);
         QCOMPARE(m_engine->mergedBody(3, text), merged);
