@@ -1,3 +1,4 @@
+#include "DocumentText.h"
 #include "SmtpSink.h"
 #include "TestSupport.h"
 #include "ThunderbirdBooks.h"
@@ -67,15 +68,6 @@ QByteArray withoutDate(QByteArray message)
 {
     static const QRegularExpression date(u"\r\nDate: [^\r]*\r\n"_s);
     return QString::fromLatin1(message).replace(date, u"\r\nDate: (date)\r\n"_s).toLatin1();
-}
-
-QString documentText(const QString& path)
-{
-    auto application = wordlink::NewApplication();
-    auto opened = application->Open(path, true);
-    const QString text = opened.ok() ? opened.value()->ContentText().value() : QString();
-    application->Quit();
-    return text;
 }
 
 QStringList sortedLines(const QString& text)
@@ -396,10 +388,10 @@ private slots:
             const QString copyPath = path(u"copy%1.docx"_s.arg(k));
             QVERIFY(writeFile(copyPath, copy));
             // In a document the row's text stands as it is: no blank text for Moe's first name.
-            QVERIFY2(documentText(copyPath).startsWith(QString::fromLatin1(expected.at(k)) + u'\r'),
-                     qPrintable(documentText(copyPath)));
+            QVERIFY2(TestSupport::documentText(copyPath).startsWith(QString::fromLatin1(expected.at(k)) + u'\r'),
+                     qPrintable(TestSupport::documentText(copyPath)));
         }
-        QVERIFY(documentText(offer).startsWith(u"Offer for [[FirstName]] [[LastName]]"_s));
+        QVERIFY(TestSupport::documentText(offer).startsWith(u"Offer for [[FirstName]] [[LastName]]"_s));
     }
 
     void mail_aTemplateThatCannotBeRead_stopsBeforeTheFirstMail_andEachContactHasOneLine()
@@ -641,13 +633,13 @@ private slots:
         QCOMPARE(result.out, folder + u"/Quillbay+1.docx\n"_s + folder + u"/Quillbay+2.docx\n"_s + folder +
                                  u"/Quillbay+3.docx\nFiles are Saved Successfully\n"_s);
         // No blank text in a letter: Moe's empty first name simply goes.
-        QCOMPARE(documentText(folder + u"/Quillbay+2.docx"_s), u"Dear  Moe\rBeta, Inc, South\r"_s);
+        QCOMPARE(TestSupport::documentText(folder + u"/Quillbay+2.docx"_s), u"Dear  Moe\rBeta, Inc, South\r"_s);
 
         const QString combined = path(u"post/all.docx"_s);
         result = runCli(source + QStringList{u"--combined"_s, combined});
         QCOMPARE(result.exitCode, 0);
         QCOMPARE(result.out, combined + u"\nall.docx is Successfully Stored\n"_s);
-        const QString text = documentText(combined);
+        const QString text = TestSupport::documentText(combined);
         QVERIFY2(text.startsWith(u"Dear Ann Lee\rAcme, North\r"_s), qPrintable(text));
         QVERIFY2(text.contains(u"Dear  Moe"_s) && text.contains(u"Dear Bob Ray\rGamma, East"_s), qPrintable(text));
         QCOMPARE(text.count(u'\f'), 2);
@@ -684,7 +676,8 @@ private slots:
         QCOMPARE(result.err, QString());
         QCOMPARE(result.exitCode, 0);
         QCOMPARE(result.out.count(u".docx\n"_s), 3);
-        QCOMPARE(documentText(path(u"access/out/Quillbay+2.docx"_s)), u"United Package: (503) 555-3199\r"_s);
+        QCOMPARE(TestSupport::documentText(path(u"access/out/Quillbay+2.docx"_s)),
+                 u"United Package: (503) 555-3199\r"_s);
         // The database, its table and its password are remembered with the map, as the wizard does.
         SettingsStore::instance().reload();
         QCOMPARE(SettingsStore::instance().value(Keys::MdbFileNameRead), database);
@@ -771,8 +764,8 @@ private slots:
         QCOMPARE(sortedLines(result.out).filter(u".docx"_s).size(), 2);
         QVERIFY(result.out.endsWith(u"2 items\n"_s));
         QVERIFY2(result.err.startsWith(u"Originals kept in "_s), qPrintable(result.err));
-        QCOMPARE(documentText(root + u"/alpha.docx"_s), u"hello Paris\r"_s);
-        QCOMPARE(documentText(root + u"/sub/gamma.docx"_s), u"Paris twice Paris\r"_s);
+        QCOMPARE(TestSupport::documentText(root + u"/alpha.docx"_s), u"hello Paris\r"_s);
+        QCOMPARE(TestSupport::documentText(root + u"/sub/gamma.docx"_s), u"Paris twice Paris\r"_s);
         QCOMPARE(readFile(root + u"/beta.docx"_s), betaBefore);
         QCOMPARE(QFileInfo(root + u"/beta.docx"_s).lastModified(), betaTime);
         QVERIFY(!QFile::exists(root + u"/beta.docx.quillbay-saving"_s));

@@ -80,12 +80,7 @@ private slots:
 
         SmtpSink sink;
         QVERIFY2(sink.isRunning(), qPrintable(sink.errorText()));
-        SmtpAccount account;
-        account.server = u"127.0.0.1"_s;
-        account.port = sink.port();
-        account.interval = 5;
-        account.fromEmail = u"club@example.org"_s;
-        account.save();
+        saveAccount(sink.port());
 
         toTemplatePage(m_list);
         FrmMailMerge* wizard = m_wizard;

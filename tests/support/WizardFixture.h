@@ -2,6 +2,7 @@
 
 #include "TestSupport.h"
 #include "core/Dialogs.h"
+#include "delivery/SmtpAccount.h"
 #include "wizard/ui/FrmMailMerge.h"
 #include "wizard/ui/WizardPages.h"
 
@@ -37,6 +38,18 @@ protected:
         m_wizard = FrmMailMerge::instance();
         m_wizard->show();
         return m_wizard;
+    }
+
+    // Stores the account the wizard reads when it opens: a server on this loopback port, with
+    // this reply timeout in seconds (0: none) and events@example.org as the sender.
+    static void saveAccount(quint16 port, int interval = 5)
+    {
+        SmtpAccount account;
+        account.server = QStringLiteral("127.0.0.1");
+        account.port = port;
+        account.interval = interval;
+        account.fromEmail = QStringLiteral("events@example.org");
+        account.save();
     }
 
     SourcePage* source() const { return m_wizard->sourcePage(); }

@@ -1,3 +1,4 @@
+#include "DocumentText.h"
 #include "SmtpSink.h"
 #include "TestSupport.h"
 #include "WizardFixture.h"
@@ -33,13 +34,6 @@
 using namespace Qt::StringLiterals;
 
 namespace {
-
-QString textOf(const QString& path)
-{
-    auto application = wordlink::NewApplication();
-    auto opened = application->Open(path, true);
-    return opened.ok() ? opened.value()->ContentText().value() : QString();
-}
 
 QByteArray attachmentOf(const QByteArray& message)
 {
@@ -99,12 +93,7 @@ private:
     // From the template page with the attachment template to the end of an SMTP run.
     void sendWithAttachment(const SmtpSink& sink, const QString& templatePath)
     {
-        SmtpAccount account;
-        account.server = u"127.0.0.1"_s;
-        account.port = sink.port();
-        account.interval = 5;
-        account.fromEmail = u"club@example.org"_s;
-        account.save();
+        saveAccount(sink.port());
 
         toTemplatePage();
         TemplatePage* page = m_wizard->templatePage();
@@ -159,7 +148,7 @@ private slots:
         QCOMPARE(m_wizard->finishPage()->lblSendProcess->text(), u"Files are Saved Successfully"_s);
         QCOMPARE(QDir(folder).entryList(QDir::Files, QDir::Name),
                  (QStringList{u"Quillbay+1.docx"_s, u"Quillbay+2.docx"_s, u"Quillbay+3.docx"_s}));
-        QVERIFY(textOf(folder + u"/Quillbay+2.docx"_s).startsWith(u"Dear Bob,"_s));
+        QVERIFY(TestSupport::documentText(folder + u"/Quillbay+2.docx"_s).startsWith(u"Dear Bob,"_s));
         QVERIFY(m_wizard->CmdNext()->isEnabled());
         QCOMPARE(m_wizard->CmdNext()->text(), u"Finish"_s);
         m_wizard->CmdBack_Click();
@@ -180,7 +169,7 @@ private slots:
         QCOMPARE(m_wizard->finishPage()->lblSendProcess->text(), u"all.doc is Successfully Stored"_s);
         QCOMPARE(m_wizard->finishPage()->FinishTab->tabText(0), u"Send File"_s);
         QVERIFY(m_wizard->finishPage()->PicOpen->isVisible());
-        const QString text = textOf(combined);
+        const QString text = TestSupport::documentText(combined);
         QVERIFY(text.startsWith(u"Dear Ann,"_s));
         QVERIFY(text.contains(u"\fDear Cy,"_s));
 
@@ -311,7 +300,7 @@ private slots:
             QVERIFY(file.open(QIODevice::WriteOnly));
             file.write(attachmentOf(stored.at(i).content));
             file.close();
-            const QString text = textOf(copy);
+            const QString text = TestSupport::documentText(copy);
             QVERIFY2(text.startsWith(u"Dear "_s + first.at(i) + u","_s), qPrintable(text.left(40)));
             QVERIFY(text.contains(last.at(i)));
         }

@@ -89,12 +89,7 @@ private slots:
     void composeForASilentServer(QTcpServer& silent)
     {
         QVERIFY(silent.listen(QHostAddress::LocalHost));
-        SmtpAccount account;
-        account.server = u"127.0.0.1"_s;
-        account.port = silent.serverPort();
-        account.interval = 0;
-        account.fromEmail = u"events@example.org"_s;
-        account.save();
+        saveAccount(silent.serverPort(), 0);
         composeFor(u"<p>Hello [[FirstName]]</p>"_s);
         m_wizard->sendPage()->OptSMTP->setChecked(true);
     }
@@ -172,11 +167,7 @@ private slots:
 
     void aCancelledRun_keepsNextDisabled_andBackLeadsToTheSendingPage()
     {
-        SmtpAccount account;
-        account.server = u"127.0.0.1"_s;
-        account.port = closedPort(); // the connection is refused: the run stops before its first mail
-        account.fromEmail = u"events@example.org"_s;
-        account.save();
+        saveAccount(closedPort(), 0); // refused: the run stops before its first mail
         TestSupport::MessageRecorder messages;
         composeFor(u"<p>Hello [[FirstName]]</p>"_s);
         m_wizard->sendPage()->OptSMTP->setChecked(true);
@@ -191,11 +182,7 @@ private slots:
     }
     void anInterruptedRun_isOfferedAgain_andTheTestMailGoesToTheSenderAlone()
     {
-        SmtpAccount account;
-        account.server = u"127.0.0.1"_s;
-        account.port = closedPort(); // the connection is refused: the run stops before its first mail
-        account.fromEmail = u"events@example.org"_s;
-        account.save();
+        saveAccount(closedPort(), 0); // refused: the run stops before its first mail
         TestSupport::MessageRecorder messages;
         QDir(AppPaths::file(u"Runs"_s)).removeRecursively(); // the journals of the runs before
         composeFor(u"<p>Hello [[FirstName]]</p>"_s);
