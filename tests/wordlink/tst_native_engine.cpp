@@ -1,3 +1,4 @@
+#include "DocumentText.h"
 #include "TestSupport.h"
 #include "wordlink/DocumentEngine.h"
 #include "wordlink/OoxmlPackage.h"
@@ -9,18 +10,9 @@
 
 using namespace Qt::StringLiterals;
 using namespace wordlink;
+using TestSupport::openDocument;
 
 namespace {
-
-std::unique_ptr<Document> openDocument(DocumentApplication& application, const QString& path, bool readOnly = true)
-{
-    Result<std::unique_ptr<Document>> opened = application.Open(path, readOnly);
-    if (!opened.ok()) {
-        qWarning("%s", qPrintable(opened.error().message));
-        return nullptr;
-    }
-    return std::move(opened).value();
-}
 
 QByteArray partOf(const QString& path, const QString& name)
 {
