@@ -467,24 +467,6 @@ private slots:
         QCOMPARE(sink.messages(1).size(), 1);
     }
 
-    void mailOverSmtp_anEhloReplyInPieces_isReadWhole()
-    {
-        // A busy server writes its EHLO reply line by line. Left unread, the rest of it would
-        // answer the next commands, and the 354 of DATA would arrive behind the 250 of an earlier
-        // command in one piece, which the wait never takes for its reply.
-        QProcess server;
-        server.start(QString::fromLatin1(TestSupport::DebianPython),
-                     {TestSupport::sourceDir() + u"/tests/cli/split_reply_smtp.py"_s});
-        QVERIFY(server.waitForReadyRead(10000));
-        const QString port = QString::fromLatin1(server.readLine()).trimmed();
-        SettingsStore::instance().setValue(Keys::SmtpInterval, u"3"_s);
-        const CliResult result = runCli(mailArguments({u"--smtp"_s, u"127.0.0.1:"_s + port, u"--tls"_s, u"off"_s}));
-        QCOMPARE(result.exitCode, 0);
-        QCOMPARE(result.out.section(u'\n', 0, 1), u"1\tann@example.com\tsent\n2\tmoe@example.com\tsent"_s);
-        QVERIFY(server.waitForFinished(10000));
-        QCOMPARE(server.readAllStandardOutput().trimmed(), QByteArray("2"));
-    }
-
     void mailOverSmtp_tlsModes_data()
     {
         QTest::addColumn<bool>("starttls");
