@@ -1,5 +1,6 @@
 #include "SmtpSink.h"
 #include "TestSupport.h"
+#include "WizardFixture.h"
 #include "composer/ComposePage.h"
 #include "composer/ComposerToolbar.h"
 #include "core/AppPaths.h"
@@ -34,28 +35,13 @@ using namespace Qt::StringLiterals;
 
 // The composer inside the wizard window: a formatted mail written, previewed and sent to a real
 // SMTP server, and the attachment preview of a Word template.
-class ComposerMailTest : public QObject
+class ComposerMailTest : public QObject, protected WizardFixture
 {
     Q_OBJECT
 
 private:
     QTemporaryDir m_dir;
     QString m_list;
-
-    // The wizard on the sample list, up to the template page.
-    FrmMailMerge* toTemplatePage()
-    {
-        FrmMailMerge* wizard = FrmMailMerge::instance();
-        wizard->show();
-        wizard->sourcePage()->LstDataSrc->setCurrentRow(5);
-        Dialogs::setNextResult(m_list);
-        wizard->sourcePage()->CmdBrowseWab->click();
-        wizard->CmdNext_Click();
-        wizard->fieldMapPage()->ChkSkip->setChecked(true);
-        wizard->CmdNext_Click();
-        wizard->CmdNext_Click();
-        return wizard;
-    }
 
     // Opens the colour frame for the font colour by its drop-down area and picks a swatch.
     static void pickFontColor(ComposePage* page, int swatch)
@@ -78,6 +64,10 @@ private slots:
 
     void cleanupTestCase() { wordlink::OfficeBridge::instance().shutdown(); }
 
+    void init() { resetCase(); }
+
+    void cleanup() { closeWizard(); }
+
     void aFormattedMail_arrivesWithItsFormatting_andItsPictureInline()
     {
         QImage logo(16, 12, QImage::Format_RGB32);
@@ -90,14 +80,10 @@ private slots:
 
         SmtpSink sink;
         QVERIFY2(sink.isRunning(), qPrintable(sink.errorText()));
-        SmtpAccount account;
-        account.server = u"127.0.0.1"_s;
-        account.port = sink.port();
-        account.interval = 5;
-        account.fromEmail = u"club@example.org"_s;
-        account.save();
+        saveAccount(sink.port());
 
-        QPointer<FrmMailMerge> wizard = toTemplatePage();
+        toTemplatePage(m_list);
+        FrmMailMerge* wizard = m_wizard;
         wizard->CmdNext_Click();
         ComposePage* page = wizard->composePage();
         QCOMPARE(wizard->currentPage(), int(FrmMailMerge::Compose));
@@ -163,12 +149,7 @@ private slots:
         QVERIFY(mail.contains("Nord\tbob@example.com\t"));
         QVERIFY(!mail.contains("Ann") && !mail.contains("Acme"));
         QVERIFY(mail.contains("<img src=cid:logo.png"));
-        const qsizetype part = mail.indexOf("Content-ID: <logo.png>");
-        QVERIFY(part > 0);
-        const qsizetype start = mail.indexOf("\r\n\r\n", part) + 4;
-        const qsizetype end = mail.indexOf("\r\n--NextMimePart", start);
-        QCOMPARE(QByteArray::fromBase64(mail.mid(start, end - start).replace("\r\n", "")), logoBytes);
-        wizard->close();
+        QCOMPARE(SmtpSink::decodedPart(mail, "Content-ID: <logo.png>"), logoBytes);
     }
 
     void aDocTemplate_isPreviewedThroughDocPreviewDoc()
@@ -178,7 +159,8 @@ private slots:
         const QString doc = m_dir.filePath(u"letter.doc"_s);
         QVERIFY(wordlink::BridgeDocument::convert(docx, doc).ok());
 
-        QPointer<FrmMailMerge> wizard = toTemplatePage();
+        toTemplatePage(m_list);
+        FrmMailMerge* wizard = m_wizard;
         TemplatePage* templates = wizard->templatePage();
         templates->ChkAttachment->click();
         templates->txtTemplate[0]->setText(doc);
@@ -192,7 +174,6 @@ private slots:
         QVERIFY(QFileInfo(AppPaths::file(u"DocPreview.doc"_s)).size() > 0);
         QVERIFY(page->PicOleAt->hasPage());
         QVERIFY(page->PicOleAt->verticalBar->isVisible());
-        wizard->close();
     }
 };
 

@@ -5,7 +5,6 @@
 #include "contacts/JetHeader.h"
 
 #include <QDir>
-#include <QElapsedTimer>
 #include <QFile>
 #include <QTemporaryDir>
 #include <QTest>
@@ -176,15 +175,15 @@ private slots:
         const auto reader = [this](const QString& name, const QByteArray& script) {
             return TestSupport::writeShellScript(m_dir.filePath(name), script);
         };
-        const QString silent = reader(u"silent.sh"_s, "exec sleep 60\n");
+        // Were the silent one not stopped after its time of silence, the test would run into its
+        // own time limit.
+        const QString silent = reader(u"silent.sh"_s, "exec sleep 600\n");
         const QString crashing = reader(u"crashing.sh"_s, "kill -SEGV $$\n");
         // Lists one table, then gives its two fields, a count of 3 and one row before it crashes.
         const QString brokenRows =
             reader(u"rows.sh"_s, "if [ \"$1\" = tables ]; then printf '2:OK1:15:Items3:END'; exit; fi\n"
                                  "printf '2:OK1:24:Name4:Mail1:33:Ann9:a@b.c.org'\n"
                                  "kill -SEGV $$\n");
-        QElapsedTimer clock;
-        clock.start();
         for (const QString& program : {silent, crashing}) {
             AccessEngine::setReaderProgram(program, 300);
             const Result<DatabasePointer> refused = open(nwind);
@@ -192,7 +191,6 @@ private slots:
             QVERIFY2(!refused.ok(), qPrintable(program));
             QCOMPARE(refused.error().code, AccessEngine::UnrecognizedFormat);
         }
-        QVERIFY2(clock.elapsed() < 5000, "the silent reader was not stopped after its time of silence");
 
         AccessEngine::setReaderProgram(brokenRows, 300);
         const Result<DatabasePointer> database = open(nwind);

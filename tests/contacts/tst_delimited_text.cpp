@@ -95,6 +95,9 @@ private slots:
         QCOMPARE(lines(u"a\n\nb"_s, TextKind::Comma), (QStringList{u"a"_s, QString(), u"b"_s}));
         QCOMPARE(lines(u"Ann,\"1 High St\r\nLeeds\",a@x.org\nBob"_s, TextKind::Comma),
                  (QStringList{u"Ann,\"1 High St\r\nLeeds\",a@x.org"_s, u"Bob"_s}));
+        // A doubled quote inside the field does not close it before its line break.
+        QCOMPARE(lines(u"Ann,\"the \"\"Quay\"\"\nLeeds\",a@x.org\nBob"_s, TextKind::Comma),
+                 (QStringList{u"Ann,\"the \"\"Quay\"\"\nLeeds\",a@x.org"_s, u"Bob"_s}));
         // A tab list has no quoting; a quote that nothing closes does not swallow the lines after it.
         QCOMPARE(lines(u"\"a\nb\""_s, TextKind::Tab), (QStringList{u"\"a"_s, u"b\""_s}));
         QCOMPARE(lines(u"Ann,\"open\nBob,b@x.org\n"_s, TextKind::Comma),

@@ -96,30 +96,16 @@ private slots:
 
     void file_tailReadsThePreviousTripleFromTheBuffer()
     {
-        // 4 bytes: the tail's second character takes its low half from the file's second byte.
-        const QByteArray four("\x10\xA5\x33\x42", 4);
-        const QByteArray encodedFour = Base64::encodeFileBytes(four);
-        const char alphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-        const auto byteAt = [&](const QByteArray& bytes, int i) {
-            return static_cast<unsigned char>(bytes.at(i));
-        };
-        const char expectedSecond = alphabet[((byteAt(four, 3) & 3) << 4) | (byteAt(four, 1) >> 4)];
-        QCOMPARE(encodedFour, QByteArray("\r\nEKUz") + QByteArray(1, alphabet[byteAt(four, 3) >> 2]) +
-                                  QByteArray(1, expectedSecond) + QByteArray("==\r\n"));
-
-        // 5 bytes: the tail's third character takes its low bits from the file's third byte.
-        const QByteArray five("\x10\xA5\xF3\x42\x7E", 5);
-        const QByteArray tail = Base64::encodeFileBytes(five).mid(6, 4);
-        QCOMPARE(tail.at(2), alphabet[((byteAt(five, 4) & 15) << 2) | (byteAt(five, 2) >> 6)]);
-        QCOMPARE(tail.at(3), '=');
-
-        // Decoders ignore those bits: the bytes come back whole.
+        // The tail's last character takes its low bits from the byte before: the bytes still come
+        // back whole, as decoders ignore those bits.
+        QCOMPARE(Base64::encodeFileBytes(QByteArray("\x10\xA5\x33\x42", 4)), QByteArray("\r\nEKUzQq==\r\n"));
+        QRandomGenerator random(64);
         for (int length = 1; length < 40; ++length) {
-            QByteArray random(length, Qt::Uninitialized);
-            for (char& c : random) {
-                c = static_cast<char>(QRandomGenerator::global()->bounded(256));
+            QByteArray bytes(length, Qt::Uninitialized);
+            for (char& c : bytes) {
+                c = static_cast<char>(random.bounded(256));
             }
-            QCOMPARE(QByteArray::fromBase64(QByteArray(Base64::encodeFileBytes(random)).replace("\r\n", "")), random);
+            QCOMPARE(QByteArray::fromBase64(QByteArray(Base64::encodeFileBytes(bytes)).replace("\r\n", "")), bytes);
         }
     }
 

@@ -457,20 +457,10 @@ private slots:
     {
         QTest::addColumn<QString>("name");
         QTest::addColumn<QByteArray>("type");
-        const char* table[][2] = {
-            {"bmp", "image/bmp"},           {"dib", "image/bmp"},          {"fpx", "image/x-xbitmap"},
-            {"gif", "image/gif"},           {"ico", "image/x-icon"},       {"jfif", "image/pjpeg"},
-            {"jpe", "image/jpeg"},          {"jpeg", "image/jpeg"},        {"jpg", "image/jpeg"},
-            {"mix", "image/x-xbitmap"},     {"pct", "image/pict"},         {"pic", "image/pict"},
-            {"pict", "image/pict"},         {"png", "image/png"},          {"pntg", "image/x-macpaint"},
-            {"qti", "image/x-quicktime"},   {"qtif", "image/x-quicktime"}, {"rf", "image/vnd.rn-realflash"},
-            {"rp", "image/vnd.rn-realpix"}, {"sgi", "image/x-sgi"},        {"svg", "image/svg+xml"},
-            {"svgz", "image/svg+xml"},      {"tga", "image/x-targa"},      {"tif", "image/tiff"},
-            {"tiff", "image/tiff"},         {"xbm", "image/x-xbitmap"},
-        };
-        for (const auto& [extension, type] : table) {
-            QTest::newRow(extension) << u"picture."_s + QString::fromLatin1(extension) << QByteArray(type);
-        }
+        QTest::newRow("gif") << u"picture.gif"_s << QByteArray("image/gif");
+        QTest::newRow("jpe") << u"picture.jpe"_s << QByteArray("image/jpeg");
+        QTest::newRow("jfif") << u"picture.jfif"_s << QByteArray("image/pjpeg");
+        QTest::newRow("svgz") << u"picture.svgz"_s << QByteArray("image/svg+xml");
         QTest::newRow("capitals") << u"logo.PNG"_s << QByteArray("image/png");
         QTest::newRow("last dot counts") << u"archive.png.tar"_s << QByteArray("application/octet-stream");
         QTest::newRow("unknown") << u"archive.tar.gz"_s << QByteArray("application/octet-stream");

@@ -1,3 +1,4 @@
+#include "DocumentText.h"
 #include "TestSupport.h"
 #include "contacts/ContactTable.h"
 #include "core/ListSeparator.h"
@@ -11,17 +12,6 @@
 #include <QTest>
 
 using namespace Qt::StringLiterals;
-
-namespace {
-
-QString textOf(const QString& path)
-{
-    auto application = wordlink::NewApplication();
-    auto opened = application->Open(path, true);
-    return opened.ok() ? opened.value()->ContentText().value() : QString();
-}
-
-} // namespace
 
 class DocumentMergeTest : public QObject
 {
@@ -72,11 +62,11 @@ private slots:
         const QString copy = m_dir.filePath(u"attachment/letter.docx"_s);
         QDir().mkpath(m_dir.filePath(u"attachment"_s));
         QVERIFY(merge.MergeDocTokens(1, m_letter, copy).ok());
-        QString text = textOf(copy);
+        QString text = TestSupport::documentText(copy);
         QVERIFY(text.startsWith(u"Dear Ann,"_s));
         QVERIFY(text.contains(u"Acme\tis at Leeds; see  or ."_s)); // [[webpage]] too: Word's find ignores case
         QVERIFY(merge.MergeDocTokens(2, m_letter, copy).ok());
-        text = textOf(copy);
+        text = TestSupport::documentText(copy);
         QVERIFY(text.startsWith(u"Dear ,"_s)); // no blank-field text inside documents
         QVERIFY(text.contains(u"Stone"_s));
 
@@ -87,7 +77,7 @@ private slots:
         // A template that lies where its copies go is never written over: the merge fails.
         QVERIFY(QFile::copy(m_letter, copy));
         QVERIFY(!merge.MergeDocTokens(1, u" "_s + copy, copy).ok());
-        QVERIFY(textOf(copy).startsWith(u"Dear [[FirstName]],"_s));
+        QVERIFY(TestSupport::documentText(copy).startsWith(u"Dear [[FirstName]],"_s));
     }
 
     void mergeDocAllFields_replacesEveryField_customOnesForMappedSourcesOnly()
@@ -99,10 +89,10 @@ private slots:
         DocumentMerge merge(*application, *m_tokens);
         const QString out = m_dir.filePath(u"preview.docx"_s);
         QVERIFY(merge.MergeDocAllFields(1, custom, out).ok());
-        QCOMPARE(textOf(out), u" for ann@example.com\r"_s);
+        QCOMPARE(TestSupport::documentText(out), u" for ann@example.com\r"_s);
         m_tokens->setSourceIndex(1);
         QVERIFY(merge.MergeDocAllFields(1, custom, out).ok());
-        QCOMPARE(textOf(out), u"[[CustomField(1)]] for ann@example.com\r"_s);
+        QCOMPARE(TestSupport::documentText(out), u"[[CustomField(1)]] for ann@example.com\r"_s);
         m_tokens->setSourceIndex(5);
     }
 };

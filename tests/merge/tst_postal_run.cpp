@@ -1,3 +1,4 @@
+#include "DocumentText.h"
 #include "FakeRunView.h"
 #include "TestSupport.h"
 #include "contacts/ContactTable.h"
@@ -19,17 +20,6 @@
 #include <functional>
 
 using namespace Qt::StringLiterals;
-
-namespace {
-
-QString textOf(const QString& path)
-{
-    auto application = wordlink::NewApplication();
-    auto opened = application->Open(path, true);
-    return opened.ok() ? opened.value()->ContentText().value() : QString();
-}
-
-} // namespace
 
 class PostalRunTest : public QObject
 {
@@ -89,10 +79,11 @@ private slots:
                  (QStringList{u"Quillbay+1.docx"_s, u"Quillbay+2.docx"_s, u"Quillbay+3.docx"_s}));
         QCOMPARE(running, QStringList(5, u"Y"_s)); // from the cleared label to the closing words
         QCOMPARE(SettingsStore::instance().value(Keys::WordRunning), u"N"_s);
-        QVERIFY(textOf(folder + u"/Quillbay+1.docx"_s).startsWith(u"Dear Name2,"_s));
-        QVERIFY(textOf(folder + u"/Quillbay+2.docx"_s).startsWith(u"Dear ,"_s)); // no "Sir" in a letter
-        QVERIFY(textOf(folder + u"/Quillbay+3.docx"_s).contains(u"c9@example.com"_s));
-        QVERIFY(!textOf(folder + u"/Quillbay+1.docx"_s).contains(u"[["_s));
+        QVERIFY(TestSupport::documentText(folder + u"/Quillbay+1.docx"_s).startsWith(u"Dear Name2,"_s));
+        QVERIFY(
+            TestSupport::documentText(folder + u"/Quillbay+2.docx"_s).startsWith(u"Dear ,"_s)); // no "Sir" in a letter
+        QVERIFY(TestSupport::documentText(folder + u"/Quillbay+3.docx"_s).contains(u"c9@example.com"_s));
+        QVERIFY(!TestSupport::documentText(folder + u"/Quillbay+1.docx"_s).contains(u"[["_s));
         // Only the main text is merged: the header keeps its token.
         Result<wordlink::OoxmlPackage> letter = wordlink::OoxmlPackage::open(folder + u"/Quillbay+1.docx"_s);
         QVERIFY(letter.ok());
@@ -120,12 +111,12 @@ private slots:
         run.run(input(m_template, u" "_s + combined + u" "_s), QString());
         QCOMPARE(run.OutputName(), u"All letters.docx"_s);
         QCOMPARE(view.process(), u"All letters.docx is Successfully Stored"_s);
-        const QString text = textOf(combined);
+        const QString text = TestSupport::documentText(combined);
         QVERIFY(text.startsWith(u"Dear Name2,"_s));
         QCOMPARE(text.count(u"Dear "_s), 3);
         QVERIFY(text.contains(u"\fDear ,"_s)); // the second letter: plain text behind a page break
         QVERIFY(QFile::exists(AppPaths::file(u"Temp.docx"_s)));
-        QVERIFY(textOf(m_template).startsWith(u"Dear [[FirstName]]"_s)); // the template is untouched
+        QVERIFY(TestSupport::documentText(m_template).startsWith(u"Dear [[FirstName]]"_s)); // the template is untouched
     }
 
     void cancel_isSeenOnlyAtTheTenthContact()
@@ -167,7 +158,7 @@ private slots:
         run.run(input(docTemplate), folder);
         QCOMPARE(QDir(folder).entryList(QDir::Files, QDir::Name),
                  (QStringList{u"Quillbay+1.doc"_s, u"Quillbay+2.doc"_s, u"Quillbay+3.doc"_s}));
-        QVERIFY(textOf(folder + u"/Quillbay+1.doc"_s).startsWith(u"Dear Name2,"_s));
+        QVERIFY(TestSupport::documentText(folder + u"/Quillbay+1.doc"_s).startsWith(u"Dear Name2,"_s));
 
         FakeRunView failing;
         PostalMergeRun broken(failing);
@@ -189,7 +180,7 @@ private slots:
         PostalMergeRun run(view);
         run.run(input(templatePath), folder);
         QCOMPARE(view.process(), u"Processing  1  of  3"_s);
-        QVERIFY(textOf(templatePath).startsWith(u"Dear [[FirstName]],"_s));
+        QVERIFY(TestSupport::documentText(templatePath).startsWith(u"Dear [[FirstName]],"_s));
         QCOMPARE(QDir(folder).entryList(QDir::Files), QStringList{u"Quillbay+1.docx"_s});
     }
 };

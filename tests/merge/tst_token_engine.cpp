@@ -1,6 +1,7 @@
 #include "TestSupport.h"
 #include "contacts/ContactTable.h"
 #include "core/ListSeparator.h"
+#include "core/TextUtil.h"
 #include "merge/TokenEngine.h"
 
 #include <QTest>
@@ -122,6 +123,27 @@ private slots:
         m_engine->MergePreviewFields(4, preview);
         QCOMPARE(preview, u"Di@x.org"_s);
         QCOMPARE(m_engine->MergeAllFields(4, u"[[Email1Address]]"_s), u"[[FirstName]]@x.org"_s);
+    }
+
+    void blankReplacers_fillTheFourNameFieldsInEveryPass_andNoOther()
+    {
+        BlankReplacers blanks;
+        blanks.texts = {u" Friend "_s, u"(no name)"_s, u"Staff"_s, u"Your firm"_s};
+        m_engine->setBlankReplacers(blanks);
+        m_table.addRow(contact({{Email, u"e@x.org"_s}, {Web, u"w.example"_s}}));
+        const QString text = u"[[Email1Address]]|[[FirstName]]|[[LastName]]|[[Job-Title]]|[[CompanyName]]|"
+                             u"[[Business-Street]]|[[WebPage]]"_s;
+        const QString merged = u"e@x.org|Friend|(no name)|Staff|Your firm||w.example"_s;
+        QCOMPARE(m_engine->MergeAllFields(3, text), merged);
+        m_engine->ScanMailTokens(text);
+        QCOMPARE(m_engine->mergedBody(3, text), merged);
+        QString preview = text;
+        m_engine->MergePreviewFields(3, preview);
+        QCOMPARE(preview, merged);
+        for (int cell = First; cell <= Company; ++cell) {
+            QCOMPARE(m_engine->fieldValue(3, cell), TextUtil::trimSpaces(blanks.texts[cell - First]));
+        }
+        QCOMPARE(m_engine->fieldValue(3, Street), QString());
     }
 
     void blankReplacers_holdForMappedSourcesOnly_trimmed()

@@ -110,12 +110,35 @@ private slots:
         QVERIFY(!matchesFileName(u"a.docxx"_s, u"**.docx"_s));
         QVERIFY(!matchesFileName(u"a.doc"_s, QString()));
 
-        QVERIFY(SearchPattern::like(u"A1.DOC"_s, u"[A-C]#.DOC"_s));
-        QVERIFY(!SearchPattern::like(u"a1.doc"_s, u"[A-C]#.DOC"_s));
-        QVERIFY(SearchPattern::like(u"X.DOC"_s, u"[!A-C]?DOC"_s));
-
         QVERIFY(SearchPattern::shouldRemember({u"*.Doc"_s}, u"invoice"_s));
         QVERIFY(!SearchPattern::shouldRemember({u"*.Doc"_s, u"Invoice"_s}, u" INVOICE "_s));
+    }
+
+    void likePatterns_takeBothEndsOfARange_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QString>("pattern");
+        QTest::addColumn<bool>("matches");
+        QTest::newRow("lowest of the range") << u"A1.DOC"_s << u"[A-C]#.DOC"_s << true;
+        QTest::newRow("highest of the range") << u"C1.DOC"_s << u"[A-C]#.DOC"_s << true;
+        QTest::newRow("one above the range") << u"D1.DOC"_s << u"[A-C]#.DOC"_s << false;
+        QTest::newRow("one below the range") << u"@1.DOC"_s << u"[A-C]#.DOC"_s << false;
+        QTest::newRow("case counts") << u"a1.doc"_s << u"[A-C]#.DOC"_s << false;
+        QTest::newRow("no digit for #") << u"AB.DOC"_s << u"[A-C]#.DOC"_s << false;
+        QTest::newRow("negated, outside") << u"X.DOC"_s << u"[!A-C]?DOC"_s << true;
+        QTest::newRow("negated, highest") << u"C.DOC"_s << u"[!A-C]?DOC"_s << false;
+        QTest::newRow("single letters") << u"B7"_s << u"[XBZ]#"_s << true;
+        QTest::newRow("star backtracks") << u"a.b.doc"_s << u"*.doc"_s << true;
+        QTest::newRow("text left over") << u"a.docx"_s << u"*.doc"_s << false;
+        QTest::newRow("unclosed list") << u"A"_s << u"[A"_s << false;
+    }
+
+    void likePatterns_takeBothEndsOfARange()
+    {
+        QFETCH(QString, text);
+        QFETCH(QString, pattern);
+        QFETCH(bool, matches);
+        QCOMPARE(SearchPattern::like(text, pattern), matches);
     }
 
     void walk_takesOwnFilesFirst_thenSubfolders_andSkipsTemporaryFiles()

@@ -7,14 +7,20 @@
 
 #include <functional>
 
-// The run page as a send or postal run drives it, recorded for the tests; onProcess lets a
-// test act when a run writes a given progress text (a cancel at the second contact).
+// The run page as a send or postal run drives it, recorded for the tests; onProcess and onStatus
+// let a test act when a run writes a given text (a cancel at the second contact).
 class FakeRunView : public RunView
 {
 public:
     void setHeader(const QString& text) override { header = text; }
     void setFolderText(const QString& text) override { folder = text; }
-    void setStatus(const QString& text) override { statuses << text; }
+    void setStatus(const QString& text) override
+    {
+        statuses << text;
+        if (onStatus) {
+            onStatus(text);
+        }
+    }
     void setProcess(const QString& text) override
     {
         processes << text;
@@ -62,4 +68,5 @@ public:
     int pagesShown = 0;
     int yields = 0;
     std::function<void(const QString&)> onProcess;
+    std::function<void(const QString&)> onStatus;
 };

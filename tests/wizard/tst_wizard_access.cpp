@@ -1,11 +1,11 @@
 #include "TestSupport.h"
+#include "WizardFixture.h"
 #include "contacts/AccessDatabase.h"
 #include "core/Dialogs.h"
 #include "core/SettingsKeys.h"
 #include "core/SettingsStore.h"
 #include "wizard/ui/ContactListView.h"
 #include "wizard/ui/FrmMailMerge.h"
-#include "wizard/ui/SourceController.h"
 #include "wizard/ui/WizardPages.h"
 
 #include <QCheckBox>
@@ -22,30 +22,14 @@ using namespace Qt::StringLiterals;
 
 // The database source of the merge wizard, on real Access files: the table list, the password,
 // the map page and the contact page.
-class WizardAccessTest : public QObject
+class WizardAccessTest : public QObject, protected WizardFixture
 {
     Q_OBJECT
 
 private:
     QTemporaryDir m_dir;
-    FrmMailMerge* m_wizard = nullptr;
 
-    FrmMailMerge* openWizard()
-    {
-        m_wizard = FrmMailMerge::instance();
-        m_wizard->show();
-        return m_wizard;
-    }
-
-    SourcePage* source() const { return m_wizard->sourcePage(); }
-
-    // Chooses the database source and a file through its browse button.
-    void browseDatabase(const QString& path)
-    {
-        source()->LstDataSrc->setCurrentRow(3);
-        Dialogs::setNextResult(path);
-        source()->CmdBrowseMdbFile->click();
-    }
+    void browseDatabase(const QString& path) { browse(3, source()->CmdBrowseMdbFile, path); }
 
     void chooseTable(const QString& name)
     {
@@ -96,17 +80,9 @@ private:
 private slots:
     void initTestCase() { TestSupport::isolateUserFolders(); }
 
-    void init()
-    {
-        TestSupport::resetSettings();
-        Dialogs::clearNextResults();
-    }
+    void init() { resetCase(); }
 
-    void cleanup()
-    {
-        delete m_wizard;
-        m_wizard = nullptr;
-    }
+    void cleanup() { closeWizard(); }
 
     void customers_fromTheFirstPage_throughTheMap_toTheContacts()
     {
@@ -124,7 +100,6 @@ private slots:
         m_wizard->CmdNext_Click();
         QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::FieldMapping));
         FieldMapPage* map = m_wizard->fieldMapPage();
-        QCOMPARE(m_wizard->sourceController()->mappedSource(), SourceKind::Access);
         QCOMPARE(map->CboField[0]->count(), 11);
         const QStringList guessed = {u"ContactName"_s, QString(), QString(),       u"CompanyName"_s, u"Address"_s,
                                      u"City"_s,        QString(), u"PostalCode"_s, u"Country"_s,     u"Phone"_s,

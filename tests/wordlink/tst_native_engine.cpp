@@ -1,8 +1,8 @@
+#include "DocumentText.h"
 #include "TestSupport.h"
 #include "wordlink/DocumentEngine.h"
 #include "wordlink/OoxmlPackage.h"
 
-#include <QElapsedTimer>
 #include <QFile>
 #include <QProcess>
 #include <QTemporaryDir>
@@ -10,18 +10,9 @@
 
 using namespace Qt::StringLiterals;
 using namespace wordlink;
+using TestSupport::openDocument;
 
 namespace {
-
-std::unique_ptr<Document> openDocument(DocumentApplication& application, const QString& path, bool readOnly = true)
-{
-    Result<std::unique_ptr<Document>> opened = application.Open(path, readOnly);
-    if (!opened.ok()) {
-        qWarning("%s", qPrintable(opened.error().message));
-        return nullptr;
-    }
-    return std::move(opened).value();
-}
 
 QByteArray partOf(const QString& path, const QString& name)
 {
@@ -264,10 +255,7 @@ private slots:
                                u"</w:document>')]"_s));
         auto document = openDocument(*m_application, path, false);
         QVERIFY(document);
-        QElapsedTimer timer;
-        timer.start();
         QCOMPARE(document->ReplaceAll(u"ab"_s, u"Ann"_s, Plain).value(), 12000);
-        qInfo("12,000 hits in one run replaced in %lld ms", static_cast<long long>(timer.elapsed()));
         QCOMPARE(document->ReplaceAll(u"[[Name]]"_s, u"Bo\t"_s, Plain).value(), 2);
         QCOMPARE(document->ContentText().value(), u"Ann "_s.repeated(12000) + u"\rxBo\tyBo\tz\r"_s);
         const QString saved = m_dir.filePath(u"many-saved.docx"_s);

@@ -1,3 +1,4 @@
+#include "DocumentText.h"
 #include "TestSupport.h"
 #include "core/AppPaths.h"
 #include "wordlink/BridgeDocument.h"
@@ -14,18 +15,9 @@
 
 using namespace Qt::StringLiterals;
 using namespace wordlink;
+using TestSupport::openDocument;
 
 namespace {
-
-std::unique_ptr<Document> openDocument(DocumentApplication& application, const QString& path, bool readOnly = true)
-{
-    Result<std::unique_ptr<Document>> opened = application.Open(path, readOnly);
-    if (!opened.ok()) {
-        qWarning("%s", qPrintable(opened.error().message));
-        return nullptr;
-    }
-    return std::move(opened).value();
-}
 
 // This test's own office bridge helper: its script lies in the test's own application folder.
 qint64 helperProcess()
