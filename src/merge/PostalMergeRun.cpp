@@ -10,11 +10,13 @@
 #include "wordlink/LetterTemplate.h"
 #include "wordlink/WordStatus.h"
 
+#include <QMutex>
 #include <QThread>
 #include <QThreadPool>
 
 #include <deque>
 #include <future>
+#include <map>
 #include <optional>
 
 using namespace Qt::StringLiterals;
@@ -27,6 +29,8 @@ constexpr int MostLetters = 32767;
 // Letters merged ahead of the page, for each thread: enough to keep every thread busy while the
 // page takes the letters in turn, few enough that memory does not grow with the run.
 constexpr int AheadPerThread = 4;
+// Templates prepared in one run, one for each pattern of empty values met.
+constexpr std::size_t MostTemplates = 32;
 
 } // namespace
 
@@ -65,9 +69,6 @@ public:
     void submit(int number, int row)
     {
         std::vector<TokenEngine::Replacement> replacements = m_input.tokens->allFieldReplacements(row);
-        if (m_parallel && !m_folder.isEmpty() && !m_template) {
-            prepareTemplate(replacements);
-        }
         auto task = std::make_shared<std::packaged_task<Letter()>>(
             [this, number, replacements = std::move(replacements)] { return merge(number, replacements); });
         m_queue.push_back({number, row, task->get_future()});
@@ -114,20 +115,35 @@ private:
         std::future<Letter> letter;
     };
 
-    void prepareTemplate(const std::vector<TokenEngine::Replacement>& replacements)
+    // The template prepared for letters whose values are empty where these are (folder form of
+    // the Word 2007 family only), prepared when first asked for; null where there is none.
+    std::shared_ptr<const wordlink::LetterTemplate> templateFor(const QStringList& tokens, const QStringList& values)
     {
-        QStringList tokens;
-        for (const auto& replacement : replacements) {
-            tokens << replacement.first;
+        if (!m_parallel || m_folder.isEmpty()) {
+            return {};
         }
-        Result<wordlink::LetterTemplate> prepared =
-            wordlink::LetterTemplate::prepare(m_templatePath, tokens, DocumentMerge::mergedExtension(m_templatePath));
+        QList<bool> empty;
+        for (const QString& value : values) {
+            empty << value.isEmpty();
+        }
+        const QMutexLocker lock(&m_templatesLock);
+        if (const auto known = m_templates.find(empty); known != m_templates.end()) {
+            return known->second;
+        }
+        if (m_templates.size() >= MostTemplates) {
+            return {};
+        }
+        Result<wordlink::LetterTemplate> prepared = wordlink::LetterTemplate::prepare(
+            m_templatePath, tokens, empty, DocumentMerge::mergedExtension(m_templatePath));
+        std::shared_ptr<const wordlink::LetterTemplate> made;
         if (prepared.ok() && prepared->usable()) {
-            m_template = std::move(prepared).value();
+            made = std::make_shared<const wordlink::LetterTemplate>(std::move(prepared).value());
         }
+        m_templates.emplace(empty, made);
+        return made;
     }
 
-    Letter merge(int number, const std::vector<TokenEngine::Replacement>& replacements) const
+    Letter merge(int number, const std::vector<TokenEngine::Replacement>& replacements)
     {
         Letter letter;
         QStringList tokens;
@@ -136,9 +152,9 @@ private:
             tokens << token;
             values << value;
         }
-        if (m_template && tokens == m_template->tokens() && m_template->fits(values)) {
+        if (const auto prepared = templateFor(tokens, values); prepared && prepared->fits(values)) {
             Result<wordlink::OoxmlPackage::Staged> staged =
-                m_template->stageLetter(values, m_folder + u'/' + numberedName(number, m_input.templatePath));
+                prepared->stageLetter(values, m_folder + u'/' + numberedName(number, m_input.templatePath));
             if (staged.ok()) {
                 letter.staged = std::move(staged).value();
             } else {
@@ -166,7 +182,8 @@ private:
     const QString m_templatePath;
     wordlink::DocumentApplication& m_application;
     const bool m_parallel;
-    std::optional<wordlink::LetterTemplate> m_template;
+    QMutex m_templatesLock;
+    std::map<QList<bool>, std::shared_ptr<const wordlink::LetterTemplate>> m_templates;
     std::deque<Queued> m_queue;
     std::deque<std::shared_ptr<std::packaged_task<Letter()>>> m_deferred;
     QThreadPool m_pool;

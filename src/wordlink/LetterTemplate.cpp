@@ -64,10 +64,11 @@ QByteArray escaped(const QString& value)
 } // namespace
 
 Result<LetterTemplate> LetterTemplate::prepare(const QString& templatePath, const QStringList& tokens,
-                                               const QString& letterSuffix)
+                                               const QList<bool>& empty, const QString& letterSuffix)
 {
     LetterTemplate prepared;
     prepared.m_tokens = tokens;
+    prepared.m_empty = empty;
     const Result<OoxmlPackage> original = OoxmlPackage::open(templatePath);
     if (!original.ok()) {
         return original.error();
@@ -81,7 +82,8 @@ Result<LetterTemplate> LetterTemplate::prepare(const QString& templatePath, cons
     });
     // The template's own text may hold the place-holder characters; such a template is merged
     // the ordinary way.
-    if (tokens.size() > MostTokens || !tokensPlain || originalMain->contains(HolderLead)) {
+    if (tokens.size() > MostTokens || empty.size() != tokens.size() || !tokensPlain ||
+        originalMain->contains(HolderLead)) {
         return prepared;
     }
     Result<std::unique_ptr<Document>> added = NativeDocument::fromTemplate(templatePath, {});
@@ -90,8 +92,8 @@ Result<LetterTemplate> LetterTemplate::prepare(const QString& templatePath, cons
     }
     Document& letter = *added.value();
     for (qsizetype i = 0; i < tokens.size(); ++i) {
-        const Result<int> replaced =
-            letter.ReplaceAll(tokens.at(i), QString(QChar(static_cast<char16_t>(FirstHolder + i))), {});
+        const QString holder = empty.at(i) ? QString() : QString(QChar(static_cast<char16_t>(FirstHolder + i)));
+        const Result<int> replaced = letter.ReplaceAll(tokens.at(i), holder, {});
         if (!replaced.ok()) {
             return replaced.error();
         }
@@ -147,10 +149,13 @@ bool LetterTemplate::fits(const QStringList& values) const
     }
     for (qsizetype i = 0; i < values.size(); ++i) {
         const QString& value = values.at(i);
-        if (!m_present.at(i)) {
+        if (value.isEmpty() != m_empty.at(i)) {
+            return false;
+        }
+        if (value.isEmpty() || !m_present.at(i)) {
             continue;
         }
-        if (value.isEmpty() || value.front().isSpace() || value.back().isSpace() || value.contains(u"  "_s)) {
+        if (value.front().isSpace() || value.back().isSpace() || value.contains(u"  "_s)) {
             return false;
         }
         for (const QChar c : value) {
