@@ -8,12 +8,16 @@
 #include <QFileInfo>
 #include <QLocale>
 #include <QMimeDatabase>
+#include <QThread>
 
 #include <cmath>
 
 using namespace Qt::StringLiterals;
 
 namespace {
+
+// Documents searched ahead of the walk's events, for each thread of the pool.
+constexpr std::size_t AheadPerThread = 16;
 
 // The folder of the backup folders of all runs.
 QString backupsRoot()
@@ -43,16 +47,51 @@ SearchRun::SearchRun(Events events, DocumentSearcher* searcher)
     , m_started(QDateTime::currentDateTime())
     , m_backupsCanonical(QFileInfo(backupsRoot()).canonicalFilePath())
 {
+    m_pool.setMaxThreadCount(QThread::idealThreadCount());
 }
 
-void SearchRun::WalkFolder(const QString& folder, const QString& pattern, bool subfolders,
-                           const std::optional<WordSearch>& words)
+RunOutcome SearchRun::WalkFolder(const QString& folder, const QString& pattern, bool subfolders,
+                                 const std::optional<WordSearch>& words)
 {
     m_root = QDir::cleanPath(folder);
     m_sincePump.start();
     walk(folder, pattern, subfolders, words);
+    giveEvents(0);
     if (!m_backupFolder.isEmpty() && !m_backupUsed) {
         QDir().rmdir(m_backupFolder); // reserved for a change that did not come
+    }
+    return {m_stopped ? RunOutcome::Ending::Cancelled : RunOutcome::Ending::Completed, {}, m_hits};
+}
+
+void SearchRun::inTurn(std::function<void()> event)
+{
+    if (m_steps.empty()) {
+        event();
+    } else {
+        m_steps.push_back({std::move(event), {}, {}});
+    }
+}
+
+void SearchRun::giveEvents(std::size_t waiting)
+{
+    while (!m_steps.empty()) {
+        Step& next = m_steps.front();
+        const bool searching =
+            next.hit.valid() && next.hit.wait_for(std::chrono::seconds(0)) != std::future_status::ready;
+        if (searching && m_steps.size() <= waiting) {
+            return;
+        }
+        Step step = std::move(next);
+        m_steps.pop_front();
+        if (step.hit.valid()) {
+            if (m_events.status) {
+                m_events.status(u"Processing document: "_s + step.document);
+            }
+            showHit(step.document, step.hit.get());
+            pumpWhenOverdue();
+        } else {
+            step.event();
+        }
     }
 }
 
@@ -76,10 +115,10 @@ void SearchRun::walk(const QString& folder, const QString& pattern, bool subfold
         ++m_folderTick;
     } else {
         m_folderTick = 1;
-        pump();
+        inTurn([this] { pump(); });
     }
     if (m_events.status) {
-        m_events.status(QDir::toNativeSeparators(QDir::cleanPath(path)));
+        inTurn([this, path] { m_events.status(QDir::toNativeSeparators(QDir::cleanPath(path))); });
     }
     const QDir dir(path);
     if (words && words->replace) {
@@ -90,12 +129,18 @@ void SearchRun::walk(const QString& folder, const QString& pattern, bool subfold
         if (!SearchPattern::matchesFileName(file.fileName(), pattern)) {
             continue;
         }
-        if (words) {
-            SearchDocument(file.absoluteFilePath(), *words);
-        } else {
-            AddResultRow(file);
+        if (words && m_searcher != nullptr && m_searcher->searchesBesideOthers(file.absoluteFilePath(), *words)) {
+            searchBesideOthers(file.absoluteFilePath(), *words);
+            continue;
         }
-        pumpWhenOverdue();
+        inTurn([this, file, words] {
+            if (words) {
+                SearchDocument(file.absoluteFilePath(), *words);
+            } else {
+                AddResultRow(file);
+            }
+            pumpWhenOverdue();
+        });
     }
     if (!subfolders) {
         return;
@@ -103,6 +148,7 @@ void SearchRun::walk(const QString& folder, const QString& pattern, bool subfold
     const QFileInfoList children = dir.entryInfoList(QDir::Dirs | QDir::NoDotAndDotDot, QDir::Name | QDir::IgnoreCase);
     for (const QFileInfo& child : children) {
         if (stopRequested()) {
+            m_stopped = true;
             return;
         }
         // The copies kept by replace runs are not searched as a part of a larger tree.
@@ -156,6 +202,16 @@ QString SearchRun::backupCopyOf(const QString& path)
     return m_backupFolder + u'/' + (relative.startsWith(u".."_s) ? QFileInfo(path).fileName() : relative);
 }
 
+void SearchRun::searchBesideOthers(const QString& path, const WordSearch& words)
+{
+    auto search = std::make_shared<std::packaged_task<Result<bool>()>>(
+        [searcher = m_searcher, path, words] { return searcher->SearchDocument(path, words, QString()); });
+    std::future<Result<bool>> hit = search->get_future();
+    m_pool.start([search] { (*search)(); });
+    m_steps.push_back({{}, std::move(hit), path});
+    giveEvents(AheadPerThread * static_cast<std::size_t>(m_pool.maxThreadCount()));
+}
+
 void SearchRun::SearchDocument(const QString& path, const WordSearch& words)
 {
     if (m_events.status) {
@@ -169,6 +225,11 @@ void SearchRun::SearchDocument(const QString& path, const WordSearch& words)
     if (words.replace && QFileInfo::exists(backup)) {
         m_backupUsed = true;
     }
+    showHit(path, hit);
+}
+
+void SearchRun::showHit(const QString& path, const Result<bool>& hit)
+{
     if (!hit.ok()) {
         ++m_failures;
         if (m_events.failed) {
