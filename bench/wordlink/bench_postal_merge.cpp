@@ -5,6 +5,7 @@
 // the ratios.
 
 #include "contacts/ContactTable.h"
+#include "core/LocalTimeZone.h"
 #include "merge/PostalMergeRun.h"
 #include "merge/TokenEngine.h"
 #include "merge/WindowlessRunView.h"
@@ -31,6 +32,7 @@ constexpr int BridgeSample = 30;
 
 int main(int argc, char* argv[])
 {
+    LocalTimeZone::loadOnce();
     QCoreApplication app(argc, argv);
     const QString source = QStringLiteral(QUILLBAY_SOURCE_DIR);
     QTemporaryDir dir;

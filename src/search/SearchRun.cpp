@@ -16,8 +16,10 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// Documents searched ahead of the walk's events, for each thread of the pool.
+// Documents searched ahead of the walk's events, for each thread of the pool, and documents in a
+// batch.
 constexpr std::size_t AheadPerThread = 16;
+constexpr qsizetype BatchSize = 8;
 
 // The folder of the backup folders of all runs.
 QString backupsRoot()
@@ -68,7 +70,7 @@ void SearchRun::inTurn(std::function<void()> event)
     if (m_steps.empty()) {
         event();
     } else {
-        m_steps.push_back({std::move(event), {}, {}});
+        m_steps.push_back({std::move(event), {}, 0, {}});
     }
 }
 
@@ -77,17 +79,20 @@ void SearchRun::giveEvents(std::size_t waiting)
     while (!m_steps.empty()) {
         Step& next = m_steps.front();
         const bool searching =
-            next.hit.valid() && next.hit.wait_for(std::chrono::seconds(0)) != std::future_status::ready;
+            next.answers.valid() && next.answers.wait_for(std::chrono::seconds(0)) != std::future_status::ready;
         if (searching && m_steps.size() <= waiting) {
             return;
         }
+        if (searching) {
+            startBatch(); // the answer waited for may be in the batch being filled
+        }
         Step step = std::move(next);
         m_steps.pop_front();
-        if (step.hit.valid()) {
+        if (step.answers.valid()) {
             if (m_events.status) {
                 m_events.status(u"Processing document: "_s + step.document);
             }
-            showHit(step.document, step.hit.get());
+            showHit(step.document, step.answers.get().at(static_cast<std::size_t>(step.index)));
             pumpWhenOverdue();
         } else {
             step.event();
@@ -142,6 +147,7 @@ void SearchRun::walk(const QString& folder, const QString& pattern, bool subfold
             pumpWhenOverdue();
         });
     }
+    startBatch();
     if (!subfolders) {
         return;
     }
@@ -204,12 +210,33 @@ QString SearchRun::backupCopyOf(const QString& path)
 
 void SearchRun::searchBesideOthers(const QString& path, const WordSearch& words)
 {
-    auto search = std::make_shared<std::packaged_task<Result<bool>()>>(
-        [searcher = m_searcher, path, words] { return searcher->SearchDocument(path, words, QString()); });
-    std::future<Result<bool>> hit = search->get_future();
-    m_pool.start([search] { (*search)(); });
-    m_steps.push_back({{}, std::move(hit), path});
+    if (!m_batch) {
+        m_batch = std::make_shared<Batch>();
+        m_batch->search =
+            std::make_shared<std::packaged_task<Answers()>>([searcher = m_searcher, batch = m_batch.get(), words] {
+                Answers answers;
+                for (const QString& document : std::as_const(batch->documents)) {
+                    answers.push_back(searcher->SearchDocument(document, words, QString()));
+                }
+                return answers;
+            });
+        m_batch->answers = m_batch->search->get_future().share();
+    }
+    m_batch->documents << path;
+    m_steps.push_back({{}, m_batch->answers, m_batch->documents.size() - 1, path});
+    if (m_batch->documents.size() == BatchSize) {
+        startBatch();
+    }
     giveEvents(AheadPerThread * static_cast<std::size_t>(m_pool.maxThreadCount()));
+}
+
+void SearchRun::startBatch()
+{
+    if (m_batch) {
+        // The batch's task holds the batch until it has run; the walk adds nothing to it after this.
+        m_pool.start([batch = std::move(m_batch)] { (*batch->search)(); });
+        m_batch.reset();
+    }
 }
 
 void SearchRun::SearchDocument(const QString& path, const WordSearch& words)

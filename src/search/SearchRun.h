@@ -70,18 +70,31 @@ public:
     int failures() const { return m_failures; }
 
 private:
+    // Documents are searched on the pool a few at a time, in batches: one task for several
+    // documents costs the threads far less waiting on each other than one for each.
+    using Answers = std::vector<Result<bool>>;
+    struct Batch
+    {
+        QStringList documents;
+        std::shared_ptr<std::packaged_task<Answers()>> search;
+        std::shared_future<Answers> answers;
+    };
+
     // An event of the walk waiting for its turn; a document being searched on the pool holds
-    // the search's answer to come.
+    // its batch's answers to come, and its place among them.
     struct Step
     {
         std::function<void()> event;
-        std::future<Result<bool>> hit;
-        QString document; // the document whose answer `hit` is
+        std::shared_future<Answers> answers;
+        qsizetype index = 0;
+        QString document;
     };
 
     void walk(const QString& folder, const QString& pattern, bool subfolders, const std::optional<WordSearch>& words);
     void SearchDocument(const QString& path, const WordSearch& words);
     void searchBesideOthers(const QString& path, const WordSearch& words);
+    // Starts the search of the batch being filled.
+    void startBatch();
     void showHit(const QString& path, const Result<bool>& hit);
     // Gives the event now when nothing waits before it, else queues it.
     void inTurn(std::function<void()> event);
@@ -111,5 +124,6 @@ private:
     QSet<QString> m_visited;
     bool m_stopped = false;
     std::deque<Step> m_steps;
+    std::shared_ptr<Batch> m_batch; // being filled
     QThreadPool m_pool;
 };
