@@ -189,6 +189,15 @@ Result<QByteArray> OoxmlPackage::packed() const
         }
         return index;
     };
+    // A changed part is compressed at zlib's fastest level: a letter's main part then costs about
+    // a third less time than at libzip's default (the best compression), for a part some ten per
+    // cent larger.
+    const auto addChanged = [&](const char* name, const QByteArray& bytes) {
+        const zip_int64_t index =
+            add(name, zip_source_buffer(archive, bytes.constData(), static_cast<zip_uint64_t>(bytes.size()), 0));
+        return index >= 0 &&
+               zip_set_file_compression(archive, static_cast<zip_uint64_t>(index), ZIP_CM_DEFLATE, 1) == 0;
+    };
     QMap<QString, QByteArray> unplaced = m_changed;
     zip* original = m_archive.get();
     const zip_int64_t count = zip_get_num_entries(original, 0);
@@ -201,9 +210,7 @@ Result<QByteArray> OoxmlPackage::packed() const
         }
         const QString name = QString::fromUtf8(zip_get_name(original, i, 0));
         if (const auto changed = unplaced.constFind(name); changed != unplaced.constEnd()) {
-            const QByteArray& bytes = changed.value();
-            if (add(rawName,
-                    zip_source_buffer(archive, bytes.constData(), static_cast<zip_uint64_t>(bytes.size()), 0)) < 0) {
+            if (!addChanged(rawName, changed.value())) {
                 return fail(u"the part "_s + name + u" cannot be written"_s);
             }
             unplaced.remove(name);
@@ -218,10 +225,7 @@ Result<QByteArray> OoxmlPackage::packed() const
         }
     }
     for (auto added = unplaced.constBegin(); added != unplaced.constEnd(); ++added) {
-        const QByteArray name = added.key().toUtf8();
-        const QByteArray& bytes = added.value();
-        if (add(name.constData(),
-                zip_source_buffer(archive, bytes.constData(), static_cast<zip_uint64_t>(bytes.size()), 0)) < 0) {
+        if (!addChanged(added.key().toUtf8().constData(), added.value())) {
             return fail(u"the part "_s + added.key() + u" cannot be written"_s);
         }
     }
