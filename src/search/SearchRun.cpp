@@ -85,6 +85,11 @@ void SearchRun::giveEvents(std::size_t waiting)
         }
         if (searching) {
             startBatch(); // the answer waited for may be in the batch being filled
+            // The window lives on while a slow document is read.
+            while (next.answers.wait_for(std::chrono::milliseconds(
+                       qMax<qint64>(1, m_pumpInterval - m_sincePump.elapsed()))) != std::future_status::ready) {
+                pump();
+            }
         }
         Step step = std::move(next);
         m_steps.pop_front();
