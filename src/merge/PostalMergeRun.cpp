@@ -6,13 +6,12 @@
 #include "contacts/ContactTable.h"
 #include "core/AppPaths.h"
 #include "core/TextUtil.h"
+#include "core/WorkerPool.h"
 #include "wordlink/DocumentEngine.h"
 #include "wordlink/LetterTemplate.h"
 #include "wordlink/WordStatus.h"
 
 #include <QMutex>
-#include <QThread>
-#include <QThreadPool>
 
 #include <deque>
 #include <future>
@@ -55,12 +54,11 @@ public:
         , m_application(application)
         , m_parallel(wordlink::isNativeFormat(m_templatePath))
     {
-        m_pool.setMaxThreadCount(QThread::idealThreadCount());
     }
 
     ~Press() { dropAll(); }
 
-    int ahead() const { return m_parallel ? AheadPerThread * m_pool.maxThreadCount() : 1; }
+    int ahead() const { return m_parallel ? AheadPerThread * m_pool.threadCount() : 1; }
     bool empty() const { return m_queue.empty(); }
     qsizetype size() const { return static_cast<qsizetype>(m_queue.size()); }
     int nextNumber() const { return m_queue.front().number; }
@@ -186,7 +184,7 @@ private:
     std::map<QList<bool>, std::shared_ptr<const wordlink::LetterTemplate>> m_templates;
     std::deque<Queued> m_queue;
     std::deque<std::shared_ptr<std::packaged_task<Letter()>>> m_deferred;
-    QThreadPool m_pool;
+    WorkerPool m_pool;
 };
 
 PostalMergeRun::PostalMergeRun(RunView& view)

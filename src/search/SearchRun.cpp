@@ -8,7 +8,6 @@
 #include <QFileInfo>
 #include <QLocale>
 #include <QMimeDatabase>
-#include <QThread>
 
 #include <cmath>
 
@@ -49,7 +48,6 @@ SearchRun::SearchRun(Events events, DocumentSearcher* searcher)
     , m_started(QDateTime::currentDateTime())
     , m_backupsCanonical(QFileInfo(backupsRoot()).canonicalFilePath())
 {
-    m_pool.setMaxThreadCount(QThread::idealThreadCount());
 }
 
 RunOutcome SearchRun::WalkFolder(const QString& folder, const QString& pattern, bool subfolders,
@@ -232,7 +230,7 @@ void SearchRun::searchBesideOthers(const QString& path, const WordSearch& words)
     if (m_batch->documents.size() == BatchSize) {
         startBatch();
     }
-    giveEvents(AheadPerThread * static_cast<std::size_t>(m_pool.maxThreadCount()));
+    giveEvents(AheadPerThread * static_cast<std::size_t>(m_pool.threadCount()));
 }
 
 void SearchRun::startBatch()

@@ -1,13 +1,13 @@
 #pragma once
 
 #include "DocumentSearcher.h"
+#include "core/WorkerPool.h"
 #include "merge/RunOutcome.h"
 
 #include <QDateTime>
 #include <QElapsedTimer>
 #include <QSet>
 #include <QString>
-#include <QThreadPool>
 
 #include <deque>
 #include <functional>
@@ -125,5 +125,5 @@ private:
     bool m_stopped = false;
     std::deque<Step> m_steps;
     std::shared_ptr<Batch> m_batch; // being filled
-    QThreadPool m_pool;
+    WorkerPool m_pool;
 };
