@@ -285,6 +285,10 @@ RunOutcome PostalMergeRun::run(const Input& input, const QString& folder)
         m_view.setFolderText(u"Processing Postal Merge Function"_s);
         m_view.setStatus(numberedName(1, input.templatePath));
     }
+    if (!folder.isEmpty()) {
+        // Letters a killed run had written but not yet named.
+        wordlink::OoxmlPackage::removeUnfinishedSaves(folder);
+    }
     m_view.showRunPage(QString());
     m_view.setNext(u"Finish"_s, false);
 

@@ -228,6 +228,7 @@ private slots:
         const QString locked = failing + u"/Quillbay+5.docx"_s;
         QVERIFY(QFile::copy(m_template, locked));
         QVERIFY(QFile::setPermissions(locked, QFile::ReadOwner));
+        QVERIFY(QFile::copy(m_template, failing + u"/Quillbay+50.docx.quillbay-saving"_s)); // left by a killed run
         FakeRunView stopped;
         PostalMergeRun broken(stopped);
         const RunOutcome outcome = broken.run(input(m_template), failing);
