@@ -16,7 +16,7 @@ cmake -S . -B build-core -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DQUILLBAY_G
       -DQUILLBAY_BENCHMARKS=OFF >/dev/null
 cmake --build build-core -j "$jobs"
 
-sanitized_tests="native_engine document_merge postal_run search_run message_layout smtp_reply_reader smtp_conversation explorer_logic workbook
+sanitized_tests="native_engine letter_template document_merge postal_run search_run message_layout smtp_reply_reader smtp_conversation explorer_logic workbook
                  wab_reader mail_client_contacts pst_store smtp_send_run access_import"
 cmake -S . -B build-asan -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DQUILLBAY_GUI=OFF \
       -DQUILLBAY_BENCHMARKS=OFF -DQUILLBAY_SANITIZE=ON >/dev/null

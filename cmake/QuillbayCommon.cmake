@@ -19,6 +19,11 @@ if(QUILLBAY_SANITIZE)
   target_link_options(quillbay_common INTERFACE -fsanitize=address,undefined)
 endif()
 
+if(QUILLBAY_TSAN)
+  target_compile_options(quillbay_common INTERFACE -fsanitize=thread -fno-omit-frame-pointer)
+  target_link_options(quillbay_common INTERFACE -fsanitize=thread)
+endif()
+
 # The fuzz build instruments every library for libFuzzer's coverage (clang only).
 if(QUILLBAY_FUZZ)
   target_compile_options(quillbay_common INTERFACE -fsanitize=fuzzer-no-link,address,undefined

@@ -1,6 +1,7 @@
 #include "Main.h"
 
 #include "core/DesktopTheme.h"
+#include "core/LocalTimeZone.h"
 #include "core/WidgetMessagePresenter.h"
 
 #include <QApplication>
@@ -39,6 +40,7 @@ std::optional<int> answerCommandLine(int argc, char* argv[])
 
 int main(int argc, char* argv[])
 {
+    LocalTimeZone::loadOnce();
     if (const std::optional<int> answered = answerCommandLine(argc, argv)) {
         return *answered;
     }

@@ -68,7 +68,7 @@ int runSearchCommand(const QStringList& arguments)
     const QString typed = parser.value(u"pattern"_s);
     const QString pattern =
         typed.isEmpty() ? u"*.Doc"_s : SearchPattern::NormalizeCriteria(TextUtil::trimSpaces(typed)).pattern;
-    int rows = 0;
+    RunOutcome outcome;
     int failures = 0;
     QString backups;
     std::unique_ptr<DocumentSearcher> searcher;
@@ -88,8 +88,7 @@ int runSearchCommand(const QStringList& arguments)
                                 parser.value(u"replace"_s)};
         }
         SearchRun run({{},
-                       [&rows](const ResultRow& row) {
-                           ++rows;
+                       [](const ResultRow& row) {
                            QStringList fields{row.name, row.folder, row.modified, row.size, row.type};
                            for (QString& field : fields) {
                                field = CliOutput::oneLine(field);
@@ -102,11 +101,11 @@ int runSearchCommand(const QStringList& arguments)
                            CliOutput::err(u"quillbay-cli: %1: %2\n"_s.arg(CliOutput::oneLine(path), reason));
                        }},
                       searcher.get());
-        run.WalkFolder(folder, pattern, parser.isSet(u"subfolders"_s), search);
+        outcome = run.WalkFolder(folder, pattern, parser.isSet(u"subfolders"_s), search);
         backups = run.backupFolder();
         failures = run.failures();
     }
-    CliOutput::out(rows > 0 ? QString::number(rows) + u" items\n"_s : u"0 Items\n"_s);
+    CliOutput::out(outcome.done > 0 ? QString::number(outcome.done) + u" items\n"_s : u"0 Items\n"_s);
     if (searcher) {
         searcher->finish();
         SettingsStore::instance().setValue(Keys::WordRunning, u"N"_s);
@@ -114,7 +113,7 @@ int runSearchCommand(const QStringList& arguments)
     if (!backups.isEmpty()) {
         CliOutput::err(u"Originals kept in "_s + backups + u'\n');
     }
-    if (interruption.interrupted()) {
+    if (outcome.ending == RunOutcome::Ending::Cancelled || interruption.interrupted()) {
         CliOutput::err(u"quillbay-cli: the search was stopped by a signal\n"_s);
         return 1;
     }

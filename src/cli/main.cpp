@@ -4,6 +4,7 @@
 #include "LettersCommand.h"
 #include "MailCommand.h"
 #include "SearchCommand.h"
+#include "core/LocalTimeZone.h"
 
 #include <QCoreApplication>
 
@@ -24,6 +25,7 @@ const QString Overview = u"Usage: quillbay-cli COMMAND [options]\n"
 
 int main(int argc, char* argv[])
 {
+    LocalTimeZone::loadOnce();
     QCoreApplication app(argc, argv);
     QCoreApplication::setApplicationName(u"quillbay-cli"_s);
     const QStringList arguments = QCoreApplication::arguments();

@@ -22,6 +22,7 @@ enum ErrorCode : int
     // Documents.
     NoSuchDocument = 50,     // the document to open or to render is not there
     OfficeSuiteEnded = 51,   // the office suite that held the document has ended
+    NoWriter = 52,           // no office suite that shows a writer window can be started
     OverwritesTemplate = 70, // a merged copy or letter would take its template's place
     BackupFailed = 71,       // a document to change could not first be copied to its backup
     // The explorer's changes to the disk.

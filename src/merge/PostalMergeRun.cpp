@@ -6,8 +6,17 @@
 #include "contacts/ContactTable.h"
 #include "core/AppPaths.h"
 #include "core/TextUtil.h"
+#include "core/WorkerPool.h"
 #include "wordlink/DocumentEngine.h"
+#include "wordlink/LetterTemplate.h"
 #include "wordlink/WordStatus.h"
+
+#include <QMutex>
+
+#include <deque>
+#include <future>
+#include <map>
+#include <optional>
 
 using namespace Qt::StringLiterals;
 
@@ -16,8 +25,167 @@ namespace {
 constexpr double FullBar = 1.0;
 // The count of letters is a 16-bit number: a run beyond it ends as a failure.
 constexpr int MostLetters = 32767;
+// Letters merged ahead of the page, for each thread: enough to keep every thread busy while the
+// page takes the letters in turn, few enough that memory does not grow with the run.
+constexpr int AheadPerThread = 4;
+// Templates prepared in one run, one for each pattern of empty values met.
+constexpr std::size_t MostTemplates = 32;
 
 } // namespace
+
+// One contact's letter, merged and waiting for its turn.
+struct PostalMergeRun::Letter
+{
+    Status status;
+    std::unique_ptr<wordlink::Document> document;         // merged, to be stored
+    std::optional<wordlink::OoxmlPackage::Staged> staged; // or already written beside its name
+};
+
+// Merges the letters: for a template of the Word 2007 family on a pool of threads, a letter
+// written at once from the prepared template when its values fit, else merged in memory; for
+// other templates on the run's own thread, when the letter's turn comes.
+class PostalMergeRun::Press
+{
+public:
+    Press(const Input& input, const QString& folder, wordlink::DocumentApplication& application)
+        : m_input(input)
+        , m_folder(folder)
+        , m_templatePath(TextUtil::trimSpaces(input.templatePath))
+        , m_application(application)
+        , m_parallel(wordlink::isNativeFormat(m_templatePath))
+    {
+    }
+
+    ~Press() { dropAll(); }
+
+    int ahead() const { return m_parallel ? AheadPerThread * m_pool.threadCount() : 1; }
+    bool empty() const { return m_queue.empty(); }
+    qsizetype size() const { return static_cast<qsizetype>(m_queue.size()); }
+    int nextNumber() const { return m_queue.front().number; }
+    int nextRow() const { return m_queue.front().row; }
+
+    void submit(int number, int row)
+    {
+        std::vector<TokenEngine::Replacement> replacements = m_input.tokens->allFieldReplacements(row);
+        auto task = std::make_shared<std::packaged_task<Letter()>>(
+            [this, number, replacements = std::move(replacements)] { return merge(number, replacements); });
+        m_queue.push_back({number, row, task->get_future()});
+        if (m_parallel) {
+            m_pool.start([task] { (*task)(); });
+        } else {
+            m_deferred.push_back(task);
+        }
+    }
+
+    // The next letter in contact order, waited for (or, for the office suite, merged now).
+    Letter takeNext()
+    {
+        Queued next = std::move(m_queue.front());
+        m_queue.pop_front();
+        if (!m_parallel) {
+            const std::shared_ptr<std::packaged_task<Letter()>> task = std::move(m_deferred.front());
+            m_deferred.pop_front();
+            (*task)();
+        }
+        return next.letter.get();
+    }
+
+    // Drops the letters not taken: waits for those in work and removes what they wrote.
+    void dropAll()
+    {
+        if (m_parallel) {
+            for (Queued& queued : m_queue) {
+                Letter letter = queued.letter.get();
+                if (letter.staged) {
+                    wordlink::OoxmlPackage::discard(*letter.staged);
+                }
+            }
+        }
+        m_queue.clear();
+        m_deferred.clear();
+    }
+
+private:
+    struct Queued
+    {
+        int number;
+        int row;
+        std::future<Letter> letter;
+    };
+
+    // The template prepared for letters whose values are empty where these are (folder form of
+    // the Word 2007 family only), prepared when first asked for; null where there is none.
+    std::shared_ptr<const wordlink::LetterTemplate> templateFor(const QStringList& tokens, const QStringList& values)
+    {
+        if (!m_parallel || m_folder.isEmpty()) {
+            return {};
+        }
+        QList<bool> empty;
+        for (const QString& value : values) {
+            empty << value.isEmpty();
+        }
+        const QMutexLocker lock(&m_templatesLock);
+        if (const auto known = m_templates.find(empty); known != m_templates.end()) {
+            return known->second;
+        }
+        if (m_templates.size() >= MostTemplates) {
+            return {};
+        }
+        Result<wordlink::LetterTemplate> prepared = wordlink::LetterTemplate::prepare(
+            m_templatePath, tokens, empty, DocumentMerge::mergedExtension(m_templatePath));
+        std::shared_ptr<const wordlink::LetterTemplate> made;
+        if (prepared.ok() && prepared->usable()) {
+            made = std::make_shared<const wordlink::LetterTemplate>(std::move(prepared).value());
+        }
+        m_templates.emplace(empty, made);
+        return made;
+    }
+
+    Letter merge(int number, const std::vector<TokenEngine::Replacement>& replacements)
+    {
+        Letter letter;
+        QStringList tokens;
+        QStringList values;
+        for (const auto& [token, value] : replacements) {
+            tokens << token;
+            values << value;
+        }
+        if (const auto prepared = templateFor(tokens, values); prepared && prepared->fits(values)) {
+            Result<wordlink::OoxmlPackage::Staged> staged =
+                prepared->stageLetter(values, m_folder + u'/' + numberedName(number, m_input.templatePath));
+            if (staged.ok()) {
+                letter.staged = std::move(staged).value();
+            } else {
+                letter.status = staged.error();
+            }
+            return letter;
+        }
+        Result<std::unique_ptr<wordlink::Document>> added = m_application.Add(m_templatePath);
+        if (!added.ok()) {
+            letter.status = added.error();
+            return letter;
+        }
+        for (const auto& [token, value] : replacements) {
+            if (const Result<int> replaced = added.value()->ReplaceAll(token, value, {}); !replaced.ok()) {
+                letter.status = replaced.error();
+                return letter;
+            }
+        }
+        letter.document = std::move(added).value();
+        return letter;
+    }
+
+    const Input& m_input;
+    const QString m_folder;
+    const QString m_templatePath;
+    wordlink::DocumentApplication& m_application;
+    const bool m_parallel;
+    QMutex m_templatesLock;
+    std::map<QList<bool>, std::shared_ptr<const wordlink::LetterTemplate>> m_templates;
+    std::deque<Queued> m_queue;
+    std::deque<std::shared_ptr<std::packaged_task<Letter()>>> m_deferred;
+    WorkerPool m_pool;
+};
 
 PostalMergeRun::PostalMergeRun(RunView& view)
     : m_view(view)
@@ -48,25 +216,24 @@ void PostalMergeRun::InitRunProgress(int selectedCount)
     m_cancelFlag = false;
 }
 
-Status PostalMergeRun::mergeContact(wordlink::DocumentApplication& application, const Input& input, int row,
-                                    const QString& folder, bool& outputStarted)
+Status PostalMergeRun::storeLetter(wordlink::DocumentApplication& application, Letter& merged, const Input& input,
+                                   const QString& folder, bool& outputStarted)
 {
-    Result<std::unique_ptr<wordlink::Document>> added = application.Add(TextUtil::trimSpaces(input.templatePath));
-    if (!added.ok()) {
-        return added.error();
-    }
-    std::unique_ptr<wordlink::Document> letter = std::move(added).value();
-    // Never over the template: the next contact's letter would be made from this one.
-    const auto saveLetterAs = [&](const QString& target) {
-        return DocumentMerge::isTemplateItself(target, TextUtil::trimSpaces(input.templatePath))
-                   ? Status(Error{ErrorCode::OverwritesTemplate, u"the letter would overwrite its template"_s})
-                   : letter->SaveAs(target);
-    };
-    for (const auto& [token, value] : input.tokens->allFieldReplacements(row)) {
-        if (const Result<int> replaced = letter->ReplaceAll(token, value, {}); !replaced.ok()) {
-            return replaced.error();
+    const QString templatePath = TextUtil::trimSpaces(input.templatePath);
+    if (merged.staged) {
+        // Never over the template: the next contact's letter would be made from this one.
+        if (DocumentMerge::isTemplateItself(merged.staged->target, templatePath)) {
+            wordlink::OoxmlPackage::discard(*merged.staged);
+            return Error{ErrorCode::OverwritesTemplate, u"the letter would overwrite its template"_s};
         }
+        return wordlink::OoxmlPackage::commit(*merged.staged);
     }
+    wordlink::Document& letter = *merged.document;
+    const auto saveLetterAs = [&](const QString& target) {
+        return DocumentMerge::isTemplateItself(target, templatePath)
+                   ? Status(Error{ErrorCode::OverwritesTemplate, u"the letter would overwrite its template"_s})
+                   : letter.SaveAs(target);
+    };
     const QString combined = TextUtil::trimSpaces(input.documentName);
     if (folder.isEmpty()) {
         if (!outputStarted) {
@@ -81,7 +248,7 @@ Status PostalMergeRun::mergeContact(wordlink::DocumentApplication& application, 
             if (!opened.ok()) {
                 return opened.error();
             }
-            const Result<QString> text = letter->ContentText();
+            const Result<QString> text = letter.ContentText();
             Status appended = text.ok() ? opened.value()->AppendPageBreakAndText(text.value()) : Status(text.error());
             if (appended.ok()) {
                 appended = opened.value()->Save();
@@ -99,7 +266,7 @@ Status PostalMergeRun::mergeContact(wordlink::DocumentApplication& application, 
                !saved.ok()) {
         return saved;
     }
-    letter->Close();
+    letter.Close();
     return {};
 }
 
@@ -118,31 +285,50 @@ RunOutcome PostalMergeRun::run(const Input& input, const QString& folder)
         m_view.setFolderText(u"Processing Postal Merge Function"_s);
         m_view.setStatus(numberedName(1, input.templatePath));
     }
+    if (!folder.isEmpty()) {
+        // Letters a killed run had written but not yet named.
+        wordlink::OoxmlPackage::removeUnfinishedSaves(folder);
+    }
     m_view.showRunPage(QString());
     m_view.setNext(u"Finish"_s, false);
 
     bool outputStarted = false;
     RunOutcome outcome;
     int yieldCount = 0;
-    for (int row = 1; row <= input.table->count(); ++row) {
-        if (m_cancelFlag) {
-            m_view.setProcess(u"Process Cancelled!"_s);
-            outcome = {RunOutcome::Ending::Cancelled, {}, m_done};
-            break;
+    Press press(input, folder, *application);
+    const int count = input.table->count();
+    int nextRow = 1;
+    int numbered = 0;
+    bool overflow = false;
+    // Keeps the press a few letters ahead of the page, numbering the checked contacts in order.
+    const auto feed = [&] {
+        while (press.size() < press.ahead() && !overflow) {
+            while (nextRow <= count && !input.table->at(nextRow).checked) {
+                ++nextRow;
+            }
+            if (nextRow > count) {
+                return;
+            }
+            if (numbered == MostLetters) {
+                overflow = true;
+                return;
+            }
+            press.submit(++numbered, nextRow++);
         }
-        if (!input.table->at(row).checked) {
-            continue;
-        }
-        if (++m_done > MostLetters) {
-            outcome = RunOutcome::failed(u"more letters than one run can number"_s, m_done - 1);
-            break;
-        }
+    };
+    feed();
+    while (!press.empty()) {
+        m_done = press.nextNumber();
+        const int row = press.nextRow();
         m_view.setProcess(u"Processing  %1  of  %2"_s.arg(m_done).arg(input.selectedCount));
         if (!folder.isEmpty()) {
             m_view.setStatus(numberedName(m_done, input.templatePath));
         }
-        if (const Status merged = mergeContact(*application, input, row, folder, outputStarted); !merged.ok()) {
-            outcome = RunOutcome::failed(merged.error().message, m_done - 1);
+        Letter letter = press.takeNext();
+        const Status stored =
+            letter.status.ok() ? storeLetter(*application, letter, input, folder, outputStarted) : letter.status;
+        if (!stored.ok()) {
+            outcome = RunOutcome::failed(stored.error().message, m_done - 1);
             break;
         }
         m_view.setProgress(qMin(m_view.progress() + m_step, FullBar));
@@ -150,6 +336,18 @@ RunOutcome PostalMergeRun::run(const Input& input, const QString& folder)
             yieldCount = 0;
             m_view.pumpEvents();
         }
+        // The mark is looked at before each further row of the table, checked or not.
+        if (m_cancelFlag && row < count) {
+            m_view.setProcess(u"Process Cancelled!"_s);
+            outcome = {RunOutcome::Ending::Cancelled, {}, m_done};
+            break;
+        }
+        feed();
+    }
+    press.dropAll();
+    if (outcome.completed() && overflow) {
+        m_done = MostLetters + 1;
+        outcome = RunOutcome::failed(u"more letters than one run can number"_s, MostLetters);
     }
     if (outcome.completed()) {
         outcome.done = m_done;

@@ -5,6 +5,8 @@
 
 #include <QString>
 
+#include <memory>
+
 class ContactTable;
 class RunView;
 class TokenEngine;
@@ -17,6 +19,13 @@ class DocumentApplication;
 // each made from the letter template with every field replaced in fixed order (no blank-field
 // texts here). Its progress shows on the run page; Cancel is seen at every tenth contact, when
 // pending events are let through.
+//
+// With a template of the Word 2007 family the letters are merged on a pool of threads, one per
+// processor, a few contacts ahead of the page; each letter is then taken in contact order, and
+// only then shows on the page and takes its place (its name in the folder, or its turn in the
+// combined document). So the page, the numbering, the combined document, a Cancel and a failure
+// are what a run of one letter at a time gives: letters merged ahead of a Cancel or a failure
+// are dropped unseen. Other templates go through the office suite, one letter at a time.
 class PostalMergeRun
 {
 public:
@@ -46,9 +55,13 @@ public:
     static QString scratchName(const QString& templatePath);
 
 private:
+    struct Letter;
+    class Press;
+
     void InitRunProgress(int selectedCount);
-    Status mergeContact(wordlink::DocumentApplication& application, const Input& input, int row, const QString& folder,
-                        bool& outputStarted);
+    // Takes a merged letter to its place: the numbered file, or the combined document.
+    Status storeLetter(wordlink::DocumentApplication& application, Letter& letter, const Input& input,
+                       const QString& folder, bool& outputStarted);
 
     RunView& m_view;
     bool m_cancelFlag = false;

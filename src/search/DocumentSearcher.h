@@ -25,6 +25,14 @@ public:
     virtual ~DocumentSearcher() = default;
 
     virtual Result<bool> SearchDocument(const QString& path, const WordSearch& search, const QString& backupCopy) = 0;
+    // True when this document may be searched on another thread, beside others (a search of the
+    // in-process engine that changes nothing); SearchDocument must then be safe to call so.
+    virtual bool searchesBesideOthers(const QString& path, const WordSearch& search) const
+    {
+        Q_UNUSED(path)
+        Q_UNUSED(search)
+        return false;
+    }
     // Ends the work of a run (the office suite is released).
     virtual void finish() = 0;
 };

@@ -66,6 +66,11 @@ Result<bool> EngineSearcher::SearchDocument(const QString& path, const WordSearc
     return true;
 }
 
+bool EngineSearcher::searchesBesideOthers(const QString& path, const WordSearch& search) const
+{
+    return !search.replace && wordlink::isNativeFormat(path);
+}
+
 void EngineSearcher::finish()
 {
     m_application->Quit();

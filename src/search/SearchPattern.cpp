@@ -98,7 +98,9 @@ Normalized NormalizeCriteria(const QString& text)
     return {u"*"_s + text + u"*.Doc"_s, true};
 }
 
-bool matchesFileName(const QString& name, const QString& pattern)
+namespace {
+
+QRegularExpression fileNameMatcher(const QString& pattern)
 {
     QString expression;
     for (const QChar c : pattern) {
@@ -109,8 +111,22 @@ bool matchesFileName(const QString& name, const QString& pattern)
     if (extension.size() == 3 && !extension.contains(u'*') && !extension.contains(u'?')) {
         expression += u"[^.]*"_s;
     }
-    const QRegularExpression matcher(QRegularExpression::anchoredPattern(expression),
-                                     QRegularExpression::CaseInsensitiveOption);
+    return QRegularExpression(QRegularExpression::anchoredPattern(expression),
+                              QRegularExpression::CaseInsensitiveOption);
+}
+
+} // namespace
+
+bool matchesFileName(const QString& name, const QString& pattern)
+{
+    // A walk asks with one pattern for every file: the last pattern's matcher is kept.
+    thread_local QString lastPattern;
+    thread_local QRegularExpression matcher;
+    if (pattern != lastPattern || !matcher.isValid() || matcher.pattern().isEmpty()) {
+        matcher = fileNameMatcher(pattern);
+        matcher.optimize();
+        lastPattern = pattern;
+    }
     return matcher.match(name).hasMatch();
 }
 

@@ -15,6 +15,11 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
+// Documents searched ahead of the walk's events, for each thread of the pool, and documents in a
+// batch.
+constexpr std::size_t AheadPerThread = 16;
+constexpr qsizetype BatchSize = 8;
+
 // The folder of the backup folders of all runs.
 QString backupsRoot()
 {
@@ -45,14 +50,56 @@ SearchRun::SearchRun(Events events, DocumentSearcher* searcher)
 {
 }
 
-void SearchRun::WalkFolder(const QString& folder, const QString& pattern, bool subfolders,
-                           const std::optional<WordSearch>& words)
+RunOutcome SearchRun::WalkFolder(const QString& folder, const QString& pattern, bool subfolders,
+                                 const std::optional<WordSearch>& words)
 {
     m_root = QDir::cleanPath(folder);
     m_sincePump.start();
     walk(folder, pattern, subfolders, words);
+    giveEvents(0);
     if (!m_backupFolder.isEmpty() && !m_backupUsed) {
         QDir().rmdir(m_backupFolder); // reserved for a change that did not come
+    }
+    return {m_stopped ? RunOutcome::Ending::Cancelled : RunOutcome::Ending::Completed, {}, m_hits};
+}
+
+void SearchRun::inTurn(std::function<void()> event)
+{
+    if (m_steps.empty()) {
+        event();
+    } else {
+        m_steps.push_back({std::move(event), {}, 0, {}});
+    }
+}
+
+void SearchRun::giveEvents(std::size_t waiting)
+{
+    while (!m_steps.empty()) {
+        Step& next = m_steps.front();
+        const bool searching =
+            next.answers.valid() && next.answers.wait_for(std::chrono::seconds(0)) != std::future_status::ready;
+        if (searching && m_steps.size() <= waiting) {
+            return;
+        }
+        if (searching) {
+            startBatch(); // the answer waited for may be in the batch being filled
+            // The window lives on while a slow document is read.
+            while (next.answers.wait_for(std::chrono::milliseconds(
+                       qMax<qint64>(1, m_pumpInterval - m_sincePump.elapsed()))) != std::future_status::ready) {
+                pump();
+            }
+        }
+        Step step = std::move(next);
+        m_steps.pop_front();
+        if (step.answers.valid()) {
+            if (m_events.status) {
+                m_events.status(u"Processing document: "_s + step.document);
+            }
+            showHit(step.document, step.answers.get().at(static_cast<std::size_t>(step.index)));
+            pumpWhenOverdue();
+        } else {
+            step.event();
+        }
     }
 }
 
@@ -76,10 +123,10 @@ void SearchRun::walk(const QString& folder, const QString& pattern, bool subfold
         ++m_folderTick;
     } else {
         m_folderTick = 1;
-        pump();
+        inTurn([this] { pump(); });
     }
     if (m_events.status) {
-        m_events.status(QDir::toNativeSeparators(QDir::cleanPath(path)));
+        inTurn([this, path] { m_events.status(QDir::toNativeSeparators(QDir::cleanPath(path))); });
     }
     const QDir dir(path);
     if (words && words->replace) {
@@ -90,19 +137,27 @@ void SearchRun::walk(const QString& folder, const QString& pattern, bool subfold
         if (!SearchPattern::matchesFileName(file.fileName(), pattern)) {
             continue;
         }
-        if (words) {
-            SearchDocument(file.absoluteFilePath(), *words);
-        } else {
-            AddResultRow(file);
+        if (words && m_searcher != nullptr && m_searcher->searchesBesideOthers(file.absoluteFilePath(), *words)) {
+            searchBesideOthers(file.absoluteFilePath(), *words);
+            continue;
         }
-        pumpWhenOverdue();
+        inTurn([this, file, words] {
+            if (words) {
+                SearchDocument(file.absoluteFilePath(), *words);
+            } else {
+                AddResultRow(file);
+            }
+            pumpWhenOverdue();
+        });
     }
+    startBatch();
     if (!subfolders) {
         return;
     }
     const QFileInfoList children = dir.entryInfoList(QDir::Dirs | QDir::NoDotAndDotDot, QDir::Name | QDir::IgnoreCase);
     for (const QFileInfo& child : children) {
         if (stopRequested()) {
+            m_stopped = true;
             return;
         }
         // The copies kept by replace runs are not searched as a part of a larger tree.
@@ -156,6 +211,37 @@ QString SearchRun::backupCopyOf(const QString& path)
     return m_backupFolder + u'/' + (relative.startsWith(u".."_s) ? QFileInfo(path).fileName() : relative);
 }
 
+void SearchRun::searchBesideOthers(const QString& path, const WordSearch& words)
+{
+    if (!m_batch) {
+        m_batch = std::make_shared<Batch>();
+        m_batch->search =
+            std::make_shared<std::packaged_task<Answers()>>([searcher = m_searcher, batch = m_batch.get(), words] {
+                Answers answers;
+                for (const QString& document : std::as_const(batch->documents)) {
+                    answers.push_back(searcher->SearchDocument(document, words, QString()));
+                }
+                return answers;
+            });
+        m_batch->answers = m_batch->search->get_future().share();
+    }
+    m_batch->documents << path;
+    m_steps.push_back({{}, m_batch->answers, m_batch->documents.size() - 1, path});
+    if (m_batch->documents.size() == BatchSize) {
+        startBatch();
+    }
+    giveEvents(AheadPerThread * static_cast<std::size_t>(m_pool.threadCount()));
+}
+
+void SearchRun::startBatch()
+{
+    if (m_batch) {
+        // The batch's task holds the batch until it has run; the walk adds nothing to it after this.
+        m_pool.start([batch = std::move(m_batch)] { (*batch->search)(); });
+        m_batch.reset();
+    }
+}
+
 void SearchRun::SearchDocument(const QString& path, const WordSearch& words)
 {
     if (m_events.status) {
@@ -169,6 +255,11 @@ void SearchRun::SearchDocument(const QString& path, const WordSearch& words)
     if (words.replace && QFileInfo::exists(backup)) {
         m_backupUsed = true;
     }
+    showHit(path, hit);
+}
+
+void SearchRun::showHit(const QString& path, const Result<bool>& hit)
+{
     if (!hit.ok()) {
         ++m_failures;
         if (m_events.failed) {

@@ -1,13 +1,17 @@
 #pragma once
 
 #include "DocumentSearcher.h"
+#include "core/WorkerPool.h"
+#include "merge/RunOutcome.h"
 
 #include <QDateTime>
 #include <QElapsedTimer>
 #include <QSet>
 #include <QString>
 
+#include <deque>
 #include <functional>
+#include <future>
 #include <optional>
 
 class QFileInfo;
@@ -30,6 +34,10 @@ struct ResultRow
 // folders, and also whenever the walk has kept it waiting for a tenth of a second (a slow
 // document, a large folder). A stop request is seen before each subfolder is entered, so a
 // stopped run still finishes the current folder's files and then ends.
+//
+// Documents that the searcher may search beside others are searched on a pool of threads, one
+// per processor, a little ahead of the walk's events: every event (status, row, pump) is given in
+// the walk's order, each document's when its turn comes, so the rows stand in the walk's order.
 class SearchRun
 {
 public:
@@ -46,8 +54,9 @@ public:
     // `searcher` is used only when words are searched.
     SearchRun(Events events, DocumentSearcher* searcher);
 
-    void WalkFolder(const QString& folder, const QString& pattern, bool subfolders,
-                    const std::optional<WordSearch>& words);
+    // Completed, or Cancelled when a stop ended the walk; `done` counts the rows found.
+    RunOutcome WalkFolder(const QString& folder, const QString& pattern, bool subfolders,
+                          const std::optional<WordSearch>& words);
 
     // The longest stretch, in milliseconds, that the walk keeps the event loop waiting between
     // two folders that are due to pump (100 unless set).
@@ -61,8 +70,37 @@ public:
     int failures() const { return m_failures; }
 
 private:
+    // Documents are searched on the pool a few at a time, in batches: one task for several
+    // documents costs the threads far less waiting on each other than one for each.
+    using Answers = std::vector<Result<bool>>;
+    struct Batch
+    {
+        QStringList documents;
+        std::shared_ptr<std::packaged_task<Answers()>> search;
+        std::shared_future<Answers> answers;
+    };
+
+    // An event of the walk waiting for its turn; a document being searched on the pool holds
+    // its batch's answers to come, and its place among them.
+    struct Step
+    {
+        std::function<void()> event;
+        std::shared_future<Answers> answers;
+        qsizetype index = 0;
+        QString document;
+    };
+
     void walk(const QString& folder, const QString& pattern, bool subfolders, const std::optional<WordSearch>& words);
     void SearchDocument(const QString& path, const WordSearch& words);
+    void searchBesideOthers(const QString& path, const WordSearch& words);
+    // Starts the search of the batch being filled.
+    void startBatch();
+    void showHit(const QString& path, const Result<bool>& hit);
+    // Gives the event now when nothing waits before it, else queues it.
+    void inTurn(std::function<void()> event);
+    // Gives the waiting events in order until at most `waiting` are left, and beyond that those
+    // whose search is over.
+    void giveEvents(std::size_t waiting);
     void AddResultRow(const QFileInfo& file);
     void pump();
     void pumpWhenOverdue();
@@ -84,4 +122,8 @@ private:
     qint64 m_pumpInterval = 100;
     QElapsedTimer m_sincePump;
     QSet<QString> m_visited;
+    bool m_stopped = false;
+    std::deque<Step> m_steps;
+    std::shared_ptr<Batch> m_batch; // being filled
+    WorkerPool m_pool;
 };

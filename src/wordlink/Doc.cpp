@@ -82,12 +82,13 @@ Status Doc::AssignWd(const QString& path)
 {
     if (const OfficeLauncher& replacement = officeLauncher()) {
         // A launcher put in the office suite's place is shown the writer's command instead.
-        return replacement(u"soffice"_s, writerArguments(path)) ? Status{} : Status{Error{2, u"not launched"_s}};
+        return replacement(u"soffice"_s, writerArguments(path)) ? Status{}
+                                                                : Status{Error{ErrorCode::NoWriter, u"not launched"_s}};
     }
     const QString problem = visibleWriterProblem(QStandardPaths::findExecutable(u"soffice"_s));
     if (!problem.isEmpty()) {
         MessageBoxes::information(problem);
-        return Error{1, problem};
+        return Error{ErrorCode::NoWriter, problem};
     }
     // Once the user has a writer that shows, the user is asked once whether it should write
     // the document log too.

@@ -30,7 +30,8 @@ Status installLogExtension()
     const QString package = logExtensionPackage();
     const QString unopkg = QStandardPaths::findExecutable(u"unopkg"_s);
     if (package.isEmpty() || unopkg.isEmpty()) {
-        return Error{1, u"The document log's extension or the office suite's unopkg is missing."_s};
+        return Error{ErrorCode::FileMissing,
+                     u"The document log's extension or the office suite's unopkg is missing."_s};
     }
     QProcess unopkgRun;
     unopkgRun.setProcessChannelMode(QProcess::MergedChannels);
@@ -38,7 +39,7 @@ Status installLogExtension()
     if (!unopkgRun.waitForFinished(120000) || unopkgRun.exitStatus() != QProcess::NormalExit ||
         unopkgRun.exitCode() != 0) {
         unopkgRun.kill();
-        return Error{2, QString::fromLocal8Bit(unopkgRun.readAll()).trimmed()};
+        return Error{ErrorCode::CannotWrite, QString::fromLocal8Bit(unopkgRun.readAll()).trimmed()};
     }
     return {};
 }

@@ -58,25 +58,6 @@ const char* const MainPartTypes[][2] = {
     {"dotm", "application/vnd.ms-word.template.macroEnabledTemplate.main+xml"},
 };
 
-// The main part named by the package relationships, else the usual name.
-QString mainPartOf(const OoxmlPackage& package)
-{
-    const Result<QByteArray> relations = package.part(u"_rels/.rels"_s);
-    if (relations.ok()) {
-        pugi::xml_document xml;
-        if (xml.load_buffer(relations->constData(), static_cast<size_t>(relations->size()))) {
-            for (pugi::xml_node relation : xml.child("Relationships").children("Relationship")) {
-                const QString type = QString::fromUtf8(relation.attribute("Type").value());
-                if (type.endsWith(u"/officeDocument"_s)) {
-                    QString target = QString::fromUtf8(relation.attribute("Target").value());
-                    return target.startsWith(u'/') ? target.mid(1) : target;
-                }
-            }
-        }
-    }
-    return u"word/document.xml"_s;
-}
-
 } // namespace
 
 NativeDocument::NativeDocument(OoxmlPackage package, Converter converter)
@@ -122,7 +103,7 @@ Result<std::unique_ptr<Document>> NativeDocument::fromTemplate(const QString& te
 
 Status NativeDocument::load()
 {
-    m_mainPart = mainPartOf(m_package);
+    m_mainPart = m_package.mainPartName();
     const Result<QByteArray> xml = m_package.part(m_mainPart);
     if (!xml.ok()) {
         return xml.error();

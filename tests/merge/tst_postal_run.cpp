@@ -169,6 +169,68 @@ private slots:
         QVERIFY(!failing.cancelEnabled);
     }
 
+    void lettersMergedSideBySide_keepTheContactsOrder_andStopAtAFailure()
+    {
+        // Sixty contacts, every seventh unchecked; some names take the ordinary merge (empty, a
+        // double blank, a token), the others the prepared template.
+        m_table.clear();
+        QStringList expected;
+        for (int i = 1; i <= 60; ++i) {
+            std::array<QString, 16> cells;
+            cells[0] = u"c%1@example.com"_s.arg(i);
+            cells[1] = i % 11 == 0 ? QString() : i % 13 == 0 ? u"Ann  %1"_s.arg(i) : u"Name%1"_s.arg(i);
+            cells[2] = i % 17 == 0 ? u"[[FirstName]]"_s : u"Last%1"_s.arg(i);
+            m_table.addRow(cells);
+            m_table.setChecked(i, i % 7 != 0);
+            if (i % 7 != 0) {
+                expected << u"Dear %1,"_s.arg(cells[1]);
+            }
+        }
+        const QString folder = m_dir.filePath(u"many"_s);
+        QDir().mkpath(folder);
+        FakeRunView view;
+        PostalMergeRun run(view);
+        QCOMPARE(run.run(input(m_template), folder).done, int(expected.size()));
+        QCOMPARE(QDir(folder).entryList(QDir::Files).size(), expected.size());
+        for (int number = 1; number <= expected.size(); ++number) {
+            const QString text = textOf(folder + u'/' + PostalMergeRun::numberedName(number, m_template));
+            QVERIFY2(text.startsWith(expected.at(number - 1)),
+                     qPrintable(u"letter %1: "_s.arg(number) + text.left(20)));
+        }
+        QCOMPARE(view.processes.at(1), u"Processing  1  of  %1"_s.arg(expected.size()));
+        QCOMPARE(view.processes.at(expected.size()), u"Processing  %1  of  %1"_s.arg(expected.size()));
+
+        // The combined document takes them in the same order.
+        const QString combined = m_dir.filePath(u"many.docx"_s);
+        FakeRunView joined;
+        PostalMergeRun together(joined);
+        together.run(input(m_template, combined), QString());
+        const QString text = textOf(combined);
+        qsizetype at = 0;
+        for (const QString& greeting : expected) {
+            at = text.indexOf(greeting, at);
+            QVERIFY2(at >= 0, qPrintable(greeting));
+        }
+
+        // A letter that cannot be stored ends the run there: the letters merged after it are
+        // dropped, and the files of the letters before it stay.
+        const QString failing = m_dir.filePath(u"failing"_s);
+        QDir().mkpath(failing);
+        const QString locked = failing + u"/Quillbay+5.docx"_s;
+        QVERIFY(QFile::copy(m_template, locked));
+        QVERIFY(QFile::setPermissions(locked, QFile::ReadOwner));
+        QVERIFY(QFile::copy(m_template, failing + u"/Quillbay+50.docx.quillbay-saving"_s)); // left by a killed run
+        FakeRunView stopped;
+        PostalMergeRun broken(stopped);
+        const RunOutcome outcome = broken.run(input(m_template), failing);
+        QCOMPARE(outcome.ending, RunOutcome::Ending::Failed);
+        QCOMPARE(outcome.done, 4);
+        QCOMPARE(QDir(failing).entryList(QDir::Files | QDir::Hidden, QDir::Name),
+                 (QStringList{u"Quillbay+1.docx"_s, u"Quillbay+2.docx"_s, u"Quillbay+3.docx"_s, u"Quillbay+4.docx"_s,
+                              u"Quillbay+5.docx"_s}));
+        QCOMPARE(stopped.process(), u"Processing  5  of  %1"_s.arg(expected.size()));
+    }
+
     void aTemplateNamedLikeTheFirstLetter_isNeverOverwritten()
     {
         // The second contact's letter would be made from the first one's.

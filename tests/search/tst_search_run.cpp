@@ -11,6 +11,8 @@
 #include <QTest>
 #include <QThread>
 
+#include <atomic>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -61,6 +63,30 @@ public:
         return false;
     }
     void finish() override {}
+};
+
+// A document searcher that reads documents on several threads at once, each taking its own time
+// (a few milliseconds, by its name), and finds the files whose bytes hold the words.
+class SideBySideSearcher : public ByteSearcher
+{
+public:
+    Result<bool> SearchDocument(const QString& path, const WordSearch& search, const QString& backupCopy) override
+    {
+        const int running = ++m_running;
+        int widest = m_widest.load();
+        while (running > widest && !m_widest.compare_exchange_weak(widest, running)) {
+        }
+        QThread::msleep(qHash(path) % 7);
+        const Result<bool> hit = ByteSearcher::SearchDocument(path, search, backupCopy);
+        --m_running;
+        return hit;
+    }
+    bool searchesBesideOthers(const QString&, const WordSearch&) const override { return true; }
+    int widest() const { return m_widest; }
+
+private:
+    std::atomic<int> m_running = 0;
+    std::atomic<int> m_widest = 0;
 };
 
 } // namespace
@@ -230,6 +256,66 @@ private slots:
         words.words = u"x"_s;
         run.WalkFolder(slow.path(), u"*.Doc"_s, false, words);
         QVERIFY2(pumps >= 3 && pumps <= 7, qPrintable(QString::number(pumps))); // 6 x 30 ms, one pump on entry
+    }
+
+    void documentsSearchedSideBySide_giveTheWalksOrder_andTheWindowLives()
+    {
+        QTemporaryDir dir;
+        QStringList expected; // the walk's order: a folder's own files, then its subfolders
+        for (const QString& folder : {u""_s, u"a/"_s, u"a/deep/"_s, u"b/"_s}) {
+            for (int i = 0; i < 30; ++i) {
+                const QString name = folder + u"d%1.docx"_s.arg(i, 2, 10, QChar(u'0'));
+                QFile file(dir.filePath(name));
+                QDir().mkpath(QFileInfo(file).absolutePath());
+                QVERIFY(file.open(QIODevice::WriteOnly));
+                file.write(i % 3 == 0 ? "a zebra" : "nothing");
+                if (i % 3 == 0) {
+                    expected << name;
+                }
+            }
+        }
+        SideBySideSearcher searcher;
+        QStringList found;
+        QStringList statuses;
+        int pumps = 0;
+        WordSearch words;
+        words.words = u"zebra"_s;
+        SearchRun run({[&](const QString& status) { statuses << status; },
+                       [&](const ResultRow& row) { found << QDir(dir.path()).relativeFilePath(row.path); },
+                       [&] { ++pumps; },
+                       {}},
+                      &searcher);
+        run.setPumpInterval(20);
+        const RunOutcome outcome = run.WalkFolder(dir.path(), u"*.Doc"_s, true, words);
+        QCOMPARE(found, expected);
+        QCOMPARE(outcome.ending, RunOutcome::Ending::Completed);
+        QCOMPARE(outcome.done, int(expected.size()));
+        QVERIFY(searcher.widest() >= qMin(2, QThread::idealThreadCount()));
+        // Each document's status comes right after its folder's, in the walk's order.
+        QCOMPARE(statuses.size(), 4 + 120);
+        QCOMPARE(statuses.at(1), u"Processing document: "_s + dir.filePath(u"d00.docx"_s));
+        QCOMPARE(statuses.at(31), QDir::toNativeSeparators(dir.filePath(u"a"_s)));
+        QCOMPARE(statuses.last(), u"Processing document: "_s + dir.filePath(u"b/d29.docx"_s));
+        // 120 documents of 3 ms each on average: the loop ran every 20 ms or so meanwhile.
+        QVERIFY2(pumps >= 120 * 3 / QThread::idealThreadCount() / 20 / 2, qPrintable(QString::number(pumps)));
+
+        // Stop pressed at the first hit of folder a: the rows are the walk's first rows, and the
+        // run says it was stopped.
+        found.clear();
+        bool stop = false;
+        SearchRun stopped({{},
+                           [&](const ResultRow& row) {
+                               found << QDir(dir.path()).relativeFilePath(row.path);
+                               stop = stop || row.path.endsWith(u"a/d00.docx"_s);
+                           },
+                           {},
+                           [&] {
+                               return stop;
+                           }},
+                          &searcher);
+        QCOMPARE(stopped.WalkFolder(dir.path(), u"*.Doc"_s, true, words).ending, RunOutcome::Ending::Cancelled);
+        QVERIFY(found.size() < expected.size());
+        QCOMPARE(found, expected.mid(0, found.size()));
     }
 
     void rows_carryFolderDateSizeAndType()
