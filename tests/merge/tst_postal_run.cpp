@@ -193,7 +193,8 @@ private slots:
         QCOMPARE(run.run(input(m_template), folder).done, int(expected.size()));
         QCOMPARE(QDir(folder).entryList(QDir::Files).size(), expected.size());
         for (int number = 1; number <= expected.size(); ++number) {
-            const QString text = textOf(folder + u'/' + PostalMergeRun::numberedName(number, m_template));
+            const QString text =
+                TestSupport::documentText(folder + u'/' + PostalMergeRun::numberedName(number, m_template));
             QVERIFY2(text.startsWith(expected.at(number - 1)),
                      qPrintable(u"letter %1: "_s.arg(number) + text.left(20)));
         }
@@ -205,7 +206,7 @@ private slots:
         FakeRunView joined;
         PostalMergeRun together(joined);
         together.run(input(m_template, combined), QString());
-        const QString text = textOf(combined);
+        const QString text = TestSupport::documentText(combined);
         qsizetype at = 0;
         for (const QString& greeting : expected) {
             at = text.indexOf(greeting, at);
