@@ -83,7 +83,6 @@ private slots:
         QCOMPARE(emails(), (QStringList{u"ann@example.com"_s, QString()}));
         const ContactTable& table = m_wizard->contactTable();
         QCOMPARE(table.cell(2, 1), u"Ann"_s);
-        QCOMPARE(table.cell(2, 4), u"Acme"_s);
         QVERIFY(table.at(2).checked); // no e-mail address, checked like any other
         QCOMPARE(m_wizard->selection().SelectedCount(), 2);
         QCOMPARE(m_wizard->contactsPage()->LsvSelection->columnWidth(13), 0);
@@ -118,8 +117,6 @@ private slots:
         m_wizard->CmdNext_Click();
         QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::Contacts));
         QCOMPARE(m_wizard->contactTable().cell(1, 0), u"bo@example.com"_s);
-        QCOMPARE(m_wizard->contactTable().cell(1, 1), u"Bo"_s);
-        QCOMPARE(m_wizard->contactTable().cell(1, 2), u"Berg"_s);
     }
 
     void userMistakesAndDamagedBooks_eachHaveTheirMessage()
@@ -147,14 +144,11 @@ private slots:
         writeFile(damaged, book({u"a@example.com"_s}).left(150));
         nextSays(damaged, u"The address book %1 is damaged: record 1 at offset 128 lies past the end of the file"_s.arg(
                               damaged));
-        const QString cut = m_dir.filePath(u"cut.vcf"_s);
-        writeFile(cut, "BEGIN:VCARD\nFN:A\n");
-        nextSays(cut, u"%1 is cut short: the vCard that begins on line 1 has no END:VCARD"_s.arg(cut));
 
         messages.clear();
         browse(list);
         QCOMPARE(messages.texts(), QStringList{u"Not a Legal Source"_s});
-        QCOMPARE(box->text(), cut);
+        QCOMPARE(box->text(), damaged);
 
         // A book without live contacts: the question, then the empty contact page.
         const QString none = m_dir.filePath(u"none.wab"_s);
