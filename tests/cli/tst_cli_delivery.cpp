@@ -2,6 +2,7 @@
 #include "TestSupport.h"
 
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QJsonArray>
 #include <QProcess>
@@ -13,8 +14,8 @@
 
 using namespace Qt::StringLiterals;
 
-// Long mail runs of the command-line companion against a real server: killed, cut off and
-// resumed, paced, and the test mail.
+// Long mail runs of the command-line companion against a real server: killed and resumed, the
+// pace and test mail options, and the system's mail transport.
 class CliDeliveryTest : public QObject
 {
     Q_OBJECT
@@ -116,6 +117,34 @@ private slots:
         QProcess refused;
         QCOMPARE(runToEnd(refused, other), 2);
         QVERIFY(QString::fromUtf8(refused.readAllStandardError()).contains(u"belongs to another run"_s));
+    }
+
+    // The pace and the test mail are the SMTP run's; here only that the options reach it.
+    void rateAndTestAddress_reachTheRun()
+    {
+        SmtpSink sink;
+        QVERIFY2(sink.isRunning(), qPrintable(sink.errorText()));
+        const QString three = path(u"three.csv"_s);
+        QFile list(three);
+        QVERIFY(list.open(QIODevice::WriteOnly));
+        list.write("First Name,Email\r\nA,a@example.com\r\nB,b@example.com\r\nC,c@example.com\r\n");
+        list.close();
+        QStringList arguments = mailArguments(sink, {u"--rate"_s, u"240"_s});
+        arguments[arguments.indexOf(m_contacts)] = three;
+        QElapsedTimer clock;
+        clock.start();
+        QProcess paced;
+        QCOMPARE(runToEnd(paced, arguments), 0);
+        QVERIFY2(clock.elapsed() >= 500, qPrintable(QString::number(clock.elapsed()))); // two waits of 250 ms
+        QCOMPARE(sink.messages(3).size(), 3);
+
+        QProcess test;
+        QString out;
+        QCOMPARE(runToEnd(test, mailArguments(sink, {u"--test-to"_s, u"me@example.com"_s}), &out), 0);
+        QVERIFY2(out.startsWith(u"Test mail of row 1 to me@example.com: sent"_s), qPrintable(out));
+        const QList<SmtpSink::StoredMessage> stored = sink.messages(4);
+        QCOMPARE(stored.size(), 4);
+        QCOMPARE(stored.last().envelope.value(u"to"_s).toArray(), QJsonArray{u"me@example.com"_s});
     }
 
     void theOutbox_handsEachMailToTheSystemsTransport()

@@ -165,7 +165,6 @@ private slots:
         QCOMPARE(stored.at(0).envelope.value(u"from"_s).toString(), u"events@example.org"_s);
     }
 
-
     void anInterruptedRun_isOfferedAgain_andTheTestMailGoesToTheSenderAlone()
     {
         saveAccount(closedPort(), 0); // refused: the run stops before its first mail
