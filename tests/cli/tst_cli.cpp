@@ -50,19 +50,8 @@ CliResult runCli(const QStringList& arguments, const QProcessEnvironment& enviro
     return result;
 }
 
-bool writeFile(const QString& path, const QByteArray& bytes)
-{
-    QDir().mkpath(QFileInfo(path).absolutePath());
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
-}
-
-QByteArray readFile(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
+using TestSupport::readFile;
+using TestSupport::writeFile;
 // The date line differs from run to run; everything else of a message is fixed.
 QByteArray withoutDate(QByteArray message)
 {
@@ -453,6 +442,7 @@ private slots:
         QTest::addColumn<int>("exitCode");
         QTest::addColumn<QString>("error");
         QTest::newRow("auto takes the offered STARTTLS") << true << false << u"auto"_s << true << 0 << QString();
+        QTest::newRow("off ignores the offer") << true << false << u"off"_s << false << 0 << QString();
         QTest::newRow("starttls required, none offered")
             << false << false << u"starttls"_s << true << 1 << u"offers no STARTTLS"_s;
         QTest::newRow("ssl from the first byte on any port") << false << true << u"ssl"_s << true << 0 << QString();
@@ -546,11 +536,11 @@ private slots:
     void mail_fromTheMailClient_byDefaultOrByName()
     {
         QTemporaryDir home;
-        QVERIFY(ThunderbirdBooks::writeText(home.filePath(u".thunderbird/profiles.ini"_s),
-                                            "[Profile0]\nName=default\nIsRelative=1\nPath=p.default\n"));
-        QVERIFY(ThunderbirdBooks::writeText(home.filePath(u".thunderbird/p.default/prefs.js"_s),
-                                            "user_pref(\"ldap_2.servers.x.filename\", \"clients.sqlite\");\n"
-                                            "user_pref(\"ldap_2.servers.x.description\", \"Clients\");\n"));
+        QVERIFY(TestSupport::writeFile(home.filePath(u".thunderbird/profiles.ini"_s),
+                                       "[Profile0]\nName=default\nIsRelative=1\nPath=p.default\n"));
+        QVERIFY(TestSupport::writeFile(home.filePath(u".thunderbird/p.default/prefs.js"_s),
+                                       "user_pref(\"ldap_2.servers.x.filename\", \"clients.sqlite\");\n"
+                                       "user_pref(\"ldap_2.servers.x.description\", \"Clients\");\n"));
         QVERIFY(ThunderbirdBooks::writeBook(home.filePath(u".thunderbird/p.default/abook.sqlite"_s),
                                             {{u"1"_s, {{u"PrimaryEmail"_s, u"ann@example.com"_s}}},
                                              {u"2"_s, {{u"PrimaryEmail"_s, u"bo@example.com"_s}}}},

@@ -125,10 +125,8 @@ private slots:
         SmtpSink sink;
         QVERIFY2(sink.isRunning(), qPrintable(sink.errorText()));
         const QString three = path(u"three.csv"_s);
-        QFile list(three);
-        QVERIFY(list.open(QIODevice::WriteOnly));
-        list.write("First Name,Email\r\nA,a@example.com\r\nB,b@example.com\r\nC,c@example.com\r\n");
-        list.close();
+        QVERIFY(TestSupport::writeFile(
+            three, "First Name,Email\r\nA,a@example.com\r\nB,b@example.com\r\nC,c@example.com\r\n"));
         QStringList arguments = mailArguments(sink, {u"--rate"_s, u"240"_s});
         arguments[arguments.indexOf(m_contacts)] = three;
         QElapsedTimer clock;
@@ -156,17 +154,13 @@ private slots:
         SmtpSink sink;
         QVERIFY2(sink.isRunning(), qPrintable(sink.errorText()));
         const QString configuration = path(u"msmtprc"_s);
-        QFile file(configuration);
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write("account default\nhost 127.0.0.1\nport " + QByteArray::number(sink.port()) +
-                   "\nfrom news@example.com\nauth off\ntls off\n");
-        file.close();
+        QVERIFY(TestSupport::writeFile(configuration, "account default\nhost 127.0.0.1\nport " +
+                                                          QByteArray::number(sink.port()) +
+                                                          "\nfrom news@example.com\nauth off\ntls off\n"));
         QFile::setPermissions(configuration, QFile::ReadOwner | QFile::WriteOwner);
         const QString five = path(u"outbox.csv"_s);
-        QFile list(five);
-        QVERIFY(list.open(QIODevice::WriteOnly));
-        list.write("First Name,Email\r\nAnn,ann@example.com\r\nNoone,nowhere\r\nCy,cy@example.com\r\n");
-        list.close();
+        QVERIFY(TestSupport::writeFile(
+            five, "First Name,Email\r\nAnn,ann@example.com\r\nNoone,nowhere\r\nCy,cy@example.com\r\n"));
         QStringList arguments = mailArguments(sink, {});
         arguments = arguments.mid(0, arguments.indexOf(u"--smtp"_s));
         arguments[arguments.indexOf(m_contacts)] = five;

@@ -48,10 +48,9 @@ private slots:
     {
         TestSupport::isolateUserFolders();
         m_list = m_dir.filePath(u"list.csv"_s);
-        QFile list(m_list);
-        QVERIFY(list.open(QIODevice::WriteOnly));
-        list.write("First Name,Email,Company\r\nAnn,ann@example.com,Acme\r\nBob,bob@example.com,Nord\r\n"
-                   "Cy,cy@example.com,Ceta\r\n");
+        QVERIFY(TestSupport::writeFile(
+            m_list, "First Name,Email,Company\r\nAnn,ann@example.com,Acme\r\nBob,bob@example.com,Nord\r\n"
+                    "Cy,cy@example.com,Ceta\r\n"));
     }
 
     void cleanupTestCase() { wordlink::OfficeBridge::instance().shutdown(); }

@@ -120,10 +120,7 @@ private slots:
         QFETCH(QByteArray, bytes);
         QTemporaryDir dir;
         const QString path = dir.filePath(u"list.csv"_s);
-        QFile file(path);
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write(bytes);
-        file.close();
+        QVERIFY(TestSupport::writeFile(path, bytes));
         QByteArray raw;
         const Result<QString> text = DelimitedText::readText(path, &raw);
         QVERIFY(text.ok());

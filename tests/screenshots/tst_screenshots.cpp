@@ -49,9 +49,7 @@ private:
 
     void writeSampleDocument(const QString& name)
     {
-        QFile file(m_documents + u'/' + name);
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write(QByteArray(2048 + name.size() * 300, 'x'));
+        QVERIFY(TestSupport::writeFile(m_documents + u'/' + name, QByteArray(2048 + name.size() * 300, 'x')));
     }
 
     static void save(QWidget* window, const QString& path)
@@ -164,13 +162,10 @@ private slots:
     void wizardPages(const QString& prefix)
     {
         const QString list = m_documents + u"/members.csv"_s;
-        QFile file(list);
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write("First Name,Last Name,Email,Company,City\r\n"
-                   "Ann,Lee,ann@example.com,Acme,Leeds\r\n"
-                   "Bj\xC3\xB6rn,Str\xC3\xB6m,bjorn@example.com,\"Nord, AB\",Malm\xC3\xB6\r\n"
-                   "Chlo\xC3\xA9,Martin,chloe@example.com,Ceta,Lyon\r\n");
-        file.close();
+        QVERIFY(TestSupport::writeFile(list, "First Name,Last Name,Email,Company,City\r\n"
+                                             "Ann,Lee,ann@example.com,Acme,Leeds\r\n"
+                                             "Bj\xC3\xB6rn,Str\xC3\xB6m,bjorn@example.com,\"Nord, AB\",Malm\xC3\xB6\r\n"
+                                             "Chlo\xC3\xA9,Martin,chloe@example.com,Ceta,Lyon\r\n"));
         FrmMailMerge* wizard = FrmMailMerge::instance();
         wizard->show();
         wizard->sourcePage()->LstDataSrc->setCurrentRow(5);

@@ -243,10 +243,7 @@ private slots:
     {
         QB_REQUIRE_ACCESS_FIXTURE(empty, "emptyJet4.mdb");
         const QString text = m_dir.filePath(u"contacts.mdb"_s);
-        QFile file(text);
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write("Name,Email\r\nAnn,ann@example.com\r\n");
-        file.close();
+        QVERIFY(TestSupport::writeFile(text, "Name,Email\r\nAnn,ann@example.com\r\n"));
         TestSupport::MessageRecorder messages;
         openWizard();
 

@@ -114,13 +114,10 @@ private slots:
     void initTestCase()
     {
         TestSupport::isolateUserFolders();
-        QFile list(m_dir.filePath(u"list.csv"_s));
-        QVERIFY(list.open(QIODevice::WriteOnly));
-        list.write("First Name,Last Name,Email,Company\r\n"
-                   "Ann,Lee,ann@example.com,Acme\r\n"
-                   "Bob,Stone,bob@example.com,Nord\r\n"
-                   "Cy,Low,cy@example.com,Ceta\r\n");
-        list.close();
+        QVERIFY(TestSupport::writeFile(m_dir.filePath(u"list.csv"_s), "First Name,Last Name,Email,Company\r\n"
+                                                                      "Ann,Lee,ann@example.com,Acme\r\n"
+                                                                      "Bob,Stone,bob@example.com,Nord\r\n"
+                                                                      "Cy,Low,cy@example.com,Ceta\r\n"));
         m_docx = m_dir.filePath(u"letter.docx"_s);
         QVERIFY(TestSupport::makeDocx(u"letter"_s, m_docx));
         m_doc = m_dir.filePath(u"letter.doc"_s);
@@ -309,10 +306,7 @@ private slots:
             QVERIFY(stored.at(i).content.contains("filename=\"letter.docx\""));
             copies.insert(attachmentOf(stored.at(i).content));
             const QString copy = m_dir.filePath(u"received-%1.docx"_s.arg(i));
-            QFile file(copy);
-            QVERIFY(file.open(QIODevice::WriteOnly));
-            file.write(attachmentOf(stored.at(i).content));
-            file.close();
+            QVERIFY(TestSupport::writeFile(copy, attachmentOf(stored.at(i).content)));
             const QString text = TestSupport::documentText(copy);
             QVERIFY2(text.startsWith(u"Dear "_s + first.at(i) + u","_s), qPrintable(text.left(40)));
         }

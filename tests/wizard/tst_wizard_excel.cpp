@@ -211,9 +211,7 @@ private slots:
         QVERIFY(QFile::copy(m_xlsx, copy));
         const QString renamed = m_dir.filePath(u"renamed.xls"_s);
         {
-            QFile text(renamed);
-            QVERIFY(text.open(QIODevice::WriteOnly));
-            text.write("Name,Email\r\nAnn,ann@example.com\r\n");
+            QVERIFY(TestSupport::writeFile(renamed, "Name,Email\r\nAnn,ann@example.com\r\n"));
         }
         TestSupport::MessageRecorder messages;
         openWizard();
