@@ -168,9 +168,6 @@ private slots:
             u"cannot read the workbook: %1 is not an Excel workbook"_s.arg(csv));
         row("a sheet the workbook lacks", mailOf(path(u"people.xls"_s)) + QStringList{u"--sheet"_s, u"Third"_s},
             u"the workbook has no sheet \"Third\" (its sheets: People, Second)"_s);
-        row("access kind for a text file",
-            mail + QStringList{u"--kind"_s, u"access"_s, u"--table"_s, u"People"_s, u"--password"_s, u"x"_s},
-            u"cannot read the database: Unrecognized database format '%1'."_s.arg(csv));
         row("password from the environment, for a text file", mail + QStringList{u"--db-password-env"_s, u"HOME"_s},
             u"--db-password-env belongs to --kind access"_s);
         row("two passwords",
