@@ -14,8 +14,8 @@
 
 using namespace Qt::StringLiterals;
 
-// Long mail runs of the command-line companion against a real server: killed, cut off and
-// resumed, paced, and the test mail.
+// Long mail runs of the command-line companion against a real server: killed and resumed, the
+// pace and test mail options, and the system's mail transport.
 class CliDeliveryTest : public QObject
 {
     Q_OBJECT
@@ -119,65 +119,30 @@ private slots:
         QVERIFY(QString::fromUtf8(refused.readAllStandardError()).contains(u"belongs to another run"_s));
     }
 
-    void aDroppedConnection_isResumed_withoutDuplicates()
-    {
-        SmtpSink sink(SmtpSink::Options{false, false, {}, 0, 30, {}});
-        QVERIFY2(sink.isRunning(), qPrintable(sink.errorText()));
-        const QString journal = path(u"dropped.csv"_s);
-        QProcess cli;
-        QString out;
-        QCOMPARE(runToEnd(cli, mailArguments(sink, {u"--journal"_s, journal}), &out), 1);
-        QVERIFY2(out.contains(u"\tskipped: not reached\n"_s), qPrintable(out.right(300)));
-        QCOMPARE(receivedBy(sink, 29).size(), 29);
-
-        QProcess resumed;
-        QCOMPARE(runToEnd(resumed, mailArguments(sink, {u"--resume"_s, journal}), &out), 0);
-        QVERIFY2(out.contains(u"(31 sent, 0 failed, 29 skipped)"_s), qPrintable(out.right(300)));
-        verifyEachOnce(sink);
-    }
-
-    void thePace_holdsTheRun_andATestMailReachesOnlyTheTestAddress()
+    // The pace and the test mail are the SMTP run's; here only that the options reach it.
+    void rateAndTestAddress_reachTheRun()
     {
         SmtpSink sink;
         QVERIFY2(sink.isRunning(), qPrintable(sink.errorText()));
-        const QString five = path(u"five.csv"_s);
-        QFile list(five);
-        QVERIFY(list.open(QIODevice::WriteOnly));
-        list.write("First Name,Email\r\nA,a@example.com\r\nB,b@example.com\r\nC,c@example.com\r\nD,d@example.com\r\n"
-                   "E,e@example.com\r\n");
-        list.close();
+        const QString three = path(u"three.csv"_s);
+        QVERIFY(TestSupport::writeFile(
+            three, "First Name,Email\r\nA,a@example.com\r\nB,b@example.com\r\nC,c@example.com\r\n"));
         QStringList arguments = mailArguments(sink, {u"--rate"_s, u"240"_s});
-        arguments[arguments.indexOf(m_contacts)] = five;
+        arguments[arguments.indexOf(m_contacts)] = three;
         QElapsedTimer clock;
         clock.start();
         QProcess paced;
         QCOMPARE(runToEnd(paced, arguments), 0);
-        QVERIFY2(clock.elapsed() >= 1000, qPrintable(QString::number(clock.elapsed())));
-        QCOMPARE(sink.messages(5).size(), 5);
-
-        // SIGTERM during a wait of ten seconds ends the run at once (the four waits left would
-        // take forty seconds).
-        arguments[arguments.indexOf(u"240"_s)] = u"6"_s;
-        QProcess cut;
-        cut.start(QStringLiteral(QUILLBAY_CLI), arguments);
-        QByteArray shown;
-        while (!shown.contains("\tsent\n") && cut.waitForReadyRead(20000)) {
-            shown += cut.readAllStandardOutput();
-        }
-        QVERIFY2(shown.startsWith("1\ta@example.com\tsent\n"), shown.constData());
-        cut.terminate();
-        QVERIFY(cut.waitForFinished(30000));
-        QCOMPARE(cut.exitCode(), 1);
-        QVERIFY(QString::fromUtf8(shown + cut.readAllStandardOutput()).contains(u"(1 sent, 0 failed, 4 skipped)"_s));
+        QVERIFY2(clock.elapsed() >= 500, qPrintable(QString::number(clock.elapsed()))); // two waits of 250 ms
+        QCOMPARE(sink.messages(3).size(), 3);
 
         QProcess test;
         QString out;
         QCOMPARE(runToEnd(test, mailArguments(sink, {u"--test-to"_s, u"me@example.com"_s}), &out), 0);
         QVERIFY2(out.startsWith(u"Test mail of row 1 to me@example.com: sent"_s), qPrintable(out));
-        const QList<SmtpSink::StoredMessage> stored = sink.messages(7);
-        QCOMPARE(stored.size(), 7);
+        const QList<SmtpSink::StoredMessage> stored = sink.messages(4);
+        QCOMPARE(stored.size(), 4);
         QCOMPARE(stored.last().envelope.value(u"to"_s).toArray(), QJsonArray{u"me@example.com"_s});
-        QVERIFY(stored.last().content.contains("Subject: News for Member1\r\n"));
     }
 
     void theOutbox_handsEachMailToTheSystemsTransport()
@@ -189,17 +154,13 @@ private slots:
         SmtpSink sink;
         QVERIFY2(sink.isRunning(), qPrintable(sink.errorText()));
         const QString configuration = path(u"msmtprc"_s);
-        QFile file(configuration);
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write("account default\nhost 127.0.0.1\nport " + QByteArray::number(sink.port()) +
-                   "\nfrom news@example.com\nauth off\ntls off\n");
-        file.close();
+        QVERIFY(TestSupport::writeFile(configuration, "account default\nhost 127.0.0.1\nport " +
+                                                          QByteArray::number(sink.port()) +
+                                                          "\nfrom news@example.com\nauth off\ntls off\n"));
         QFile::setPermissions(configuration, QFile::ReadOwner | QFile::WriteOwner);
         const QString five = path(u"outbox.csv"_s);
-        QFile list(five);
-        QVERIFY(list.open(QIODevice::WriteOnly));
-        list.write("First Name,Email\r\nAnn,ann@example.com\r\nNoone,nowhere\r\nCy,cy@example.com\r\n");
-        list.close();
+        QVERIFY(TestSupport::writeFile(
+            five, "First Name,Email\r\nAnn,ann@example.com\r\nNoone,nowhere\r\nCy,cy@example.com\r\n"));
         QStringList arguments = mailArguments(sink, {});
         arguments = arguments.mid(0, arguments.indexOf(u"--smtp"_s));
         arguments[arguments.indexOf(m_contacts)] = five;

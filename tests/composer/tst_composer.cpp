@@ -371,10 +371,7 @@ private slots:
         QCOMPARE(messages.lastText(), u"Not a Legal Source"_s);
         QVERIFY(!m_page->previewStale());
         const QString page = m_dir.filePath(u"Letter.HTM"_s);
-        QFile file(page);
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write("<p>Gr\xFC\xDF Gott</p>"); // an older page in its code page
-        file.close();
+        QVERIFY(TestSupport::writeFile(page, "<p>Gr\xFC\xDF Gott</p>")); // an older page in its code page
         Dialogs::setNextResult(page);
         m_page->OpenHtmlFile();
         QCOMPARE(messages.messages().size(), 1);

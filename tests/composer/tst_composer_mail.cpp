@@ -33,7 +33,7 @@
 
 using namespace Qt::StringLiterals;
 
-// The composer inside the wizard window: a formatted mail written, previewed and sent to a real
+// The composer inside the wizard window: a mail with fields and a picture written, previewed and sent to a real
 // SMTP server, and the attachment preview of a Word template.
 class ComposerMailTest : public QObject, protected WizardFixture
 {
@@ -43,23 +43,14 @@ private:
     QTemporaryDir m_dir;
     QString m_list;
 
-    // Opens the colour frame for the font colour by its drop-down area and picks a swatch.
-    static void pickFontColor(ComposePage* page, int swatch)
-    {
-        const int dropDown = page->TbEdit->buttonLeft(u"Color"_s) + page->TbEdit->buttonWidth(u"Bold"_s) + 2;
-        QVERIFY(page->TbEdit_MouseDown(dropDown));
-        page->lblColor_Click(swatch);
-    }
-
 private slots:
     void initTestCase()
     {
         TestSupport::isolateUserFolders();
         m_list = m_dir.filePath(u"list.csv"_s);
-        QFile list(m_list);
-        QVERIFY(list.open(QIODevice::WriteOnly));
-        list.write("First Name,Email,Company\r\nAnn,ann@example.com,Acme\r\nBob,bob@example.com,Nord\r\n"
-                   "Cy,cy@example.com,Ceta\r\n");
+        QVERIFY(TestSupport::writeFile(
+            m_list, "First Name,Email,Company\r\nAnn,ann@example.com,Acme\r\nBob,bob@example.com,Nord\r\n"
+                    "Cy,cy@example.com,Ceta\r\n"));
     }
 
     void cleanupTestCase() { wordlink::OfficeBridge::instance().shutdown(); }
@@ -90,7 +81,8 @@ private slots:
         QVERIFY(!page->G1_Tab->isTabEnabled(3)); // no "Word Document Attachment"
         QVERIFY(!page->TbEdit->isEnabled());     // the caret is in the subject
 
-        // Write: a greeting with a field, a list, a link, two colours, a picture, two more fields.
+        // Write: a greeting with a field, a picture and two more fields; the formatting commands
+        // themselves are the composer test's.
         page->txtSubject->setText(u"News for [[FirstName]]"_s);
         QTextEdit* body = page->dhtCompose;
         body->setFocus();
@@ -98,36 +90,18 @@ private slots:
         body->insertPlainText(u"Dear "_s);
         page->MnuMergeFlds()->findChild<QAction*>(u"MnuFirstName"_s)->trigger();
         body->textCursor().insertBlock();
-        body->insertPlainText(u"first point"_s);
-        page->TbEdit_ButtonClick(u"Bullets"_s);
-        body->textCursor().insertBlock();
-        body->insertPlainText(u"second point"_s);
-        body->textCursor().insertBlock();
-        page->TbEdit_ButtonClick(u"Bullets"_s);
-        pickFontColor(page, 4); // red
-        body->insertPlainText(u"Red words "_s);
-        pickFontColor(page, 6); // blue
-        body->insertPlainText(u"blue words "_s);
-        Dialogs::setNextResult(u"https://example.org/club"_s);
-        page->TbEdit_ButtonClick(u"Link"_s);
-        body->textCursor().insertBlock();
         Dialogs::setNextResult(png);
         page->TbEdit_ButtonClick(u"Picture"_s);
         body->textCursor().insertBlock();
         page->MnuMergeFlds()->findChild<QAction*>(u"MnuCompany"_s)->trigger();
         page->MnuMergeFlds()->findChild<QAction*>(u"MnuEmail1Address"_s)->trigger();
 
-        // Preview the three contacts.
+        // The preview shows the picture too, found by the name it was inserted under.
         page->G1_Tab->setCurrentIndex(2);
         QVERIFY(page->dhtPreview->toPlainText().startsWith(u"Dear Ann\t"_s));
-        // The picture shows in the preview too, found by the name it was inserted under.
         const QVariant picture =
             page->dhtPreview->document()->resource(QTextDocument::ImageResource, QUrl(u"file://"_s + png));
         QCOMPARE(picture.value<QImage>().size(), logo.size());
-        page->ImgSrl_Click(1);
-        QVERIFY(page->dhtPreview->toPlainText().contains(u"Nord\tbob@example.com"_s));
-        page->ImgSrl_Click(3);
-        QVERIFY(page->dhtPreview->toPlainText().contains(u"Ceta\tcy@example.com"_s));
         page->G1_Tab->setCurrentIndex(0);
 
         wizard->CmdNext_Click();
@@ -141,11 +115,6 @@ private slots:
         const QByteArray& mail = stored.at(1).content;
         QVERIFY(mail.contains("Subject: News for Bob\r\n"));
         QVERIFY(mail.contains("Dear Bob\t"));
-        QVERIFY(mail.contains("<ul"));
-        QVERIFY(mail.contains("<li") && mail.contains(">first point</li>") && mail.contains(">second point</li>"));
-        QVERIFY(mail.contains("color:#ff0000;\">Red words"));
-        QVERIFY(mail.contains("color:#0000c0;\">blue words"));
-        QVERIFY(mail.contains("<a href=\"https://example.org/club\">"));
         QVERIFY(mail.contains("Nord\tbob@example.com\t"));
         QVERIFY(!mail.contains("Ann") && !mail.contains("Acme"));
         QVERIFY(mail.contains("<img src=cid:logo.png"));

@@ -142,19 +142,14 @@ private slots:
     void openDatabase_ofWhatIsNoDatabase_failsWithTheEnginesError()
     {
         const QString text = m_dir.filePath(u"list.mdb"_s);
-        QFile file(text);
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write("Name,Email\r\nAnn,ann@example.com\r\n");
-        file.close();
+        QVERIFY(TestSupport::writeFile(text, "Name,Email\r\nAnn,ann@example.com\r\n"));
         // The first page of a real database in front of pages of nothing, and the same cut
         // short after its first page: libmdb finds no catalog in them.
         QB_REQUIRE_ACCESS_FIXTURE(empty, "emptyJet4.mdb");
         const QString hollow = m_dir.filePath(u"hollow.mdb"_s);
         const QString cut = m_dir.filePath(u"cut.mdb"_s);
         for (const auto& [path, tail] : {std::pair{hollow, QByteArray(16384, '\0')}, std::pair{cut, QByteArray()}}) {
-            QFile damaged(path);
-            QVERIFY(damaged.open(QIODevice::WriteOnly));
-            damaged.write(firstPage(empty) + tail);
+            QVERIFY(TestSupport::writeFile(path, firstPage(empty) + tail));
         }
         QCOMPARE(open(m_dir.filePath(u"gone.mdb"_s)).error().code, AccessEngine::FileNotFound);
         QCOMPARE(open(m_dir.filePath(u"gone.mdb"_s)).error().message,

@@ -2,7 +2,6 @@
 #include "contacts/DelimitedText.h"
 
 #include <QFile>
-#include <QRandomGenerator>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -121,10 +120,7 @@ private slots:
         QFETCH(QByteArray, bytes);
         QTemporaryDir dir;
         const QString path = dir.filePath(u"list.csv"_s);
-        QFile file(path);
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write(bytes);
-        file.close();
+        QVERIFY(TestSupport::writeFile(path, bytes));
         QByteArray raw;
         const Result<QString> text = DelimitedText::readText(path, &raw);
         QVERIFY(text.ok());
@@ -178,43 +174,6 @@ private slots:
             DelimitedText::importRows(lineFeeds, TextKind::Comma, false, columns);
         QCOMPARE(fromLineFeeds.size(), withHeader.size());
         QCOMPARE(fromLineFeeds[2].cells, withHeader[2].cells);
-    }
-
-    void mutatedLists_readTheSameRows_withCrLfOrLfLineEnds()
-    {
-        // Lists as exports write them, bent at random; whatever the bytes, the reader ends every
-        // line, and a list whose lines end in CR LF gives the rows of the same list with LF.
-        static const QList<QString> pieces{u"Ann,ann@x.org,Acme\n"_s,
-                                           u"\"Bo, Jr\",bo@x.org,\"A \"\"B\"\"\"\n"_s,
-                                           u"Cy,\"cy@x.org\n\",\"Multi\nline\"\n"_s,
-                                           u",,\n"_s,
-                                           u"\"\n"_s,
-                                           u"Di\tdi@x.org\tTab\n"_s,
-                                           u"\u00c9lo\u00efse,e@x.org,\u00b2\n"_s};
-        QRandomGenerator random(20261125);
-        const std::array<int, 16> columns = nameEmailCompany();
-        for (int round = 0; round < 3000; ++round) {
-            QString text;
-            for (int k = random.bounded(1, 7); k > 0; --k) {
-                text += pieces.at(random.bounded(pieces.size()));
-            }
-            for (int k = random.bounded(3); k > 0; --k) {
-                const qsizetype at = random.bounded(text.size());
-                text.insert(at, QChar(u",\"\t\r x"_s.at(random.bounded(6))));
-            }
-            text.replace(u"\r"_s, QString()); // lines end in LF only, then the same in CR LF
-            QString crlf = text;
-            crlf.replace(u"\n"_s, u"\r\n"_s);
-            for (const TextKind kind : {TextKind::Comma, TextKind::Tab}) {
-                const std::vector<Contact> lf = DelimitedText::importRows(text, kind, false, columns);
-                const std::vector<Contact> crLf = DelimitedText::importRows(crlf, kind, false, columns);
-                QCOMPARE(crLf.size(), lf.size());
-                for (size_t i = 0; i < lf.size(); ++i) {
-                    QCOMPARE(crLf[i].cells, lf[i].cells);
-                }
-                QVERIFY(lf.size() <= size_t(text.count(u'\n') + 1));
-            }
-        }
     }
 
     void header_splitsDifferentlyFromTheRows()

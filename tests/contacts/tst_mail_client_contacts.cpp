@@ -1,3 +1,4 @@
+#include "TestSupport.h"
 #include "ThunderbirdBooks.h"
 #include "contacts/ThunderbirdProfiles.h"
 
@@ -10,9 +11,9 @@
 #include <QTest>
 
 using namespace Qt::StringLiterals;
+using TestSupport::writeFile;
 using ThunderbirdBooks::Card;
 using ThunderbirdBooks::writeBook;
-using ThunderbirdBooks::writeText;
 
 namespace {
 
@@ -53,7 +54,7 @@ private slots:
     {
         // Two profiles in the usual folder, the second the one the installation starts with, and
         // one in the older folder; the first profile has a third book and names a missing one.
-        QVERIFY(writeText(home(u".thunderbird/profiles.ini"_s), "[General]\nStartWithLastProfile=1\n\n"
+        QVERIFY(writeFile(home(u".thunderbird/profiles.ini"_s), "[General]\nStartWithLastProfile=1\n\n"
                                                                 "[Profile1]\nName=work\nIsRelative=1\n"
                                                                 "Path=w0rk.work\nDefault=1\n\n"
                                                                 "[Profile0]\nName=default-release\nIsRelative=1\n"
@@ -61,7 +62,7 @@ private slots:
                                                                 "[Profile2]\nName=gone\nIsRelative=1\nPath=nowhere\n\n"
                                                                 "[Install4F96D1932A9F858E]\n"
                                                                 "Default=abcd.default-release\nLocked=1\n"));
-        QVERIFY(writeText(home(u".thunderbird/w0rk.work/prefs.js"_s),
+        QVERIFY(writeFile(home(u".thunderbird/w0rk.work/prefs.js"_s),
                           "// Mozilla User Preferences\n"
                           "user_pref(\"ldap_2.servers.clients.description\", \"Clients \\\"A\\u00e9\\\"\");\n"
                           "user_pref(\"ldap_2.servers.clients.filename\", \"clients.sqlite\");\n"
@@ -99,7 +100,7 @@ private slots:
                            {u"c3"_s, {{u"DisplayName"_s, u"No Address"_s}, {u"FirstName"_s, u"Cy"_s}}}},
                           {u"Team"_s}));
         QVERIFY(
-            writeText(home(u".mozilla-thunderbird/profiles.ini"_s),
+            writeFile(home(u".mozilla-thunderbird/profiles.ini"_s),
                       "[Profile0]\nName=old\nIsRelative=0\nPath=" + home(u"elsewhere/old.profile"_s).toUtf8() + "\n"));
         QVERIFY(writeBook(home(u"elsewhere/old.profile/abook.sqlite"_s), {}));
     }
@@ -174,7 +175,7 @@ private slots:
     void aBookThatThunderbirdHasOpen_isReadWithItsNewestCards()
     {
         QTemporaryDir home;
-        QVERIFY(writeText(home.filePath(u".thunderbird/profiles.ini"_s), "[Profile0]\nName=p\nIsRelative=1\nPath=p\n"));
+        QVERIFY(writeFile(home.filePath(u".thunderbird/profiles.ini"_s), "[Profile0]\nName=p\nIsRelative=1\nPath=p\n"));
         const QString path = home.filePath(u".thunderbird/p/abook.sqlite"_s);
         QVERIFY(writeBook(path, {{u"1"_s, {{u"FirstName"_s, u"Old"_s}}}}));
         const QString connection = u"thunderbird-at-work"_s;
@@ -200,8 +201,8 @@ private slots:
     void aBookThatIsNoDatabase_saysSo()
     {
         QTemporaryDir home;
-        QVERIFY(writeText(home.filePath(u".thunderbird/profiles.ini"_s), "[Profile0]\nName=p\nIsRelative=1\nPath=p\n"));
-        QVERIFY(writeText(home.filePath(u".thunderbird/p/abook.sqlite"_s), QByteArray(4096, 'x')));
+        QVERIFY(writeFile(home.filePath(u".thunderbird/profiles.ini"_s), "[Profile0]\nName=p\nIsRelative=1\nPath=p\n"));
+        QVERIFY(writeFile(home.filePath(u".thunderbird/p/abook.sqlite"_s), QByteArray(4096, 'x')));
         const ThunderbirdProfiles client(home.path());
         const std::optional<MailFolder> book = client.GetDefaultFolder(DefaultFolder::Contacts);
         QVERIFY(book);

@@ -393,10 +393,7 @@ private slots:
     {
         QFETCH(QByteArray, bytes);
         const QString path = m_dir.filePath(u"contacts %1.pst"_s.arg(QString::fromUtf8(QTest::currentDataTag())));
-        QFile file(path);
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write(bytes);
-        file.close();
+        QVERIFY(TestSupport::writeFile(path, bytes));
 
         const Result<std::unique_ptr<PstStore>> opened = PstStore::open(path);
         QVERIFY(!opened.ok());

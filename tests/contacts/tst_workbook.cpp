@@ -315,9 +315,7 @@ private slots:
         QFETCH(QByteArray, bytes);
         QFETCH(bool, opens);
         if (!bytes.isEmpty()) {
-            QFile out(path(file));
-            QVERIFY(out.open(QIODevice::WriteOnly));
-            out.write(bytes);
+            QVERIFY(TestSupport::writeFile(path(file), bytes));
         }
         Result<std::unique_ptr<Workbook>> book = Workbook::open(path(file));
         QCOMPARE(book.ok(), opens);

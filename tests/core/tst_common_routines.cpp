@@ -23,10 +23,7 @@ private slots:
         const QString empty = dir.filePath(u"empty.doc"_s);
         const QString one = dir.filePath(u"one.doc"_s);
         QFile(empty).open(QIODevice::WriteOnly);
-        QFile file(one);
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write("x");
-        file.close();
+        QVERIFY(TestSupport::writeFile(one, "x"));
         QVERIFY(!FileExists(empty));
         QVERIFY(FileExists(one));
         QVERIFY(!FileExists(dir.filePath(u"missing.doc"_s)));

@@ -96,9 +96,7 @@ private slots:
         m_tokens = std::make_unique<TokenEngine>(m_table);
         m_tokens->setSourceIndex(5);
         m_image = QByteArray("\x89PNG\r\n\x1a\n", 8) + QByteArray(3000, '\x42');
-        QFile logo(m_dir.filePath(u"logo.png"_s));
-        QVERIFY(logo.open(QIODevice::WriteOnly));
-        logo.write(m_image);
+        QVERIFY(TestSupport::writeFile(m_dir.filePath(u"logo.png"_s), m_image));
     }
 
     void threeContacts_reachTheRealServer_withTheirOwnTextsAndTheImage()
@@ -133,10 +131,7 @@ private slots:
         SmtpSink sink;
         QVERIFY2(sink.isRunning(), qPrintable(sink.errorText()));
         const QString templatePath = m_dir.filePath(u"Invitation.docx"_s);
-        QFile document(templatePath);
-        QVERIFY(document.open(QIODevice::WriteOnly));
-        document.write(QByteArray("PK\x03\x04 a document", 16));
-        document.close();
+        QVERIFY(TestSupport::writeFile(templatePath, QByteArray("PK\x03\x04 a document", 16)));
         TemplateAttachment attachment(templatePath);
         SendRunInput in = input();
         in.attachment = &attachment;
@@ -228,10 +223,7 @@ private slots:
         SmtpSink sink(SmtpSink::Options{false, false, {}, 0, 0, u"cy@example.com"_s});
         QVERIFY2(sink.isRunning(), qPrintable(sink.errorText()));
         const QString templatePath = m_dir.filePath(u"Offer.docx"_s);
-        QFile document(templatePath);
-        QVERIFY(document.open(QIODevice::WriteOnly));
-        document.write("PK\x03\x04 an offer");
-        document.close();
+        QVERIFY(TestSupport::writeFile(templatePath, "PK\x03\x04 an offer"));
         TemplateAttachment attachment(templatePath); // the second contact's copy fails
         SendRunInput in = input();
         in.attachment = &attachment;

@@ -28,9 +28,7 @@ namespace {
 void write(const QString& path, const QByteArray& content = "PK\x03\x04 no package")
 {
     QDir().mkpath(QFileInfo(path).absolutePath());
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write(content);
+    QVERIFY(TestSupport::writeFile(path, content));
 }
 
 QStringList names(const QTreeWidget* list)

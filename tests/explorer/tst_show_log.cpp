@@ -185,10 +185,7 @@ private slots:
     void doubleClickAndEnter_openTheDocument_withRunningSetMeanwhile()
     {
         const QString offer = TestSupport::homeFolder() + u"/Offer.docx"_s;
-        QFile file(offer);
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write("PK");
-        file.close();
+        QVERIFY(TestSupport::writeFile(offer, "PK"));
         const QString gone = TestSupport::homeFolder() + u"/Moved away.doc"_s;
         writeLog(record({gone, u"01/02/2026"_s, u"01/01/2026"_s, u"01/01/2026"_s, u"3"_s}) +
                  record({offer, u"05/03/2026 09:15"_s, u"04/03/2026 17:40"_s, u"01/03/2026"_s, u"1"_s}));

@@ -33,6 +33,12 @@ QString accessFixture(const QString& name);
 // (tests/support/protect_mdb.py).
 bool makeProtectedMdb(const QString& source, const QString& target, const QString& password);
 
+// Writes the bytes to the file, making its folder first; false where that fails.
+bool writeFile(const QString& path, const QByteArray& bytes);
+
+// The file's bytes, or none where it cannot be read.
+QByteArray readFile(const QString& path);
+
 // Writes an executable shell script (its body after the "#!/bin/sh" line) and gives its path.
 QString writeShellScript(const QString& path, const QByteArray& body);
 

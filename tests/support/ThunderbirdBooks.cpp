@@ -49,11 +49,4 @@ bool writeBook(const QString& path, const std::vector<Card>& cards, const QStrin
     return written;
 }
 
-bool writeText(const QString& path, const QByteArray& text)
-{
-    QDir().mkpath(QFileInfo(path).absolutePath());
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(text) == text.size();
-}
-
 } // namespace ThunderbirdBooks

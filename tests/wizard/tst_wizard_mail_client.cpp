@@ -115,15 +115,15 @@ private slots:
     {
         TestSupport::isolateUserFolders();
         m_profile = QDir(TestSupport::homeFolder()).filePath(u".thunderbird/x1.default"_s);
-        QVERIFY(ThunderbirdBooks::writeText(QDir(TestSupport::homeFolder()).filePath(u".thunderbird/profiles.ini"_s),
-                                            "[Profile0]\nName=default\nIsRelative=1\nPath=x1.default\nDefault=1\n"));
-        QVERIFY(ThunderbirdBooks::writeText(book(u"prefs.js"_s),
-                                            "user_pref(\"ldap_2.servers.c.description\", \"Clients\");\n"
-                                            "user_pref(\"ldap_2.servers.c.filename\", \"clients.sqlite\");\n"
-                                            "user_pref(\"ldap_2.servers.e.description\", \"Empty\");\n"
-                                            "user_pref(\"ldap_2.servers.e.filename\", \"empty.sqlite\");\n"
-                                            "user_pref(\"ldap_2.servers.l.description\", \"Lists\");\n"
-                                            "user_pref(\"ldap_2.servers.l.filename\", \"lists.sqlite\");\n"));
+        QVERIFY(TestSupport::writeFile(QDir(TestSupport::homeFolder()).filePath(u".thunderbird/profiles.ini"_s),
+                                       "[Profile0]\nName=default\nIsRelative=1\nPath=x1.default\nDefault=1\n"));
+        QVERIFY(TestSupport::writeFile(book(u"prefs.js"_s),
+                                       "user_pref(\"ldap_2.servers.c.description\", \"Clients\");\n"
+                                       "user_pref(\"ldap_2.servers.c.filename\", \"clients.sqlite\");\n"
+                                       "user_pref(\"ldap_2.servers.e.description\", \"Empty\");\n"
+                                       "user_pref(\"ldap_2.servers.e.filename\", \"empty.sqlite\");\n"
+                                       "user_pref(\"ldap_2.servers.l.description\", \"Lists\");\n"
+                                       "user_pref(\"ldap_2.servers.l.filename\", \"lists.sqlite\");\n"));
         QVERIFY(ThunderbirdBooks::writeBook(book(u"abook.sqlite"_s),
                                             {card(u"a"_s, u"ann@example.com"_s, u"Ann"_s), card(u"b"_s, {}, u"Bo"_s)},
                                             {u"Friends"_s}));
@@ -284,7 +284,7 @@ private slots:
     void addDataFile_refusesWhatIsNoDataFile_andTheTreeStaysAsItWas()
     {
         const QString notPst = QDir(TestSupport::homeFolder()).filePath(u"contacts.pst"_s);
-        QVERIFY(ThunderbirdBooks::writeText(notPst, "Name,E-mail\nAnn,ann@example.com\n"));
+        QVERIFY(TestSupport::writeFile(notPst, "Name,E-mail\nAnn,ann@example.com\n"));
         SettingsStore::instance().setValue(Keys::ContactsDataFiles, notPst);
         TestSupport::MessageRecorder messages;
         FrmPick pick;

@@ -322,10 +322,7 @@ private slots:
     void badPackages_failCleanly()
     {
         const QString notZip = m_dir.filePath(u"not-a-zip.docx"_s);
-        QFile file(notZip);
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write("this is plain text, not a package");
-        file.close();
+        QVERIFY(TestSupport::writeFile(notZip, "this is plain text, not a package"));
         QVERIFY(!m_application->Open(notZip, true).ok());
         QVERIFY(!m_application->Open(m_dir.filePath(u"missing.docx"_s), true).ok());
 
