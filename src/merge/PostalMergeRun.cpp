@@ -220,19 +220,23 @@ Status PostalMergeRun::storeLetter(wordlink::DocumentApplication& application, L
                                    const QString& folder, bool& outputStarted)
 {
     const QString templatePath = TextUtil::trimSpaces(input.templatePath);
+    // Never over the template: the next contact's letter would be made from this one.
+    const auto notOverTemplate = [&templatePath](const QString& target) {
+        return DocumentMerge::isTemplateItself(target, templatePath)
+                   ? Status(Error{ErrorCode::OverwritesTemplate, u"the letter would overwrite its template"_s})
+                   : Status();
+    };
     if (merged.staged) {
-        // Never over the template: the next contact's letter would be made from this one.
-        if (DocumentMerge::isTemplateItself(merged.staged->target, templatePath)) {
+        if (const Status allowed = notOverTemplate(merged.staged->target); !allowed.ok()) {
             wordlink::OoxmlPackage::discard(*merged.staged);
-            return Error{ErrorCode::OverwritesTemplate, u"the letter would overwrite its template"_s};
+            return allowed;
         }
         return wordlink::OoxmlPackage::commit(*merged.staged);
     }
     wordlink::Document& letter = *merged.document;
     const auto saveLetterAs = [&](const QString& target) {
-        return DocumentMerge::isTemplateItself(target, templatePath)
-                   ? Status(Error{ErrorCode::OverwritesTemplate, u"the letter would overwrite its template"_s})
-                   : letter.SaveAs(target);
+        const Status allowed = notOverTemplate(target);
+        return allowed.ok() ? letter.SaveAs(target) : allowed;
     };
     const QString combined = TextUtil::trimSpaces(input.documentName);
     if (folder.isEmpty()) {

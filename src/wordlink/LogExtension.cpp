@@ -25,23 +25,40 @@ QString logExtensionPackage()
     return {};
 }
 
-Status installLogExtension()
+namespace {
+
+void tellNotAdded(const QString& why)
+{
+    MessageBoxes::information(u"The document log could not be added to LibreOffice:\n"_s + why);
+}
+
+} // namespace
+
+void installLogExtension()
 {
     const QString package = logExtensionPackage();
     const QString unopkg = QStandardPaths::findExecutable(u"unopkg"_s);
     if (package.isEmpty() || unopkg.isEmpty()) {
-        return Error{ErrorCode::FileMissing,
-                     u"The document log's extension or the office suite's unopkg is missing."_s};
+        tellNotAdded(u"The document log's extension or the office suite's unopkg is missing."_s);
+        return;
     }
-    QProcess unopkgRun;
-    unopkgRun.setProcessChannelMode(QProcess::MergedChannels);
-    unopkgRun.start(unopkg, {u"add"_s, u"--force"_s, u"--suppress-license"_s, package});
-    if (!unopkgRun.waitForFinished(120000) || unopkgRun.exitStatus() != QProcess::NormalExit ||
-        unopkgRun.exitCode() != 0) {
-        unopkgRun.kill();
-        return Error{ErrorCode::CannotWrite, QString::fromLocal8Bit(unopkgRun.readAll()).trimmed()};
-    }
-    return {};
+    // unopkg can take a while (and waits for a running office suite of the user): the program
+    // goes on meanwhile, and only a failure is told, once it has ended.
+    auto* unopkgRun = new QProcess(QCoreApplication::instance());
+    unopkgRun->setProcessChannelMode(QProcess::MergedChannels);
+    QObject::connect(unopkgRun, &QProcess::finished, unopkgRun, [unopkgRun](int exitCode, QProcess::ExitStatus status) {
+        if (status != QProcess::NormalExit || exitCode != 0) {
+            tellNotAdded(QString::fromLocal8Bit(unopkgRun->readAll()).trimmed());
+        }
+        unopkgRun->deleteLater();
+    });
+    QObject::connect(unopkgRun, &QProcess::errorOccurred, unopkgRun, [unopkgRun](QProcess::ProcessError error) {
+        if (error == QProcess::FailedToStart) {
+            tellNotAdded(unopkgRun->errorString());
+            unopkgRun->deleteLater();
+        }
+    });
+    unopkgRun->start(unopkg, {u"add"_s, u"--force"_s, u"--suppress-license"_s, package});
 }
 
 void offerLogExtension()
@@ -56,11 +73,7 @@ void offerLogExtension()
                                 u"documents it opens to this log as well?"_s)) {
         return;
     }
-    const Status installed = installLogExtension();
-    if (!installed.ok()) {
-        MessageBoxes::information(u"The document log could not be added to LibreOffice:\n"_s +
-                                  installed.error().message);
-    }
+    installLogExtension();
 }
 
 } // namespace wordlink

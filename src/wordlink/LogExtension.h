@@ -1,7 +1,5 @@
 #pragma once
 
-#include "core/Result.h"
-
 #include <QString>
 
 // The office suite's extension that writes the document log "Log.Dat" in the application
@@ -17,8 +15,9 @@ QString logExtensionPackage();
 // suite should write the log too, and adds the extension to the user's profile on Yes.
 void offerLogExtension();
 
-// Adds the extension to the user's own office suite profile. (The editing session's helper adds
-// it to the session's profile itself.)
-Status installLogExtension();
+// Adds the extension to the user's own office suite profile in the background; a failure is told
+// to the user when it has ended. (The editing session's helper adds it to the session's profile
+// itself.)
+void installLogExtension();
 
 } // namespace wordlink
