@@ -78,6 +78,18 @@ private slots:
         QCOMPARE(emails(), (QStringList{u"new@example.com"_s}));
     }
 
+    void vcardFile_isAnAddressBookToo()
+    {
+        const QString path = m_dir.filePath(u"cards.VCF"_s);
+        QVERIFY(TestSupport::writeFile(
+            path, "BEGIN:VCARD\r\nVERSION:3.0\r\nFN:Bo Berg\r\nN:Berg;Bo;;;\r\nEMAIL;TYPE=HOME:bo@example.com\r\n"
+                  "END:VCARD\r\n"));
+        openOnAddressBook();
+        browse(path);
+        m_wizard->CmdNext_Click();
+        QCOMPARE(emails(), QStringList{u"bo@example.com"_s});
+    }
+
     void userMistakesAndDamagedBooks_eachHaveTheirMessage()
     {
         const QString list = m_dir.filePath(u"list.csv"_s);

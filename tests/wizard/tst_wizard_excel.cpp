@@ -97,6 +97,20 @@ private slots:
         QCOMPARE(table.count(), 0);
     }
 
+    void xls_unskipped_takesTheHeadingRowForAContact()
+    {
+        const QString xls = m_dir.filePath(u"people.xls"_s);
+        QVERIFY(TestSupport::makeWorkbook(u"xls"_s, xls));
+        openWizard();
+        chooseWorkbook(xls);
+        QCOMPARE(sheetList(), (QStringList{u"People"_s, u"Second"_s}));
+        m_wizard->CmdNext_Click();
+        m_wizard->CmdNext_Click();
+        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::Contacts));
+        QCOMPARE(m_wizard->contactTable().count(), 4);
+        QCOMPARE(m_wizard->contactTable().cell(1, 0), u"Email"_s);
+    }
+
     void reopening_listsTheRememberedWorkbook_andChoosesItsSheet()
     {
         SaveSetting(u"XlSheet"_s, u"ExFileName"_s, m_xlsx);

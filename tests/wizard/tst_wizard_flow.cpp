@@ -1,5 +1,6 @@
 #include "WizardTest.h"
 #include "composer/ComposePage.h"
+#include "wizard/ui/TemplateEditing.h"
 
 #include <QHeaderView>
 #include <QMenu>
@@ -48,7 +49,7 @@ private slots:
 
     void cleanup() { closeWizard(); }
 
-    void commaFile_throughEveryMailPage_andBackAgain()
+    void commaFile_toMap_toContacts_toTemplate()
     {
         TestSupport::MessageRecorder messages;
         openWizard();
@@ -275,6 +276,27 @@ private slots:
         QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, list->visualRect(table.index(0, 2)).center());
         QVERIFY(table.at(1).checked);
         QCOMPARE(list->selectionModel()->selectedRows().size(), 1);
+    }
+
+    // What the template editing session reads from the wizard and gives back to it; the
+    // session itself is tested with the office suite's writer in the wordlink tests.
+    void templateEditing_readsTheWizard_andPutsTheTemplateInItsBox()
+    {
+        openWizard();
+        goToContacts();
+        m_wizard->CmdNext_Click();
+        TemplateEditing editing(*m_wizard);
+        QCOMPARE(editing.sourceIndex(), 5);
+        QCOMPARE(editing.columnHeading(14), m_wizard->contactTable().heading(13)); // column n shows cell n - 1
+        QVERIFY(editing.isMailMergeChecked());
+        m_wizard->templatePage()->ChkPostalMerge->click();
+        QVERIFY(editing.isPostalMergeChecked());
+        QVERIFY(!editing.isMailMergeChecked());
+        QVERIFY(editing.isWizardVisible());
+        m_wizard->hide();
+        QVERIFY(!editing.isWizardVisible());
+        editing.setTemplateText(1, u"/letters/new.docx"_s);
+        QCOMPARE(m_wizard->templatePage()->txtTemplate[1]->text(), u"/letters/new.docx"_s);
     }
 
     void postalMerge_leavesTheTemplatePageThroughItsChecks()
