@@ -1,3 +1,4 @@
+#include "Mutations.h"
 #include "TestSupport.h"
 #include "WabWriter.h"
 #include "contacts/VCard.h"
@@ -217,25 +218,7 @@ private slots:
         QRandomGenerator random(20261125);
         int failed = 0;
         for (int round = 0; round < 4000; ++round) {
-            QByteArray bytes = good;
-            for (int e = 0, edits = 1 + int(random.bounded(4)); e < edits && !bytes.isEmpty(); ++e) {
-                const auto at = qsizetype(random.bounded(int(bytes.size())));
-                switch (random.bounded(4)) {
-                case 0:
-                    bytes[at] = char(random.bounded(256));
-                    break;
-                case 1:
-                    if (at + 4 <= bytes.size()) {
-                        setWord(bytes, at, random.generate());
-                    }
-                    break;
-                case 2:
-                    bytes.truncate(at);
-                    break;
-                default:
-                    bytes.insert(at, QByteArray(int(random.bounded(9)), char(random.bounded(256))));
-                }
-            }
+            const QByteArray bytes = mutated(good, random);
             const Result<std::vector<WabFile::Record>> records = WabFile::parse(bytes, u"m.wab"_s);
             if (!records.ok()) {
                 ++failed;
