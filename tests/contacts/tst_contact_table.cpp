@@ -38,7 +38,7 @@ class ContactTableTest : public QObject
 private slots:
     void initTestCase() { TestSupport::isolateUserFolders(); }
 
-    void rows_areAddressedByOneBasedPosition_checkedAndCounted()
+    void rows_areAddressedByOneBasedPosition_addressFirst_checkedAndCounted()
     {
         ContactTable table;
         QAbstractItemModelTester tester(&table, QAbstractItemModelTester::FailureReportingMode::QtTest);
