@@ -59,7 +59,6 @@ private slots:
         QCOMPARE(dialog->sldr->value(), 30);
         QCOMPARE(dialog->lblSec->text(), u"30 Seconds"_s);
         QCOMPARE(SmtpAccount::current().interval, 0); // no timeout until the first save
-        QCOMPARE(SmtpAccount::current().port, 25);
         dialog->sldr->setValue(95);
         QCOMPARE(dialog->sldr->value(), 90);
         QCOMPARE(dialog->lblSec->text(), u"90 Seconds"_s);
