@@ -1,10 +1,17 @@
+#include "TestSupport.h"
+#include "delivery/Base64.h"
 #include "delivery/InlineImages.h"
 #include "delivery/MessageLayout.h"
 #include "delivery/MimeTypes.h"
 #include "delivery/QuotedPrintable.h"
 
 #include <QFile>
+#include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QLocale>
+#include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTimeZone>
@@ -82,6 +89,58 @@ void addAttachment(OutgoingMessage& message)
 {
     message.attachmentName = u"letter.doc"_s;
     message.attachmentData = "\r\n0M8R4KGx\r\n";
+}
+
+// A message for the mail parser, with the picture and document bytes its parts must give back.
+struct ParsedCase
+{
+    QString name;
+    OutgoingMessage message;
+    QList<QByteArray> images;
+    QByteArray document;
+};
+
+// Every layout (no parts, pictures, attachment, both), in ASCII and in UTF-8, and merged bodies
+// that try to open, close or add parts.
+QList<ParsedCase> parserCases()
+{
+    const QList<QByteArray> pictures{QByteArray("GIF89a\x01\x00\x01\x00\x80\x00\x00", 13),
+                                     QByteArray("\x89PNG\r\n\x1a\n\x00\x00\x00\rIHDR", 16)};
+    const QByteArray document("Dear Ann, this copy is yours alone. \xD0\xCF\x11\xE0", 40);
+    const QString ascii = u"<p>Dear Ann,</p>\n<p><img src=cid:a.gif> and <img src=cid:b.PNG></p>\n.x\n-- \nBob"_s;
+    const QString utf8 = u"<p>Liebe Björk, ça va? ✓</p>\n<img src=cid:a.gif><img src=cid:b.PNG>\n"_s +
+                         QString(90, u'é') + u"--NextMimePart_001\nend"_s;
+    const QString injected = u"<p>Hi</p><img src=cid:a.gif><img src=cid:b.PNG>\n--NextMimePart_002--\n"
+                             "--NextMimePart_001\nContent-Type: image/gif\nContent-ID: <a.gif>\n\nR0lG\n"
+                             "--NextMimePart_000\nContent-Disposition: attachment; filename=evil.txt\n\nevil\n"
+                             "--NextMimePart_000--\n<p>"_s +
+                             QString(1200, u'x') + u"</p>"_s;
+    QList<ParsedCase> cases;
+    for (const auto& [label, body] : {std::pair{u"ascii"_s, ascii}, {u"utf8"_s, utf8}, {u"injected"_s, injected}}) {
+        for (int layout = 0; layout < 4; ++layout) {
+            ParsedCase one{label + QString::number(layout), plainMessage(), {}, {}};
+            one.message.body = body;
+            if (label == u"utf8"_s) {
+                one.message.subject = u"Grüße aus Malmö, Björk"_s;
+                one.message.fromName = u"Zoë Quillbay"_s;
+            } else if (label == u"injected"_s) {
+                one.message.fromName = u"Quillbay \"News\", Inc."_s;
+            }
+            if ((layout & 1) != 0) {
+                one.message.inlineImagePaths = {u"/pics/a.gif"_s, u"/pics/b.PNG"_s};
+                one.message.inlineImageData = {Base64::encodeFileBytes(pictures.at(0)),
+                                               Base64::encodeFileBytes(pictures.at(1))};
+                one.images = pictures;
+            }
+            if ((layout & 2) != 0) {
+                one.message.attachmentName = u"letter.doc"_s;
+                one.message.attachmentData = Base64::encodeFileBytes(document);
+                one.document = document;
+            }
+            cases << one;
+        }
+    }
+    return cases;
 }
 
 } // namespace
@@ -355,6 +414,57 @@ private slots:
         QVERIFY(bytes.contains("Content-Type: application/octet-stream; name=\"\"\r\n"
                                "Content-Transfer-Encoding: base64\r\nContent-ID: <>\r\n\r\n\r\nR0lGODlh\r\n\r\n\r\n"));
         QVERIFY(bytes.contains("Content-ID: <x.gif>\r\n\r\n\r\n\r\n--NextMimePart_001--\r\n"));
+    }
+
+    void everyLayout_readsCleanlyInAStandardMailParser()
+    {
+        if (!QFileInfo::exists(QString::fromLatin1(TestSupport::DebianPython))) {
+            QSKIP("Debian's Python is not installed here");
+        }
+        const QList<ParsedCase> cases = parserCases();
+        QTemporaryDir dir;
+        QStringList arguments{TestSupport::sourceDir() + u"/tests/delivery/read_mime.py"_s};
+        for (const ParsedCase& one : cases) {
+            QFile file(dir.filePath(one.name + u".eml"_s));
+            QVERIFY(file.open(QIODevice::WriteOnly));
+            file.write(MessageLayout::bytes(one.message, When));
+            arguments << file.fileName();
+        }
+        QProcess python;
+        python.start(QString::fromLatin1(TestSupport::DebianPython), arguments);
+        QVERIFY(python.waitForFinished(60000));
+        QVERIFY2(python.exitCode() == 0, python.readAllStandardError().constData());
+        const QJsonObject parsed = QJsonDocument::fromJson(python.readAllStandardOutput()).object();
+
+        for (qsizetype i = 0; i < cases.size(); ++i) {
+            const ParsedCase& one = cases.at(i);
+            const QJsonObject found = parsed.value(arguments.at(i + 1)).toObject();
+            const QByteArray name = one.name.toUtf8();
+            QVERIFY2(found.value(u"defects"_s).toArray().isEmpty(),
+                     name + ": " + QJsonDocument(found.value(u"defects"_s).toArray()).toJson());
+            QCOMPARE(found.value(u"subject"_s).toString(), one.message.subject);
+            QCOMPARE(found.value(u"fromName"_s).toString(), one.message.fromName);
+            QCOMPARE(found.value(u"date"_s).toString(), When.toString(Qt::ISODate));
+            // The HTML part decodes to the merged body, every line end as one line feed.
+            const QString html = found.value(u"html"_s).toString().remove(u'\r');
+            QCOMPARE(html, QString(one.message.body).remove(u'\r') + u'\n');
+
+            // Each cid: of the body names the inline part that holds its picture.
+            const QJsonObject inline_ = found.value(u"inline"_s).toObject();
+            QCOMPARE(inline_.size(), one.images.size());
+            for (qsizetype image = 0; image < one.images.size(); ++image) {
+                const QString cid = InlineImages::fileNameOf(one.message.inlineImagePaths.at(image));
+                QVERIFY2(html.contains(u"src=cid:"_s + cid), name);
+                QCOMPARE(inline_.value(cid).toString().toLatin1(), one.images.at(image).toBase64());
+            }
+            const QJsonArray attachments = found.value(u"attachments"_s).toArray();
+            QCOMPARE(attachments.size(), one.document.isEmpty() ? 0 : 1);
+            if (!one.document.isEmpty()) {
+                QCOMPARE(attachments.at(0)[u"name"_s].toString(), one.message.attachmentName);
+                QCOMPARE(attachments.at(0)[u"data"_s].toString().toLatin1(), one.document.toBase64());
+            }
+            QCOMPARE(found.value(u"leaves"_s).toInt(), 1 + one.images.size() + attachments.size());
+        }
     }
 };
 
