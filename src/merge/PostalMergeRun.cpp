@@ -11,6 +11,7 @@
 #include "wordlink/LetterTemplate.h"
 #include "wordlink/WordStatus.h"
 
+#include <QElapsedTimer>
 #include <QMutex>
 
 #include <deque>
@@ -31,6 +32,14 @@ constexpr int AheadPerThread = 4;
 // Templates prepared in one run, one for each pattern of empty values met.
 constexpr std::size_t MostTemplates = 32;
 
+// Never over the template: the next contact's letter would be made from this one.
+Status notOverTemplate(const QString& target, const QString& templatePath)
+{
+    return DocumentMerge::isTemplateItself(target, templatePath)
+               ? Status(Error{ErrorCode::OverwritesTemplate, u"the letter would overwrite its template"_s})
+               : Status();
+}
+
 } // namespace
 
 // One contact's letter, merged and waiting for its turn.
@@ -39,6 +48,142 @@ struct PostalMergeRun::Letter
     Status status;
     std::unique_ptr<wordlink::Document> document;         // merged, to be stored
     std::optional<wordlink::OoxmlPackage::Staged> staged; // or already written beside its name
+    // Or, for the combined form, the contact's values for the prepared template, which gives
+    // the letter's text (and the whole letter, should it be the last).
+    std::shared_ptr<const wordlink::LetterTemplate> prepared;
+    QStringList values;
+
+    Result<QString> text() const
+    {
+        return prepared ? Result<QString>(prepared->text(values)) : document->ContentText();
+    }
+};
+
+// The combined document: the first letter saved under its name, the text of each later letter
+// appended behind a page break. The document stays open through the run and is saved when a
+// second has passed since its last save, and when the run ends, so that the run does not write
+// the whole growing document again for every contact. At the end the last letter is saved under
+// the scratch name too, the place each letter takes in turn to free the document's name.
+class PostalMergeRun::Combined
+{
+public:
+    Combined(wordlink::DocumentApplication& application, const Input& input)
+        : m_application(application)
+        , m_templatePath(TextUtil::trimSpaces(input.templatePath))
+        , m_path(TextUtil::trimSpaces(input.documentName))
+        , m_scratch(AppPaths::file(scratchName(input.templatePath)))
+    {
+    }
+
+    ~Combined() { closeAll(); }
+
+    Status add(Letter& letter)
+    {
+        if (m_added == 0) {
+            if (const Status saved = saveLetterAs(letter, m_path); !saved.ok()) {
+                return saved;
+            }
+            m_saved = 1;
+            m_sinceSave.start();
+        } else {
+            // The previous letter is no longer the last; closing it frees the document's name,
+            // under which the first letter was saved.
+            closeLast();
+            if (!m_output) {
+                Result<std::unique_ptr<wordlink::Document>> opened = m_application.Open(m_path, false);
+                if (!opened.ok()) {
+                    return opened.error();
+                }
+                m_output = std::move(opened).value();
+            }
+            const Result<QString> text = letter.text();
+            if (!text.ok()) {
+                return text.error();
+            }
+            if (const Status appended = m_output->AppendPageBreakAndText(text.value()); !appended.ok()) {
+                return appended;
+            }
+        }
+        ++m_added;
+        m_last = std::move(letter);
+        return m_sinceSave.hasExpired(SaveEveryMs) ? save() : Status();
+    }
+
+    // Saves what was added since the last save and the last letter under the scratch name.
+    Status finish()
+    {
+        Status finished = m_saved < m_added ? save() : Status();
+        if (finished.ok()) {
+            finished = saveLastAsScratch();
+        }
+        closeAll();
+        return finished;
+    }
+
+    // The letters the document held at its last save.
+    int lettersSaved() const { return m_saved; }
+
+private:
+    static constexpr qint64 SaveEveryMs = 1000;
+
+    Status saveLetterAs(const Letter& letter, const QString& target) const
+    {
+        const Status allowed = notOverTemplate(target, m_templatePath);
+        return allowed.ok() ? letter.document->SaveAs(target) : allowed;
+    }
+
+    Status saveLastAsScratch() const
+    {
+        if (m_last.document) {
+            return saveLetterAs(m_last, m_scratch);
+        }
+        // No letter was added, or the last one failed after its predecessor was closed.
+        if (!m_last.prepared) {
+            return {};
+        }
+        if (const Status allowed = notOverTemplate(m_scratch, m_templatePath); !allowed.ok()) {
+            return allowed;
+        }
+        const Result<wordlink::OoxmlPackage::Staged> staged = m_last.prepared->stageLetter(m_last.values, m_scratch);
+        return staged.ok() ? wordlink::OoxmlPackage::commit(staged.value()) : Status(staged.error());
+    }
+
+    Status save()
+    {
+        const Status saved = m_output->Save();
+        if (saved.ok()) {
+            m_saved = m_added;
+            m_sinceSave.start();
+        }
+        return saved;
+    }
+
+    void closeLast()
+    {
+        if (m_last.document) {
+            m_last.document->Close();
+        }
+        m_last = {};
+    }
+
+    void closeAll()
+    {
+        if (m_output) {
+            m_output->Close();
+            m_output.reset();
+        }
+        closeLast();
+    }
+
+    wordlink::DocumentApplication& m_application;
+    const QString m_templatePath;
+    const QString m_path;
+    const QString m_scratch;
+    std::unique_ptr<wordlink::Document> m_output;
+    Letter m_last;
+    int m_added = 0;
+    int m_saved = 0;
+    QElapsedTimer m_sinceSave;
 };
 
 // Merges the letters: for a template of the Word 2007 family on a pool of threads, a letter
@@ -113,11 +258,11 @@ private:
         std::future<Letter> letter;
     };
 
-    // The template prepared for letters whose values are empty where these are (folder form of
-    // the Word 2007 family only), prepared when first asked for; null where there is none.
+    // The template prepared for letters whose values are empty where these are (Word 2007 family
+    // only), prepared when first asked for; null where there is none.
     std::shared_ptr<const wordlink::LetterTemplate> templateFor(const QStringList& tokens, const QStringList& values)
     {
-        if (!m_parallel || m_folder.isEmpty()) {
+        if (!m_parallel) {
             return {};
         }
         QList<bool> empty;
@@ -150,7 +295,15 @@ private:
             tokens << token;
             values << value;
         }
-        if (const auto prepared = templateFor(tokens, values); prepared && prepared->fits(values)) {
+        const auto prepared = templateFor(tokens, values);
+        const bool fits = prepared && prepared->fits(values);
+        // The first letter of the combined form becomes the combined document: it is merged whole.
+        if (fits && m_folder.isEmpty() && number > 1) {
+            letter.prepared = prepared;
+            letter.values = std::move(values);
+            return letter;
+        }
+        if (fits && !m_folder.isEmpty()) {
             Result<wordlink::OoxmlPackage::Staged> staged =
                 prepared->stageLetter(values, m_folder + u'/' + numberedName(number, m_input.templatePath));
             if (staged.ok()) {
@@ -216,62 +369,23 @@ void PostalMergeRun::InitRunProgress(int selectedCount)
     m_cancelFlag = false;
 }
 
-Status PostalMergeRun::storeLetter(wordlink::DocumentApplication& application, Letter& merged, const Input& input,
-                                   const QString& folder, bool& outputStarted)
+Status PostalMergeRun::storeLetter(Letter& merged, const Input& input, const QString& folder)
 {
     const QString templatePath = TextUtil::trimSpaces(input.templatePath);
-    // Never over the template: the next contact's letter would be made from this one.
-    const auto notOverTemplate = [&templatePath](const QString& target) {
-        return DocumentMerge::isTemplateItself(target, templatePath)
-                   ? Status(Error{ErrorCode::OverwritesTemplate, u"the letter would overwrite its template"_s})
-                   : Status();
-    };
     if (merged.staged) {
-        if (const Status allowed = notOverTemplate(merged.staged->target); !allowed.ok()) {
+        if (const Status allowed = notOverTemplate(merged.staged->target, templatePath); !allowed.ok()) {
             wordlink::OoxmlPackage::discard(*merged.staged);
             return allowed;
         }
         return wordlink::OoxmlPackage::commit(*merged.staged);
     }
-    wordlink::Document& letter = *merged.document;
-    const auto saveLetterAs = [&](const QString& target) {
-        const Status allowed = notOverTemplate(target);
-        return allowed.ok() ? letter.SaveAs(target) : allowed;
-    };
-    const QString combined = TextUtil::trimSpaces(input.documentName);
-    if (folder.isEmpty()) {
-        if (!outputStarted) {
-            if (const Status saved = saveLetterAs(combined); !saved.ok()) {
-                return saved;
-            }
-            outputStarted = true;
-        } else {
-            // From the second contact on, the letter joins the combined document as plain text
-            // behind a page break.
-            Result<std::unique_ptr<wordlink::Document>> opened = application.Open(combined, false);
-            if (!opened.ok()) {
-                return opened.error();
-            }
-            const Result<QString> text = letter.ContentText();
-            Status appended = text.ok() ? opened.value()->AppendPageBreakAndText(text.value()) : Status(text.error());
-            if (appended.ok()) {
-                appended = opened.value()->Save();
-            }
-            opened.value()->Close();
-            if (!appended.ok()) {
-                return appended;
-            }
-        }
-        // The letter takes the scratch name, which frees the output for the next contact.
-        if (const Status scratch = saveLetterAs(AppPaths::file(scratchName(input.templatePath))); !scratch.ok()) {
-            return scratch;
-        }
-    } else if (const Status saved = saveLetterAs(folder + u'/' + numberedName(m_done, input.templatePath));
-               !saved.ok()) {
-        return saved;
+    const QString target = folder + u'/' + numberedName(m_done, input.templatePath);
+    Status saved = notOverTemplate(target, templatePath);
+    if (saved.ok()) {
+        saved = merged.document->SaveAs(target);
     }
-    letter.Close();
-    return {};
+    merged.document->Close();
+    return saved;
 }
 
 RunOutcome PostalMergeRun::run(const Input& input, const QString& folder)
@@ -296,7 +410,10 @@ RunOutcome PostalMergeRun::run(const Input& input, const QString& folder)
     m_view.showRunPage(QString());
     m_view.setNext(u"Finish"_s, false);
 
-    bool outputStarted = false;
+    std::optional<Combined> combined;
+    if (folder.isEmpty()) {
+        combined.emplace(*application, input);
+    }
     RunOutcome outcome;
     int yieldCount = 0;
     Press press(input, folder, *application);
@@ -329,8 +446,9 @@ RunOutcome PostalMergeRun::run(const Input& input, const QString& folder)
             m_view.setStatus(numberedName(m_done, input.templatePath));
         }
         Letter letter = press.takeNext();
-        const Status stored =
-            letter.status.ok() ? storeLetter(*application, letter, input, folder, outputStarted) : letter.status;
+        const Status stored = !letter.status.ok() ? letter.status
+                              : combined          ? combined->add(letter)
+                                                  : storeLetter(letter, input, folder);
         if (!stored.ok()) {
             outcome = RunOutcome::failed(stored.error().message, m_done - 1);
             break;
@@ -349,6 +467,15 @@ RunOutcome PostalMergeRun::run(const Input& input, const QString& folder)
         feed();
     }
     press.dropAll();
+    if (combined) {
+        // The combined document holds the letters added before a Cancel or a failure too.
+        const Status finished = combined->finish();
+        if (outcome.ending == RunOutcome::Ending::Failed) {
+            outcome.done = combined->lettersSaved();
+        } else if (!finished.ok()) {
+            outcome = RunOutcome::failed(finished.error().message, combined->lettersSaved());
+        }
+    }
     if (outcome.completed() && overflow) {
         m_done = MostLetters + 1;
         outcome = RunOutcome::failed(u"more letters than one run can number"_s, MostLetters);

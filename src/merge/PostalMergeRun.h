@@ -57,11 +57,11 @@ public:
 private:
     struct Letter;
     class Press;
+    class Combined;
 
     void InitRunProgress(int selectedCount);
-    // Takes a merged letter to its place: the numbered file, or the combined document.
-    Status storeLetter(wordlink::DocumentApplication& application, Letter& letter, const Input& input,
-                       const QString& folder, bool& outputStarted);
+    // Takes a merged letter to its numbered file in the folder.
+    Status storeLetter(Letter& letter, const Input& input, const QString& folder);
 
     RunView& m_view;
     bool m_cancelFlag = false;

@@ -25,8 +25,9 @@ public:
     virtual ~DocumentSearcher() = default;
 
     virtual Result<bool> SearchDocument(const QString& path, const WordSearch& search, const QString& backupCopy) = 0;
-    // True when this document may be searched on another thread, beside others (a search of the
-    // in-process engine that changes nothing); SearchDocument must then be safe to call so.
+    // True when this document may be read on another thread, beside others (a search of the
+    // in-process engine); SearchDocument with a search that changes nothing must then be safe to
+    // call so.
     virtual bool searchesBesideOthers(const QString& path, const WordSearch& search) const
     {
         Q_UNUSED(path)

@@ -68,7 +68,8 @@ Result<bool> EngineSearcher::SearchDocument(const QString& path, const WordSearc
 
 bool EngineSearcher::searchesBesideOthers(const QString& path, const WordSearch& search) const
 {
-    return !search.replace && wordlink::isNativeFormat(path);
+    Q_UNUSED(search)
+    return wordlink::isNativeFormat(path);
 }
 
 void EngineSearcher::finish()

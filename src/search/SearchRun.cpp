@@ -54,6 +54,7 @@ RunOutcome SearchRun::WalkFolder(const QString& folder, const QString& pattern, 
                                  const std::optional<WordSearch>& words)
 {
     m_root = QDir::cleanPath(folder);
+    m_words = words;
     m_sincePump.start();
     walk(folder, pattern, subfolders, words);
     giveEvents(0);
@@ -92,10 +93,15 @@ void SearchRun::giveEvents(std::size_t waiting)
         Step step = std::move(next);
         m_steps.pop_front();
         if (step.answers.valid()) {
-            if (m_events.status) {
-                m_events.status(u"Processing document: "_s + step.document);
+            const Result<bool>& found = step.answers.get().at(static_cast<std::size_t>(step.index));
+            if (step.changeOnHit && found.ok() && found.value()) {
+                SearchDocument(step.document, *m_words);
+            } else {
+                if (m_events.status) {
+                    m_events.status(u"Processing document: "_s + step.document);
+                }
+                showHit(step.document, found);
             }
-            showHit(step.document, step.answers.get().at(static_cast<std::size_t>(step.index)));
             pumpWhenOverdue();
         } else {
             step.event();
@@ -156,6 +162,11 @@ void SearchRun::walk(const QString& folder, const QString& pattern, bool subfold
     }
     const QFileInfoList children = dir.entryInfoList(QDir::Dirs | QDir::NoDotAndDotDot, QDir::Name | QDir::IgnoreCase);
     for (const QFileInfo& child : children) {
+        // A replace run gives this folder's documents their turn before it looks for a stop, so
+        // that no document of a later folder is changed after the stop.
+        if (words && words->replace) {
+            giveEvents(0);
+        }
         if (stopRequested()) {
             m_stopped = true;
             return;
@@ -215,18 +226,20 @@ void SearchRun::searchBesideOthers(const QString& path, const WordSearch& words)
 {
     if (!m_batch) {
         m_batch = std::make_shared<Batch>();
-        m_batch->search =
-            std::make_shared<std::packaged_task<Answers()>>([searcher = m_searcher, batch = m_batch.get(), words] {
+        WordSearch reading = words;
+        reading.replace = false;
+        m_batch->search = std::make_shared<std::packaged_task<Answers()>>(
+            [searcher = m_searcher, batch = m_batch.get(), reading = std::move(reading)] {
                 Answers answers;
                 for (const QString& document : std::as_const(batch->documents)) {
-                    answers.push_back(searcher->SearchDocument(document, words, QString()));
+                    answers.push_back(searcher->SearchDocument(document, reading, QString()));
                 }
                 return answers;
             });
         m_batch->answers = m_batch->search->get_future().share();
     }
     m_batch->documents << path;
-    m_steps.push_back({{}, m_batch->answers, m_batch->documents.size() - 1, path});
+    m_steps.push_back({{}, m_batch->answers, m_batch->documents.size() - 1, path, words.replace});
     if (m_batch->documents.size() == BatchSize) {
         startBatch();
     }

@@ -38,6 +38,9 @@ struct ResultRow
 // Documents that the searcher may search beside others are searched on a pool of threads, one
 // per processor, a little ahead of the walk's events: every event (status, row, pump) is given in
 // the walk's order, each document's when its turn comes, so the rows stand in the walk's order.
+// A replace run reads them there too, changing nothing; a document found to hold the words is
+// searched again and changed on the walk's thread in its turn, so no document beyond a stop is
+// changed and two names of one file are changed one after the other.
 class SearchRun
 {
 public:
@@ -88,6 +91,7 @@ private:
         std::shared_future<Answers> answers;
         qsizetype index = 0;
         QString document;
+        bool changeOnHit = false; // a replace run: a hit is then changed in its turn
     };
 
     void walk(const QString& folder, const QString& pattern, bool subfolders, const std::optional<WordSearch>& words);
@@ -123,6 +127,7 @@ private:
     QElapsedTimer m_sincePump;
     QSet<QString> m_visited;
     bool m_stopped = false;
+    std::optional<WordSearch> m_words;
     std::deque<Step> m_steps;
     std::shared_ptr<Batch> m_batch; // being filled
     WorkerPool m_pool;

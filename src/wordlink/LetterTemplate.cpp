@@ -103,6 +103,16 @@ Result<LetterTemplate> LetterTemplate::prepare(const QString& templatePath, cons
     if (!text.ok() || holderInsideBrackets(text.value())) {
         return prepared;
     }
+    qsizetype textStart = 0;
+    for (qsizetype at = 0; at < text->size(); ++at) {
+        const int token = text->at(at).unicode() - FirstHolder;
+        if (token >= 0 && token < tokens.size()) {
+            prepared.m_textPieces.append(text->sliced(textStart, at - textStart));
+            prepared.m_textHoles.append(token);
+            textStart = at + 1;
+        }
+    }
+    prepared.m_textPieces.append(text->sliced(textStart));
     // Saved as a letter is saved, so that the content types and every unchanged entry are what
     // a letter carries.
     const QTemporaryDir scratch;
@@ -180,6 +190,17 @@ QByteArray LetterTemplate::mainPart(const QStringList& values) const
     }
     part += m_pieces.constLast();
     return part;
+}
+
+QString LetterTemplate::text(const QStringList& values) const
+{
+    QString letterText;
+    for (qsizetype i = 0; i < m_textHoles.size(); ++i) {
+        letterText += m_textPieces.at(i);
+        letterText += values.at(m_textHoles.at(i));
+    }
+    letterText += m_textPieces.constLast();
+    return letterText;
 }
 
 Result<OoxmlPackage::Staged> LetterTemplate::stageLetter(const QStringList& values, const QString& path) const

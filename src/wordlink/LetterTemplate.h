@@ -45,6 +45,9 @@ public:
     // The main part of the letter with these values.
     QByteArray mainPart(const QStringList& values) const;
 
+    // The letter's text with these values, as Document::ContentText gives it for the letter.
+    QString text(const QStringList& values) const;
+
 private:
     LetterTemplate() = default;
 
@@ -56,6 +59,8 @@ private:
     QString m_mainPartName;
     QList<QByteArray> m_pieces; // the main part cut at the place-holders
     QList<int> m_holes;         // the token of the place-holder after each piece but the last
+    QStringList m_textPieces;   // the text cut at the place-holders
+    QList<int> m_textHoles;
 };
 
 } // namespace wordlink

@@ -199,7 +199,12 @@ Result<int> NativeDocument::ReplaceAll(const QString& findText, const QString& r
 Status NativeDocument::AppendPageBreakAndText(const QString& text)
 {
     pugi::xml_node documentBody = body();
-    const pugi::xml_node sectionProperties = documentBody.child("w:sectPr");
+    // Looked up once: a combined document takes thousands of letters, and the section's
+    // properties stand behind all of them.
+    if (!m_sectionProperties) {
+        m_sectionProperties = documentBody.child("w:sectPr");
+    }
+    const pugi::xml_node sectionProperties = *m_sectionProperties;
     QString plain = text;
     plain.remove(u'\a');
     if (plain.endsWith(u'\r')) {

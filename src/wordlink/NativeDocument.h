@@ -4,6 +4,7 @@
 #include "OoxmlPackage.h"
 
 #include <functional>
+#include <optional>
 #include <pugixml.hpp>
 
 namespace wordlink {
@@ -47,6 +48,7 @@ private:
     bool m_readOnly = false;
     pugi::xml_document m_xml;
     std::unique_ptr<OoxmlText> m_text;
+    std::optional<pugi::xml_node> m_sectionProperties; // of the body, found at the first append
     bool m_xmlChanged = false;
 };
 

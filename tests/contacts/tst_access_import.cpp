@@ -1,10 +1,8 @@
 #include "TestSupport.h"
 #include "contacts/AccessDatabase.h"
 #include "contacts/AccessImport.h"
-#include "contacts/FieldMap.h"
 #include "contacts/JetHeader.h"
 
-#include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
 #include <QTest>
@@ -17,8 +15,7 @@ using DatabasePointer = std::unique_ptr<AccessDatabase>;
 
 QByteArray firstPage(const QString& path)
 {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.read(4096) : QByteArray();
+    return TestSupport::readFile(path).left(4096);
 }
 
 Result<DatabasePointer> open(const QString& path, const QString& password = {})
@@ -31,11 +28,8 @@ QList<QStringList> allRows(AccessDatabase& database, const QString& table)
 {
     QList<QStringList> rows;
     Result<std::unique_ptr<AccessRecordset>> recordset = database.openRecordset(table);
-    if (!recordset.ok()) {
-        return rows;
-    }
     QStringList values;
-    while (recordset.value()->moveNext(values)) {
+    while (recordset.ok() && recordset.value()->moveNext(values)) {
         rows << values;
     }
     return rows;
@@ -80,41 +74,25 @@ private:
 private slots:
     void initTestCase() { TestSupport::isolateUserFolders(); }
 
-    void storedPassword_ofUnprotectedDatabases_isEmpty_data()
-    {
-        QTest::addColumn<QString>("name");
-        QTest::newRow("Jet 3") << u"nwind.mdb"_s;
-        QTest::newRow("Jet 4") << u"emptyJet4.mdb"_s;
-        QTest::newRow("Access 2007") << u"ASampleDatabase.accdb"_s;
-    }
-
-    void storedPassword_ofUnprotectedDatabases_isEmpty()
-    {
-        QFETCH(QString, name);
-        const QString path = TestSupport::accessFixture(name);
-        if (path.isEmpty()) {
-            QSKIP("the sample databases ../shared/fixtures/access are not present on this machine");
-        }
-        const std::optional<QString> stored = JetHeader::storedPassword(firstPage(path));
-        QVERIFY(stored.has_value());
-        QCOMPARE(stored.value(), QString());
-    }
-
     void storedPassword_readsWhatWasWritten_andOtherFilesHaveNone()
     {
         QB_REQUIRE_ACCESS_FIXTURE(empty, "emptyJet4.mdb");
         QB_REQUIRE_ACCESS_FIXTURE(nwind, "nwind.mdb");
-        const QStringList passwords = {u"secret"_s, u"Wörter-ß"_s, u"twenty characters!!!"_s, u"a;b PWD=c"_s};
-        for (const QString& source : {empty, nwind}) {
-            for (const QString& password : passwords) {
-                const QString copy = m_dir.filePath(u"protected.mdb"_s);
-                QFile::remove(copy);
-                QVERIFY(TestSupport::makeProtectedMdb(source, copy, password));
-                QCOMPARE(JetHeader::storedPassword(firstPage(copy)).value_or(u"<none>"_s), password);
-            }
+        QB_REQUIRE_ACCESS_FIXTURE(sample, "ASampleDatabase.accdb");
+        for (const QString& unprotected : {empty, nwind, sample}) {
+            QCOMPARE(JetHeader::storedPassword(firstPage(unprotected)).value_or(u"<none>"_s), QString());
+        }
+        // Jet 4 and Jet 3 headers, each with a password of its widest characters and one of its
+        // greatest length or of the connect string's separators.
+        const std::pair<QString, QString> protectedCopies[] = {
+            {empty, u"Wörter-ß"_s}, {empty, u"twenty characters!!!"_s}, {nwind, u"secret"_s}, {nwind, u"a;b PWD=c"_s}};
+        for (const auto& [source, password] : protectedCopies) {
+            const QString copy = m_dir.filePath(u"protected.mdb"_s);
+            QFile::remove(copy);
+            QVERIFY(TestSupport::makeProtectedMdb(source, copy, password));
+            QCOMPARE(JetHeader::storedPassword(firstPage(copy)).value_or(u"<none>"_s), password);
         }
         QVERIFY(!JetHeader::storedPassword("Name,Email\r\nAnn,ann@example.com\r\n").has_value());
-        QVERIFY(!JetHeader::storedPassword(QByteArray()).has_value());
         // The signature alone, on a page too short for the header, is no database either.
         QVERIFY(!JetHeader::storedPassword(QByteArray("\0\1\0\0Standard Jet DB\0", 20)).has_value());
     }
@@ -136,24 +114,22 @@ private slots:
         QCOMPARE(AccessImport::userTables(opened.value()->tableNames()), QStringList());
         // A database without a password ignores one given with it (a stale one, say).
         QVERIFY(open(empty, u"x"_s).ok());
-        QVERIFY(open(empty).ok());
     }
 
     void openDatabase_ofWhatIsNoDatabase_failsWithTheEnginesError()
     {
-        const QString text = m_dir.filePath(u"list.mdb"_s);
-        QVERIFY(TestSupport::writeFile(text, "Name,Email\r\nAnn,ann@example.com\r\n"));
-        // The first page of a real database in front of pages of nothing, and the same cut
-        // short after its first page: libmdb finds no catalog in them.
         QB_REQUIRE_ACCESS_FIXTURE(empty, "emptyJet4.mdb");
+        // Text, and the first page of a real database before pages of nothing or alone: libmdb
+        // finds no catalog in them.
+        const QString text = m_dir.filePath(u"list.mdb"_s);
         const QString hollow = m_dir.filePath(u"hollow.mdb"_s);
         const QString cut = m_dir.filePath(u"cut.mdb"_s);
-        for (const auto& [path, tail] : {std::pair{hollow, QByteArray(16384, '\0')}, std::pair{cut, QByteArray()}}) {
-            QVERIFY(TestSupport::writeFile(path, firstPage(empty) + tail));
-        }
-        QCOMPARE(open(m_dir.filePath(u"gone.mdb"_s)).error().code, AccessEngine::FileNotFound);
-        QCOMPARE(open(m_dir.filePath(u"gone.mdb"_s)).error().message,
-                 u"Could not find file '%1'."_s.arg(m_dir.filePath(u"gone.mdb"_s)));
+        QVERIFY(TestSupport::writeFile(text, "Name,Email\r\nAnn,ann@example.com\r\n"));
+        QVERIFY(TestSupport::writeFile(hollow, firstPage(empty) + QByteArray(16384, '\0')));
+        QVERIFY(TestSupport::writeFile(cut, firstPage(empty)));
+        const QString gone = m_dir.filePath(u"gone.mdb"_s);
+        QCOMPARE(open(gone).error().code, AccessEngine::FileNotFound);
+        QCOMPARE(open(gone).error().message, u"Could not find file '%1'."_s.arg(gone));
         for (const QString& path : {text, hollow, cut, m_dir.path()}) {
             const Result<DatabasePointer> refused = open(path);
             QVERIFY2(!refused.ok(), qPrintable(path));
@@ -204,27 +180,17 @@ private slots:
         QVERIFY(items.value()->failed());
     }
 
-    void userTables_hideSystemAndSwitchboardTables()
+    void tables_areListedByName_withoutTheSystemAndSwitchboardOnes()
     {
         const QStringList all = {u"Customers"_s,   u"MSysObjects"_s, u"msysACEs"_s, u"Switchboard Items"_s,
                                  u"SWITCHBOARD"_s, u"Switch"_s,      u"MSy"_s,      u"My MSys"_s,
                                  u"Orders"_s};
         QCOMPARE(AccessImport::userTables(all),
                  (QStringList{u"Customers"_s, u"Switch"_s, u"MSy"_s, u"My MSys"_s, u"Orders"_s}));
-    }
-
-    void tables_areListedByName_withoutTheSystemOnes()
-    {
         QB_REQUIRE_ACCESS_FIXTURE(nwind, "nwind.mdb");
-        QB_REQUIRE_ACCESS_FIXTURE(sample, "ASampleDatabase.accdb");
-        QB_REQUIRE_ACCESS_FIXTURE(empty, "emptyJet4.mdb");
         QCOMPARE(AccessImport::userTables(open(nwind).value()->tableNames()),
                  (QStringList{u"Categories"_s, u"Customers"_s, u"Employees"_s, u"Order Details"_s, u"Orders"_s,
                               u"Products"_s, u"Shippers"_s, u"Suppliers"_s}));
-        QCOMPARE(AccessImport::userTables(open(sample).value()->tableNames()), QStringList{u"Asset Items"_s});
-        const Result<DatabasePointer> emptyDatabase = open(empty);
-        QVERIFY(!emptyDatabase.value()->tableNames().isEmpty());
-        QCOMPARE(AccessImport::userTables(emptyDatabase.value()->tableNames()), QStringList());
         QCOMPARE(open(nwind).value()->openRecordset(u"Clients"_s).error().code, AccessEngine::TableNotFound);
     }
 
@@ -233,25 +199,21 @@ private slots:
         QB_REQUIRE_ACCESS_FIXTURE(nwind, "nwind.mdb");
         const Result<DatabasePointer> database = open(nwind);
         QVERIFY(database.ok());
-
         Result<std::unique_ptr<AccessRecordset>> customers = database.value()->openRecordset(u"Customers"_s);
         QVERIFY(customers.ok());
         QCOMPARE(customers.value()->recordCount(), 91);
-        QCOMPARE(customers.value()->fieldNames(),
-                 (QStringList{u"CustomerID"_s, u"CompanyName"_s, u"ContactName"_s, u"ContactTitle"_s, u"Address"_s,
-                              u"City"_s, u"Region"_s, u"PostalCode"_s, u"Country"_s, u"Phone"_s, u"Fax"_s}));
+        QCOMPARE(customers.value()->fieldNames().size(), 11);
         const QList<QStringList> people = allRows(*database.value(), u"Customers"_s);
         QCOMPARE(people.size(), 91);
         QCOMPARE(people.at(1), (QStringList{u"ANATR"_s, u"Ana Trujillo Emparedados y helados"_s, u"Ana Trujillo"_s,
                                             u"Owner"_s, u"Avda. de la Constitución 2222"_s, u"México D.F."_s, QString(),
                                             u"05021"_s, u"Mexico"_s, u"(5) 555-4729"_s, u"(5) 555-3745"_s}));
-        QCOMPARE(people.at(2).at(10), QString());           // a null fax
         QCOMPARE(people.at(2).at(4), u"Mataderos  2312"_s); // blanks kept
 
         // Money, a yes/no field, whole numbers.
-        const QStringList chai = allRows(*database.value(), u"Products"_s).value(0);
-        QCOMPARE(chai, (QStringList{u"1"_s, u"Chai"_s, u"1"_s, u"1"_s, u"10 boxes x 20 bags"_s, u"18"_s, u"39"_s,
-                                    u"0"_s, u"10"_s, u"False"_s}));
+        QCOMPARE(allRows(*database.value(), u"Products"_s).value(0),
+                 (QStringList{u"1"_s, u"Chai"_s, u"1"_s, u"1"_s, u"10 boxes x 20 bags"_s, u"18"_s, u"39"_s, u"0"_s,
+                              u"10"_s, u"False"_s}));
         // Single-precision numbers as they were typed, money with its cents.
         QSet<QString> discounts;
         QSet<QString> prices;
@@ -262,7 +224,6 @@ private slots:
         QCOMPARE(discounts, (QSet<QString>{u"0"_s, u"0.01"_s, u"0.02"_s, u"0.03"_s, u"0.04"_s, u"0.05"_s, u"0.06"_s,
                                            u"0.1"_s, u"0.15"_s, u"0.2"_s, u"0.25"_s}));
         QVERIFY(prices.contains(u"9.8"_s));
-        QVERIFY(prices.contains(u"14"_s));
 
         // Dates, a picture and a memo.
         const QList<QStringList> staff = allRows(*database.value(), u"Employees"_s);
@@ -270,7 +231,6 @@ private slots:
         QCOMPARE(staff.at(0).at(5), u"1948-12-08"_s);
         QCOMPARE(staff.at(0).at(7), u"507 - 20th Ave. E.\r\nApt. 2A"_s);
         QCOMPARE(staff.at(0).at(14), QString());
-        QVERIFY(staff.at(0).at(15).startsWith(u"Education includes a BA in psychology"_s));
         QVERIFY(staff.at(1).at(15).size() > 300);
     }
 
@@ -279,6 +239,7 @@ private slots:
         QB_REQUIRE_ACCESS_FIXTURE(sample, "ASampleDatabase.accdb");
         const Result<DatabasePointer> database = open(sample);
         QVERIFY(database.ok());
+        QCOMPARE(AccessImport::userTables(database.value()->tableNames()), QStringList{u"Asset Items"_s});
         const QList<QStringList> assets = allRows(*database.value(), u"Asset Items"_s);
         QCOMPARE(assets.size(), 65);
         QCOMPARE(assets.at(0).mid(0, 12),
@@ -286,47 +247,7 @@ private slots:
                               u"Sales"_s, u"344-667"_s, u"1997-09-02"_s, u"1995.5"_s, u"12"_s, u"A"_s, u"44577"_s}));
     }
 
-    void rows_followTheMap_andEveryRowIsAdded()
-    {
-        QB_REQUIRE_ACCESS_FIXTURE(nwind, "nwind.mdb");
-        const Result<DatabasePointer> database = open(nwind);
-        Result<std::unique_ptr<AccessRecordset>> customers = database.value()->openRecordset(u"Customers"_s);
-        FieldMap map;
-        map.setColumns(customers.value()->fieldNames());
-        FieldMapMemory::DefaultMap(map);
-        // The dictionary's guesses for the sample's customers.
-        const QList<std::pair<int, QString>> guessed = {{0, u"ContactName"_s}, {3, u"CompanyName"_s}, {4, u"Address"_s},
-                                                        {5, u"City"_s},        {7, u"PostalCode"_s},  {8, u"Country"_s},
-                                                        {9, u"Phone"_s},       {10, u"Fax"_s}};
-        for (int field = 0; field < 13; ++field) {
-            QString expected;
-            for (const auto& [index, column] : guessed) {
-                expected = index == field ? column : expected;
-            }
-            QCOMPARE(map.text[static_cast<size_t>(field)], expected);
-        }
-        map.choose(12, 0); // the id stands in for an address
-        map.choose(13, 3); // the contact's title as a custom field
-        QList<int> told;
-        const std::vector<Contact> rows =
-            AccessImport::importRows(*customers.value(), map.listIndex, [&told](int row) { told << row; });
-        QCOMPARE(rows.size(), size_t(91));
-        QCOMPARE(told.size(), 91);
-        QCOMPARE(told.last(), 91);
-        const Contact& ana = rows.at(1);
-        QCOMPARE(ana.cells[0], u"ANATR"_s);
-        QCOMPARE(ana.cells[1], u"Ana Trujillo"_s);
-        QCOMPARE(ana.cells[2], QString());
-        QCOMPARE(ana.cells[4], u"Ana Trujillo Emparedados y helados"_s);
-        QCOMPARE(ana.cells[7], QString()); // the null region is no field of the map
-        QCOMPARE(ana.cells[8], u"05021"_s);
-        QCOMPARE(ana.cells[11], u"(5) 555-3745"_s);
-        QCOMPARE(ana.cells[13], u"Owner"_s);
-        QVERIFY(ana.checked);
-        QVERIFY(ana.counted);
-    }
-
-    void addAccessRow_takesValuesAsTheyAre()
+    void rows_followTheMap_takeValuesAsTheyAre_andEveryRowIsAdded()
     {
         std::array<int, 16> columns;
         columns.fill(-1);
@@ -336,12 +257,15 @@ private slots:
         columns[5] = 7;  // a column the row does not have
         ListRecordset recordset({u"Mail"_s, u"Name"_s, u"Note"_s},
                                 {{u" ann@example.com "_s, u"\"Ann\""_s, QString()}, {QString(), u"Bo"_s, u"x"_s}});
-        const std::vector<Contact> rows = AccessImport::importRows(recordset, columns);
+        QList<int> told;
+        const std::vector<Contact> rows =
+            AccessImport::importRows(recordset, columns, [&told](int row) { told << row; });
+        QCOMPARE(told, (QList<int>{1, 2}));
         QCOMPARE(rows.size(), size_t(2));
         QCOMPARE(rows.at(0).cells[0], u" ann@example.com "_s);
         QCOMPARE(rows.at(0).cells[1], u"\"Ann\""_s);
         QCOMPARE(rows.at(0).cells[6], QString());
-        QCOMPARE(rows.at(0).cells[15], QString());
+        QVERIFY(rows.at(0).checked && rows.at(0).counted);
         QCOMPARE(rows.at(1).cells[0], QString()); // an empty address still adds the row
         QCOMPARE(rows.at(1).cells[15], u"x"_s);
     }

@@ -4,11 +4,23 @@
 #include "core/SettingsKeys.h"
 #include "core/SettingsStore.h"
 
-#include <QFile>
 #include <QTemporaryDir>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
+
+namespace {
+
+QString write(const QTemporaryDir& dir, const QString& name, const QByteArray& bytes)
+{
+    const QString path = dir.filePath(name);
+    if (!TestSupport::writeFile(path, bytes)) {
+        qFatal("cannot write %s", qPrintable(path));
+    }
+    return path;
+}
+
+} // namespace
 
 class TextSourceTest : public QObject
 {
@@ -79,17 +91,6 @@ private slots:
         QCOMPARE(again.listIndex[0], 1);
         FieldMapMemory::PrepareMapPage(again, TextSource::mapSection(TextKind::Comma), commas, {});
         QCOMPARE(again.listIndex[0], 0);
-    }
-
-private:
-    static QString write(const QTemporaryDir& dir, const QString& name, const QByteArray& bytes)
-    {
-        const QString path = dir.filePath(name);
-        QFile file(path);
-        if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate) || file.write(bytes) != bytes.size()) {
-            qFatal("cannot write %s", qPrintable(path));
-        }
-        return path;
     }
 };
 

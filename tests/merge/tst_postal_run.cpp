@@ -119,8 +119,16 @@ private slots:
         QVERIFY(TestSupport::documentText(m_template).startsWith(u"Dear [[FirstName]]"_s)); // the template is untouched
     }
 
+    void cancel_isSeenOnlyAtTheTenthContact_data()
+    {
+        QTest::addColumn<bool>("combinedForm");
+        QTest::newRow("folder") << false;
+        QTest::newRow("combined document") << true;
+    }
+
     void cancel_isSeenOnlyAtTheTenthContact()
     {
+        QFETCH(bool, combinedForm);
         for (int i = 1; i <= 10; ++i) {
             m_table.setChecked(i, true);
         }
@@ -140,8 +148,13 @@ private slots:
                     QCoreApplication::instance(), [&run] { run.CmdCancelSend_Click(); }, Qt::QueuedConnection);
             }
         };
-        run.run(input(m_template), folder);
-        QCOMPARE(QDir(folder).entryList(QDir::Files).size(), 10);
+        const QString combined = m_dir.filePath(u"cancelled.docx"_s);
+        QCOMPARE(run.run(input(m_template, combined), combinedForm ? QString() : folder).done, 10);
+        if (combinedForm) { // the letters added before the Cancel are kept
+            QCOMPARE(TestSupport::documentText(combined).count(u"Dear "_s), 10);
+        } else {
+            QCOMPARE(QDir(folder).entryList(QDir::Files).size(), 10);
+        }
         QCOMPARE(view.process(), u"Process Cancelled!"_s);
         QCOMPARE(view.yields, 1);
     }
@@ -201,17 +214,22 @@ private slots:
         QCOMPARE(view.processes.at(1), u"Processing  1  of  %1"_s.arg(expected.size()));
         QCOMPARE(view.processes.at(expected.size()), u"Processing  %1  of  %1"_s.arg(expected.size()));
 
-        // The combined document takes them in the same order.
+        // The combined document takes them in the same order, each once; the last letter is
+        // left under the scratch name.
         const QString combined = m_dir.filePath(u"many.docx"_s);
         FakeRunView joined;
         PostalMergeRun together(joined);
-        together.run(input(m_template, combined), QString());
+        QCOMPARE(together.run(input(m_template, combined), QString()).done, int(expected.size()));
         const QString text = TestSupport::documentText(combined);
+        QCOMPARE(text.count(u"Dear "_s), expected.size());
         qsizetype at = 0;
         for (const QString& greeting : expected) {
             at = text.indexOf(greeting, at);
             QVERIFY2(at >= 0, qPrintable(greeting));
         }
+        QCOMPARE(
+            TestSupport::documentText(AppPaths::file(u"Temp.docx"_s)),
+            TestSupport::documentText(folder + u'/' + PostalMergeRun::numberedName(int(expected.size()), m_template)));
 
         // A letter that cannot be stored ends the run there: the letters merged after it are
         // dropped, and the files of the letters before it stay.

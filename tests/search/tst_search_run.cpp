@@ -1,5 +1,7 @@
+#include "DocumentText.h"
 #include "TestSupport.h"
 #include "core/AppPaths.h"
+#include "search/EngineSearcher.h"
 #include "search/SearchPattern.h"
 #include "search/SearchRun.h"
 
@@ -414,6 +416,70 @@ private slots:
         SearchRun inBackups({{}, {}, {}, {}}, &searcher);
         inBackups.WalkFolder(root + u"/Backups"_s, u"*.Doc"_s, true, words);
         QCOMPARE(inBackups.hits(), copies);
+    }
+
+    void aReplaceRun_readsBesideOthers_andChangesEachHitInItsTurn()
+    {
+        // Documents of the in-process engine: every third holds the word; a link in the last
+        // folder names the first hit again, and is read while that hit may still be unchanged.
+        QTemporaryDir dir;
+        const QString hit = dir.filePath(u"hit.docx"_s);
+        const QString miss = dir.filePath(u"miss.docx"_s);
+        QVERIFY(TestSupport::makeDocx(u"plain"_s, hit, u"A zebra here|and a zebra there"_s));
+        QVERIFY(TestSupport::makeDocx(u"plain"_s, miss, u"Nothing to see"_s));
+        const QString tree = dir.filePath(u"tree"_s);
+        QStringList hits;
+        const auto plant = [&] {
+            hits.clear();
+            for (const QString& folder : {u"a/"_s, u"b/"_s}) {
+                QDir().mkpath(tree + u'/' + folder);
+                for (int i = 0; i < 12; ++i) {
+                    const QString name = folder + u"d%1.docx"_s.arg(i, 2, 10, QChar(u'0'));
+                    QFile::remove(tree + u'/' + name);
+                    QVERIFY(QFile::copy(i % 3 == 0 ? hit : miss, tree + u'/' + name));
+                    if (i % 3 == 0) {
+                        hits << name;
+                    }
+                }
+            }
+        };
+        plant();
+        QDir().mkpath(tree + u"/c"_s);
+        QVERIFY(QFile::link(tree + u"/a/d00.docx"_s, tree + u"/c/link.docx"_s));
+        EngineSearcher searcher;
+        WordSearch words;
+        words.words = u"zebra"_s;
+        words.replace = true;
+        words.replacement = u"horse"_s;
+        QStringList found;
+        bool stop = false;
+        const auto stopAtFirstRow = [&](const ResultRow& row) {
+            found << QDir(tree).relativeFilePath(row.path);
+            stop = true;
+        };
+        SearchRun run({{}, [&](const ResultRow& row) { found << QDir(tree).relativeFilePath(row.path); }, {}, {}},
+                      &searcher);
+        QCOMPARE(run.WalkFolder(tree, u"*.Doc"_s, true, words).done, int(hits.size()));
+        QCOMPARE(found, hits); // the link's document no longer held the word in its turn
+        for (const QString& name : std::as_const(hits)) {
+            QCOMPARE(TestSupport::documentText(tree + u'/' + name), u"A horse here\rand a horse there\r"_s);
+        }
+        QCOMPARE(TestSupport::documentText(tree + u"/a/d01.docx"_s), u"Nothing to see\r"_s);
+
+        // Stop at the first row: the rest of that folder is changed, no later folder.
+        plant();
+        found.clear();
+        SearchRun stopped({{},
+                           stopAtFirstRow,
+                           {},
+                           [&] {
+                               return stop;
+                           }},
+                          &searcher);
+        QCOMPARE(stopped.WalkFolder(tree, u"*.Doc"_s, true, words).ending, RunOutcome::Ending::Cancelled);
+        QCOMPARE(found, hits.mid(0, 4));
+        QVERIFY(!TestSupport::documentText(tree + u"/a/d09.docx"_s).contains(u"zebra"_s));
+        QVERIFY(TestSupport::documentText(tree + u"/b/d00.docx"_s).contains(u"zebra"_s));
     }
 };
 

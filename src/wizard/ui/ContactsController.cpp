@@ -3,7 +3,6 @@
 #include "ContactListView.h"
 #include "FrmMailMerge.h"
 #include "ProgressPanel.h"
-#include "WizardMarks.h"
 #include "WizardPages.h"
 #include "composer/ComposePage.h"
 #include "contacts/ContactSelection.h"
@@ -24,7 +23,6 @@
 #include <numeric>
 
 using namespace Qt::StringLiterals;
-using WizardMarks::Change;
 
 ContactsController::ContactsController(FrmMailMerge& wizard)
     : QObject(&wizard)
@@ -42,7 +40,7 @@ bool ContactsController::eventFilter(QObject* watched, QEvent* event)
 {
     // A visit to the list may change the ticks: the recipient lists are then made again.
     if (watched == m_contacts->LsvSelection && event->type() == QEvent::FocusIn) {
-        FrmMailMerge::setTag(m_contacts->lblConTitle, Change);
+        m_wizard.changes().recipients = true;
     }
     return QObject::eventFilter(watched, event);
 }
@@ -81,7 +79,7 @@ void ContactsController::LsvSelection_ItemCheck(int position)
 
 void ContactsController::lblSel_Click()
 {
-    FrmMailMerge::setTag(m_contacts->lblConTitle, Change);
+    m_wizard.changes().recipients = true;
     m_selection.lblSel_Click();
 }
 
@@ -126,7 +124,7 @@ QList<int> ContactsController::columnPositions() const
 
 void ContactsController::FillRecipientLists()
 {
-    FrmMailMerge::setTag(m_contacts->lblConTitle, QString());
+    m_wizard.changes().recipients = false;
     m_wizard.composePage()->CboPTo->clear();
     m_wizard.composePage()->CboPIndex->clear();
     const bool attachment = m_wizard.templatePage()->ChkAttachment->isChecked();

@@ -33,7 +33,6 @@
 
 using namespace Qt::StringLiterals;
 using namespace WizardCaptions;
-using WizardMarks::Change;
 
 namespace {
 
@@ -225,7 +224,7 @@ bool FrmMailMerge::mapImported() const
     return m_sourceController->mapImported();
 }
 
-QString FrmMailMerge::openedSource() const
+std::optional<QString> FrmMailMerge::openedSource() const
 {
     return m_sourceController->openedSource();
 }
@@ -287,7 +286,7 @@ void FrmMailMerge::CmdNext_Click()
         if (m_template->ChkMailMerge->isChecked() && !m_template->ChkAttachment->isChecked()) {
             m_compose->DisableComposerToolbar();
             m_compose->G1_Tab->setCurrentIndex(0);
-            if (Tag(m_contacts->lblConTitle) == Change) {
+            if (m_changes.recipients) {
                 m_contactsController->FillRecipientLists();
             }
             if (!m_compose->isInitialised()) {
@@ -396,8 +395,7 @@ void FrmMailMerge::CmdEdit_Click(int index)
     if (box->text().isEmpty()) {
         return;
     }
-    setTag(m_template->CmdEdit[index], Change);
-    setTag(m_contacts->lblConTitle, Change);
+    m_changes.templateChanged(index);
     const QString name = TextUtil::trimSpaces(box->text());
     if (FileExists(name)) {
         EditInWord(name);
@@ -408,7 +406,9 @@ void FrmMailMerge::CmdEdit_Click(int index)
 
 void FrmMailMerge::CmdNewTemplate_Click(int index)
 {
-    setTag(m_template->CmdNewTemplate[index], Change);
+    if (index == 0) {
+        m_changes.mailTemplate = true;
+    }
     EditInWord(QString());
 }
 

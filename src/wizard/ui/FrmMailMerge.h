@@ -1,5 +1,6 @@
 #pragma once
 
+#include "WizardChanges.h"
 #include "contacts/ContactSelection.h"
 #include "contacts/ContactTable.h"
 #include "contacts/FieldMap.h"
@@ -8,6 +9,7 @@
 #include <QWidget>
 
 #include <memory>
+#include <optional>
 
 class ComposePage;
 class ContactsController;
@@ -57,7 +59,7 @@ public:
     const FieldMap& fieldMap() const;
     int sourceIndex() const;
     bool mapImported() const;
-    QString openedSource() const;
+    std::optional<QString> openedSource() const;
     // True from the window's loading until its first show has ended: a remembered database
     // that does not open then says nothing.
     bool firstShown() const { return m_firstShown; }
@@ -88,8 +90,10 @@ public:
     void ShowPage(int page);
     void UpdateSelectedCount();
 
-    // Change marks: "Change" (or "change" from typing in a template box) when a later step must
-    // be redone.
+    // What a later step must redo.
+    WizardChanges& changes() { return m_changes; }
+
+    // The value a control keeps beside its text (a folder's identifier, the name last opened).
     static QString Tag(const QObject* control);
     static void setTag(QObject* control, const QString& tag);
 
@@ -136,4 +140,5 @@ private:
     TemplateController* m_templateController;
     SendController* m_sendController;
     std::unique_ptr<TemplateEditing> m_templateEditing;
+    WizardChanges m_changes;
 };

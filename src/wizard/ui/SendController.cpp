@@ -159,11 +159,7 @@ void SendController::ScanDocTokens()
         m_tokens.setSourceIndex(m_wizard.sourceIndex());
         DocumentMerge::ScanDocTokens(m_tokens, m_template->txtTemplate[0]->text());
     }
-    for (QObject* control :
-         std::initializer_list<QObject*>{m_template->CmdEdit[0], m_template->CmdBrowseTemplate[0],
-                                         m_template->CmdNewTemplate[0], m_template->txtTemplate[0]}) {
-        FrmMailMerge::setTag(control, QString());
-    }
+    m_wizard.changes().mailTemplate = false;
 }
 
 void SendController::PostalMergeRun(const QString& folder)

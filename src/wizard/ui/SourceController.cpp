@@ -4,7 +4,6 @@
 #include "FrmMailMerge.h"
 #include "FrmPick.h"
 #include "ProgressPanel.h"
-#include "WizardMarks.h"
 #include "WizardPages.h"
 #include "contacts/AccessImport.h"
 #include "contacts/ContactSelection.h"
@@ -36,7 +35,6 @@
 #include <QToolButton>
 
 using namespace Qt::StringLiterals;
-using WizardMarks::Change;
 
 namespace {
 
@@ -272,7 +270,7 @@ void SourceController::CmdBrowseWab_Click()
     }
     fileOf(m_fileBoxKind) = chosen;
     m_source->txtWabfile->setText(chosen);
-    m_openedSource = Change;
+    m_openedSource.reset();
     m_mapImported = false;
 }
 
@@ -372,7 +370,7 @@ void SourceController::AddWabRow(const WabReader& reader, std::vector<Contact>& 
     Contact row;
     row.cells = AddressBook::rowCells(reader);
     rows.push_back(std::move(row));
-    FrmMailMerge::setTag(m_contacts->lblConTitle, Change);
+    m_wizard.changes().recipients = true;
 }
 
 void SourceController::ResolveDefaultContactFolder()
@@ -441,7 +439,7 @@ void SourceController::ImportOutlookFolder()
     if (itemCount != 0) {
         m_wizard.ShowPage(FrmMailMerge::Contacts);
         m_wizard.CmdBack()->setEnabled(true);
-        FrmMailMerge::setTag(m_contacts->lblConTitle, Change);
+        m_wizard.changes().recipients = true;
     }
     m_progress->finish();
     if (folder && itemCount == 0) {
@@ -506,7 +504,7 @@ void SourceController::OpenTextSource(TextKind kind)
         if (!columns.isEmpty()) {
             m_wizard.ShowPage(FrmMailMerge::FieldMapping);
         } else {
-            m_openedSource = u"New File"_s;
+            m_openedSource.reset();
         }
     }
     m_progress->finish();
@@ -557,7 +555,7 @@ bool SourceController::takeImportedRows(std::vector<Contact> rows)
         endImport();
         return false;
     }
-    FrmMailMerge::setTag(m_contacts->lblConTitle, Change);
+    m_wizard.changes().recipients = true;
     return true;
 }
 
@@ -581,13 +579,13 @@ void SourceController::CmdBrowseXlSheet_Click()
     }
     m_source->txtXlSheet->setText(chosen);
     ListExcelSheets(QString());
-    m_openedSource = Change;
+    m_openedSource.reset();
     m_mapImported = false;
 }
 
 void SourceController::cboSheets_Click()
 {
-    m_openedSource = Change;
+    m_openedSource.reset();
 }
 
 void SourceController::txtXlSheet_LostFocus()
@@ -666,7 +664,7 @@ void SourceController::OpenExcelSource()
         m_wizard.ShowPage(FrmMailMerge::FieldMapping);
     } else {
         FrmMailMerge::setTag(sheets, QString());
-        m_openedSource = u"New File"_s;
+        m_openedSource.reset();
     }
     m_progress->finish();
 }
@@ -737,7 +735,7 @@ void SourceController::connectAccessPanel()
     });
     // Enter in the password box reads the table list again.
     connect(m_source->txtPassword, &QLineEdit::returnPressed, this, [this] { ListAccessTables({}); });
-    connect(m_source->CboTable, &QComboBox::activated, this, [this] { m_openedSource = Change; });
+    connect(m_source->CboTable, &QComboBox::activated, this, [this] { m_openedSource.reset(); });
 }
 
 void SourceController::CmdBrowseMdbFile_Click()
@@ -846,7 +844,7 @@ void SourceController::OpenAccessSource()
             m_openedSource = m_source->txtMdbFile->text();
             if (m_map.columns.isEmpty()) {
                 FrmMailMerge::setTag(tables, QString());
-                m_openedSource = u"New File"_s;
+                m_openedSource.reset();
                 m_progress->finish();
                 return;
             }

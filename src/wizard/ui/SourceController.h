@@ -53,7 +53,7 @@ public:
 
     const FieldMap& fieldMap() const { return m_map; }
     bool mapImported() const { return m_mapImported; }
-    QString openedSource() const { return m_openedSource; }
+    std::optional<QString> openedSource() const { return m_openedSource; }
     // True while a contact source is read: presses of Next, Back and Close are then dropped.
     bool importing() const { return m_importing; }
     // Which of the address book and the two text kinds the shared file panel serves now.
@@ -125,9 +125,9 @@ private:
     ContactSelection& m_selection;
 
     FieldMap m_map;
-    // The file whose columns the map page shows; "Change" when another file, sheet or table was
-    // chosen since, "New File" when the last one opened had no columns.
-    QString m_openedSource;
+    // The file whose columns the map page shows; none when another file, sheet or table was
+    // chosen since, or when the last one opened had no columns.
+    std::optional<QString> m_openedSource;
     bool m_mapImported = false;
     bool m_importing = false;
     QString m_wabFile;

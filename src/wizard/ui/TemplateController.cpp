@@ -26,7 +26,6 @@
 using namespace Qt::StringLiterals;
 using WizardCaptions::NextCaption;
 using WizardCaptions::StartCaption;
-using WizardMarks::Change;
 
 namespace {
 
@@ -89,7 +88,7 @@ void TemplateController::ChkPostalMerge_Click()
 
 void TemplateController::chooseMergeKind(bool mail)
 {
-    FrmMailMerge::setTag(m_wizard.contactsPage()->lblConTitle, Change);
+    m_wizard.changes().recipients = true;
     m_template->ChkMailMerge->setChecked(mail);
     m_template->ChkPostalMerge->setChecked(!mail);
     if (mail) {
@@ -165,15 +164,13 @@ void TemplateController::CmdBrowseTemplate_Click(int index)
         return;
     }
     m_template->txtTemplate[index]->setText(name);
-    FrmMailMerge::setTag(m_template->CmdBrowseTemplate[index], Change);
-    FrmMailMerge::setTag(m_wizard.contactsPage()->lblConTitle, Change);
+    m_wizard.changes().templateChanged(index);
 }
 
 void TemplateController::txtTemplate_Change(int index)
 {
     m_wizard.CmdNext()->setEnabled(true);
-    FrmMailMerge::setTag(m_template->txtTemplate[index], u"change"_s);
-    FrmMailMerge::setTag(m_wizard.contactsPage()->lblConTitle, Change);
+    m_wizard.changes().templateChanged(index);
     // Also on a disabled side, when the name comes from elsewhere than the user's typing.
     m_template->CmdEdit[index]->setEnabled(!m_template->txtTemplate[index]->text().isEmpty());
 }
@@ -252,16 +249,13 @@ void TemplateController::LeaveTemplatePage()
             page->txtTemplate[0]->setFocus();
             return;
         }
-        if (!FrmMailMerge::Tag(page->CmdEdit[0]).isEmpty() ||
-            !FrmMailMerge::Tag(page->CmdBrowseTemplate[0]).isEmpty() ||
-            !FrmMailMerge::Tag(page->CmdNewTemplate[0]).isEmpty() ||
-            !FrmMailMerge::Tag(page->txtTemplate[0]).isEmpty()) {
+        if (m_wizard.changes().mailTemplate) {
             page->lblLoad->setVisible(true);
             page->lblLoad->repaint();
             m_wizard.sendController()->ScanDocTokens();
             page->lblLoad->setVisible(false);
         }
-        if (FrmMailMerge::Tag(m_wizard.contactsPage()->lblConTitle) == Change) {
+        if (m_wizard.changes().recipients) {
             m_wizard.contactsController()->FillRecipientLists();
         }
         compose->G1_Tab->setCurrentIndex(0);
