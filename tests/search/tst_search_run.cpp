@@ -102,7 +102,7 @@ class SearchRunTest : public QObject
 private slots:
     void initTestCase() { TestSupport::isolateUserFolders(); }
 
-    void patterns_followTheWindowsRules()
+    void criteria_followTheWindowsRules()
     {
         const struct
         {
@@ -155,7 +155,7 @@ private slots:
         }
     }
 
-    void walk_takesOwnFilesFirst_thenSubfolders_andStopsAfterTheCurrentFoldersFiles()
+    void walk_takesOwnFilesFirst_thenSubfolders_andSkipsTemporaryFiles()
     {
         QTemporaryDir dir;
         for (const QString& name : {u"b.docx"_s, u"a.doc"_s, u"C.doc"_s, u"~$a.doc"_s, u"notes.txt"_s, u".hidden.doc"_s,
@@ -167,7 +167,10 @@ private slots:
         QCOMPARE(walk(dir.path(), true), (QStringList{u"a.doc"_s, u"b.docx"_s, u"C.doc"_s, u"c.docx"_s, u"d.doc"_s}));
         QCOMPARE(walk(dir.path() + u'/', false), (QStringList{u"a.doc"_s, u"b.docx"_s, u"C.doc"_s}));
         QVERIFY(walk(dir.filePath(u"no such folder"_s), true).isEmpty());
+    }
 
+    void stop_endsTheWalkAfterTheCurrentFoldersFiles()
+    {
         QTemporaryDir stop;
         for (const QString& name :
              {u"top.doc"_s, u"f0/x0.doc"_s, u"f1/x1.doc"_s, u"f1/y1.doc"_s, u"f1/sub/z1.doc"_s, u"f2/x2.doc"_s}) {
@@ -178,7 +181,7 @@ private slots:
                  (QStringList{u"top.doc"_s, u"x0.doc"_s, u"x1.doc"_s, u"y1.doc"_s}));
     }
 
-    void theEventLoop_runsEveryFifthFolder_andWhileDocumentsKeepItWaiting()
+    void theEventLoop_runsEveryFifthFolder_andWhenADocumentKeepsItWaiting()
     {
         QTemporaryDir dir;
         for (int i = 0; i < 12; ++i) {
@@ -207,7 +210,7 @@ private slots:
         QVERIFY2(pumps >= 3, qPrintable(QString::number(pumps)));
     }
 
-    void documentsSearchedSideBySide_giveTheWalksOrder()
+    void documentsSearchedSideBySide_giveTheWalksOrder_andTheWindowLives()
     {
         QTemporaryDir dir;
         QStringList expected; // the walk's order: a folder's own files, then its subfolders
@@ -225,6 +228,7 @@ private slots:
         QStringList statuses;
         bool stopAtA = false;
         bool stop = false;
+        int pumps = 0;
         const auto search = [&] {
             found.clear();
             statuses.clear();
@@ -233,11 +237,12 @@ private slots:
                                found << QDir(dir.path()).relativeFilePath(row.path);
                                stop = stop || (stopAtA && row.path.endsWith(u"a/d00.docx"_s));
                            },
-                           {},
+                           [&] { ++pumps; },
                            [&] {
                                return stop;
                            }},
                           &searcher);
+            run.setPumpInterval(20);
             return run.WalkFolder(dir.path(), u"*.Doc"_s, true, wordsOf(u"zebra"_s));
         };
         RunOutcome outcome = search();
@@ -249,6 +254,8 @@ private slots:
         QCOMPARE(statuses.size(), 4 + 120);
         QCOMPARE(statuses.at(1), u"Processing document: "_s + dir.filePath(u"d00.docx"_s));
         QCOMPARE(statuses.at(31), QDir::toNativeSeparators(dir.filePath(u"a"_s)));
+        // 120 documents of 3 ms each on average: the loop ran every 20 ms or so meanwhile.
+        QVERIFY2(pumps >= 120 * 3 / QThread::idealThreadCount() / 20 / 2, qPrintable(QString::number(pumps)));
 
         // Stop pressed at the first hit of folder a: the rows are the walk's first rows.
         stopAtA = true;
@@ -258,7 +265,7 @@ private slots:
         QCOMPARE(found, expected.mid(0, found.size()));
     }
 
-    void rows_carryFolderDateAndSize()
+    void rows_carryFolderDateSizeAndType()
     {
         QTemporaryDir dir;
         const QString a = dir.filePath(u"a.docx"_s);
@@ -271,6 +278,7 @@ private slots:
         QCOMPARE(row.name, u"a.docx"_s);
         QCOMPARE(row.folder, QDir(dir.path()).absolutePath());
         QCOMPARE(row.modified, u"05/03/2024 02:07:09 PM"_s);
+        QVERIFY(!row.type.isEmpty());
         QCOMPARE(row.size, u"2 KB"_s); // 1.5 rounds to the even 2
         write(dir.filePath(u"c.doc"_s), QByteArray(512, 'x'));
         QCOMPARE(ResultRow::fromFile(QFileInfo(dir.filePath(u"c.doc"_s))).size, u"0 KB"_s); // 0.5 rounds to 0
@@ -281,7 +289,7 @@ private slots:
         QCOMPARE(ResultRow::fromFile(QFileInfo(large.fileName())).size, u"40960 KB"_s);
     }
 
-    void replaceRuns_backUpEachHitByPath_andNeverSearchTheirBackupsAgain()
+    void backups_ofTwoRunsInOneSecond_areKeptApart_andNeverSearchedAgain()
     {
         // The tree is the application folder itself, so the runs' backup folders lie in it.
         const QString root = AppPaths::applicationFolder();
