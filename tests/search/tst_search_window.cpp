@@ -288,8 +288,7 @@ private slots:
         QTimer::singleShot(0, window, [window] { window->close(); });
         window->RunSearch();
         QCOMPARE(names(window->lvList), QStringList{u"top.docx"_s});
-        QTest::qWait(20);
-        QVERIFY(m_window.isNull());
+        QTRY_VERIFY(m_window.isNull());
         QCOMPARE(GetSetting(u"Search"_s, u"FolderName"_s), dir.path());
     }
 
