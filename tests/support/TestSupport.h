@@ -88,3 +88,9 @@ private:
         if (path.isEmpty())                                                                                            \
             QSKIP("the sample database ../shared/fixtures/access/" name " is not present on this machine");            \
     } while (false)
+
+#define QB_REQUIRE_FIXTURES()                                                                                          \
+    do {                                                                                                               \
+        if (TestSupport::fixturesDir().isEmpty())                                                                      \
+            QSKIP("the shared sample files (../shared/fixtures) are not present on this machine");                     \
+    } while (false)
