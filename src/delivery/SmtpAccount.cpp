@@ -21,6 +21,12 @@ SmtpAccount& SmtpAccount::current()
     return account;
 }
 
+bool SmtpAccount::tlsFromTheFirstByte() const
+{
+    constexpr int ImplicitTlsPort = 465;
+    return !noEncryption && (tls == Tls::Implicit || (tls == Tls::ByPort && port == ImplicitTlsPort));
+}
+
 SmtpAccount SmtpAccount::load()
 {
     const SettingsStore& store = SettingsStore::instance();

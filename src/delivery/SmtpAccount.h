@@ -29,6 +29,9 @@ struct SmtpAccount
     };
     Tls tls = Tls::ByPort;
 
+    // True when the connection speaks TLS from its first byte rather than starting plain.
+    bool tlsFromTheFirstByte() const;
+
     // The shared account of the running program.
     static SmtpAccount& current();
 

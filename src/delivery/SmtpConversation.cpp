@@ -14,8 +14,6 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int ImplicitTlsPort = 465;
-
 QList<QSslCertificate>& trustedExtras()
 {
     static QList<QSslCertificate> certificates;
@@ -239,9 +237,7 @@ MailTransport::Outcome SmtpConversation::openConversation(const QString& firstRe
     m_reader.clear();
     m_awaited = 1; // the greeting
     m_socket.setPeerVerifyName(m_account.server);
-    const bool implicitTls = m_account.tls == SmtpAccount::Tls::Implicit ||
-                             (m_account.tls == SmtpAccount::Tls::ByPort && m_account.port == ImplicitTlsPort);
-    if (implicitTls && !m_account.noEncryption) {
+    if (m_account.tlsFromTheFirstByte()) {
         m_socket.connectToHostEncrypted(m_account.server, static_cast<quint16>(m_account.port));
     } else {
         m_socket.connectToHost(m_account.server, static_cast<quint16>(m_account.port));

@@ -40,6 +40,16 @@ Status notOverTemplate(const QString& target, const QString& templatePath)
                : Status();
 }
 
+// Gives a letter written beside its name that name, unless that is the template's.
+Status commitStaged(const wordlink::OoxmlPackage::Staged& staged, const QString& templatePath)
+{
+    if (const Status allowed = notOverTemplate(staged.target, templatePath); !allowed.ok()) {
+        wordlink::OoxmlPackage::discard(staged);
+        return allowed;
+    }
+    return wordlink::OoxmlPackage::commit(staged);
+}
+
 } // namespace
 
 // One contact's letter, merged and waiting for its turn.
@@ -48,8 +58,9 @@ struct PostalMergeRun::Letter
     Status status;
     std::unique_ptr<wordlink::Document> document;         // merged, to be stored
     std::optional<wordlink::OoxmlPackage::Staged> staged; // or already written beside its name
-    // Or, for the combined form, the contact's values for the prepared template, which gives
-    // the letter's text (and the whole letter, should it be the last).
+    // The contact's values for the prepared template, when they fit it: in the combined form it
+    // gives the letter's text (and the whole letter under the scratch name, should it be the
+    // last).
     std::shared_ptr<const wordlink::LetterTemplate> prepared;
     QStringList values;
 
@@ -80,7 +91,9 @@ public:
     Status add(Letter& letter)
     {
         if (m_added == 0) {
-            if (const Status saved = saveLetterAs(letter, m_path); !saved.ok()) {
+            const Status saved =
+                letter.staged ? commitStaged(*letter.staged, m_templatePath) : saveLetterAs(letter, m_path);
+            if (!saved.ok()) {
                 return saved;
             }
             m_saved = 1;
@@ -297,15 +310,20 @@ private:
         }
         const auto prepared = templateFor(tokens, values);
         const bool fits = prepared && prepared->fits(values);
-        // The first letter of the combined form becomes the combined document: it is merged whole.
-        if (fits && m_folder.isEmpty() && number > 1) {
+        if (fits) {
             letter.prepared = prepared;
-            letter.values = std::move(values);
+            letter.values = values;
+        }
+        // In the combined form, the letters after the first join the document as text.
+        if (fits && m_folder.isEmpty() && number > 1) {
             return letter;
         }
-        if (fits && !m_folder.isEmpty()) {
-            Result<wordlink::OoxmlPackage::Staged> staged =
-                prepared->stageLetter(values, m_folder + u'/' + numberedName(number, m_input.templatePath));
+        // A letter of its own, or the first of the combined form when the combined document is
+        // of the letters' format, is written whole beside its name.
+        const QString ownPath = m_folder.isEmpty() ? TextUtil::trimSpaces(m_input.documentName)
+                                                   : m_folder + u'/' + numberedName(number, m_input.templatePath);
+        if (fits && ownPath.endsWith(DocumentMerge::mergedExtension(m_templatePath), Qt::CaseInsensitive)) {
+            Result<wordlink::OoxmlPackage::Staged> staged = prepared->stageLetter(values, ownPath);
             if (staged.ok()) {
                 letter.staged = std::move(staged).value();
             } else {
@@ -373,11 +391,7 @@ Status PostalMergeRun::storeLetter(Letter& merged, const Input& input, const QSt
 {
     const QString templatePath = TextUtil::trimSpaces(input.templatePath);
     if (merged.staged) {
-        if (const Status allowed = notOverTemplate(merged.staged->target, templatePath); !allowed.ok()) {
-            wordlink::OoxmlPackage::discard(*merged.staged);
-            return allowed;
-        }
-        return wordlink::OoxmlPackage::commit(*merged.staged);
+        return commitStaged(*merged.staged, templatePath);
     }
     const QString target = folder + u'/' + numberedName(m_done, input.templatePath);
     Status saved = notOverTemplate(target, templatePath);

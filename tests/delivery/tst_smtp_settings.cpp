@@ -64,6 +64,27 @@ private slots:
         QCOMPARE(dialog->lblSec->text(), u"90 Seconds"_s);
     }
 
+    void port465_speaksTlsFromTheFirstByte_unlessEncryptionIsOff()
+    {
+        struct Case
+        {
+            int port;
+            SmtpAccount::Tls tls;
+            bool noEncryption;
+            bool expected;
+        };
+        using enum SmtpAccount::Tls;
+        for (const Case& one :
+             {Case{465, ByPort, false, true}, Case{587, ByPort, false, false}, Case{25, ByPort, false, false},
+              Case{465, ByPort, true, false}, Case{2525, Implicit, false, true}, Case{465, StartTls, false, false}}) {
+            SmtpAccount account;
+            account.port = one.port;
+            account.tls = one.tls;
+            account.noEncryption = one.noEncryption;
+            QVERIFY2(account.tlsFromTheFirstByte() == one.expected, qPrintable(QString::number(one.port)));
+        }
+    }
+
     void storedAccount_fillsTheForm_andLoginBoxesLookOffWhenUnchecked()
     {
         SaveSetting(u"SMTP"_s, u"SMTPServer"_s, u"mail.example.org"_s);

@@ -115,8 +115,15 @@ private slots:
         QVERIFY(text.startsWith(u"Dear Name2,"_s));
         QCOMPARE(text.count(u"Dear "_s), 3);
         QVERIFY(text.contains(u"\fDear ,"_s)); // the second letter: plain text behind a page break
-        QVERIFY(QFile::exists(AppPaths::file(u"Temp.docx"_s)));
         QVERIFY(TestSupport::documentText(m_template).startsWith(u"Dear [[FirstName]]"_s)); // the template is untouched
+
+        // One contact: the document is that letter, which is also left under the scratch name.
+        QFile::remove(AppPaths::file(u"Temp.docx"_s));
+        m_table.setChecked(5, false);
+        m_table.setChecked(9, false);
+        QCOMPARE(run.run(input(m_template, combined), QString()).done, 1);
+        QVERIFY(TestSupport::documentText(combined).startsWith(u"Dear Name2,"_s));
+        QCOMPARE(TestSupport::documentText(AppPaths::file(u"Temp.docx"_s)), TestSupport::documentText(combined));
     }
 
     void cancel_isSeenOnlyAtTheTenthContact_data()

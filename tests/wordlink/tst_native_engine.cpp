@@ -111,7 +111,6 @@ private slots:
         QVERIFY(find(u"[[FirstName]]"_s, {true, false, false}));
         QVERIFY(find(u"club"_s, {false, true, false}));
         QVERIFY(!find(u"clu"_s, {false, true, false}));
-        QVERIFY(find(u"Quill"_s));
         QVERIFY(!find(u"Header"_s)); // only in the header
         QVERIFY(find(u"[[WebPage]] or [[webpage]]"_s));
         // Wildcards: case counts, and the syntax of Word.
@@ -370,24 +369,16 @@ private slots:
 #else
         Q_UNUSED(before)
 #endif
-    }
 
-    void aDeclaredTwoGigabyteEntry_isRefusedBeforeReading()
-    {
-        const QString path = m_dir.filePath(u"huge.docx"_s);
-        QVERIFY(writeZip(path, u"[('word/document.xml', '<w:document/>')]"_s));
-        QFile file(path);
-        QVERIFY(file.open(QIODevice::ReadWrite));
-        QByteArray bytes = file.readAll();
-        // Claim 2.5 GB in the central directory's uncompressed size of the entry.
-        const qsizetype central = bytes.indexOf("PK\x01\x02");
-        QVERIFY(central > 0);
-        putLittleEndian(bytes, central + 24, 2500u * 1024u * 1024u);
-        file.seek(0);
-        file.write(bytes);
-        file.close();
-        const auto opened = m_application->Open(path, true);
-        QVERIFY(!opened.ok());
+        // An entry claiming 2.5 GB in the central directory is refused before it is read.
+        const QString huge = m_dir.filePath(u"huge.docx"_s);
+        QVERIFY(writeZip(huge, u"[('word/document.xml', '<w:document xmlns:w=\"http://schemas.openxmlformats.org/"
+                               u"wordprocessingml/2006/main\"><w:body><w:p/></w:body></w:document>')]"_s));
+        QVERIFY(m_application->Open(huge, true).ok());
+        bytes = TestSupport::readFile(huge);
+        putLittleEndian(bytes, bytes.indexOf("PK\x01\x02") + 24, 2500u * 1024u * 1024u);
+        QVERIFY(TestSupport::writeFile(huge, bytes));
+        QVERIFY(!m_application->Open(huge, true).ok());
     }
 };
 

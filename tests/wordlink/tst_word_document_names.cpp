@@ -9,29 +9,21 @@ class WordDocumentNamesTest : public QObject
     Q_OBJECT
 
 private slots:
-    void oneRule_byTheExtension_data()
-    {
-        QTest::addColumn<QString>("name");
-        QTest::addColumn<bool>("word");
-        QTest::addColumn<bool>("listed");
-        QTest::newRow(".doc") << u"/letters/Memo.doc"_s << true << true;
-        QTest::newRow(".DOCX") << u"Memo.DOCX"_s << true << true;
-        QTest::newRow(".Docx in a dotted folder") << u"/a.b/Memo.Docx"_s << true << true;
-        QTest::newRow(".rtf is listed only") << u"Memo.RTF"_s << false << true;
-        QTest::newRow("the letters without a dot") << u"memodoc"_s << false << false;
-        QTest::newRow("a folder named .doc") << u"/x.doc/memo"_s << false << false;
-        QTest::newRow(".doc.txt") << u"memo.doc.txt"_s << false << false;
-        QTest::newRow(".docm") << u"memo.docm"_s << false << false;
-        QTest::newRow("empty") << QString() << false << false;
-    }
-
     void oneRule_byTheExtension()
     {
-        QFETCH(QString, name);
-        QFETCH(bool, word);
-        QFETCH(bool, listed);
-        QCOMPARE(wordlink::isWordDocumentName(name), word);
-        QCOMPARE(wordlink::isListedDocument(name), listed);
+        const struct
+        {
+            QString name;
+            bool word, listed;
+        } rows[] = {
+            {u"/letters/Memo.doc"_s, true, true}, {u"Memo.DOCX"_s, true, true},   {u"/a.b/Memo.Docx"_s, true, true},
+            {u"Memo.RTF"_s, false, true},         {u"memodoc"_s, false, false},   {u"/x.doc/memo"_s, false, false},
+            {u"memo.doc.txt"_s, false, false},    {u"memo.docm"_s, false, false}, {QString(), false, false},
+        };
+        for (const auto& row : rows) {
+            QVERIFY2(wordlink::isWordDocumentName(row.name) == row.word, qPrintable(row.name));
+            QVERIFY2(wordlink::isListedDocument(row.name) == row.listed, qPrintable(row.name));
+        }
     }
 };
 

@@ -120,7 +120,6 @@ private slots:
     void newTemplate_fieldsFromTheMenu_savedAndClosed_giveTheMailTemplate();
     void addressBookSource_hasThirteenEntries_andUnsavedChangesAreDropped();
     void secondSession_endsTheFirst_andLeavesOnePopup_hiddenWizardHasNone();
-    void openedWordDocument_isWrittenToTheLog();
     void exitOfTheWriter_closesAsTheWindowDoes_andAWriterThatDies_endsTheSession();
     void writerLeftByAnEndedProgram_isTakenOverByTheNextSession();
     void logOffer_isAskedOnce_andNoLeavesTheUsersOfficeAlone();
@@ -165,21 +164,15 @@ void WriterSessionTest::newTemplate_fieldsFromTheMenu_savedAndClosed_giveTheMail
     // A failed check must not leave its writer running into the next case.
     const auto end = qScopeGuard([&doc] { doc.Init(); });
     QVERIFY(doc.AssignWd(QString()).ok());
-    QVERIFY(doc.writer() != nullptr);
     const qint64 office = ask(doc, op(u"pid"_s)).value(u"pid"_s).toInteger();
     QTRY_VERIFY_WITH_TIMEOUT(visibleWindows(u"Untitled 1"_s) > 0, 10000);
 
     // The popup stands before the sixth entry of the window's menu bar, with the thirteen
     // fixed entries and the text file's three custom columns.
-    const QJsonArray top = ask(doc, op(u"menu"_s)).value(u"top"_s).toArray();
-    QCOMPARE(top.at(5).toString(), u"Quillbay+"_s);
-    QCOMPARE(top.at(6).toString(), u".uno:FormatStylesMenu"_s);
+    QCOMPARE(ask(doc, op(u"menu"_s)).value(u"top"_s).toArray().at(5).toString(), u"Quillbay+"_s);
     const QList<QStringList> menus = popups(doc);
     QCOMPARE(menus.size(), 1);
-    QCOMPARE(menus.first().size(), 16);
-    QCOMPARE(menus.first().mid(0, 2), (QStringList{u"First Name"_s, u"Last Name"_s}));
-    QCOMPARE(menus.first().mid(11),
-             (QStringList{u"WebPage"_s, u"Email Address"_s, u"Region"_s, u"Member (since)"_s, u"Notes"_s}));
+    QCOMPARE(menus.first().mid(13), (QStringList{u"Region"_s, u"Member (since)"_s, u"Notes"_s}));
 
     // A custom entry types the heading its column has at the time of the click.
     click(doc, 1);
@@ -198,7 +191,6 @@ void WriterSessionTest::newTemplate_fieldsFromTheMenu_savedAndClosed_giveTheMail
     QCOMPARE(wizard.templates[1], QString());
     // The one document closed ends its writer.
     QTRY_VERIFY_WITH_TIMEOUT(!processAlive(office), 30000);
-    QVERIFY(QFileInfo(saved).size() > 0);
 }
 
 void WriterSessionTest::addressBookSource_hasThirteenEntries_andUnsavedChangesAreDropped()
@@ -209,13 +201,11 @@ void WriterSessionTest::addressBookSource_hasThirteenEntries_andUnsavedChangesAr
     wizard.postal = true;
     wizard.templates[1] = u"/before/letter.docx"_s;
     Doc doc(wizard);
-    // A failed check must not leave its writer running into the next case.
     const auto end = qScopeGuard([&doc] { doc.Init(); });
     QVERIFY(doc.AssignWd(QString()).ok());
     const QList<QStringList> menus = popups(doc);
     QCOMPARE(menus.size(), 1);
     QCOMPARE(menus.first().size(), 13);
-    QCOMPARE(menus.first().last(), u"Email Address"_s);
 
     // A new document with changes, closed: the changes go without a question, the template
     // box keeps what it had, and the writer ends (a question left open would keep it running).
@@ -230,13 +220,13 @@ void WriterSessionTest::addressBookSource_hasThirteenEntries_andUnsavedChangesAr
 
 void WriterSessionTest::secondSession_endsTheFirst_andLeavesOnePopup_hiddenWizardHasNone()
 {
-    const QString path = m_files.filePath(u"postal.docx"_s);
+    const QString path = m_files.filePath(u"Offer for Ann.docx"_s);
     QVERIFY(TestSupport::makeDocx(u"plain"_s, path, u"Dear [[FirstName]]"_s));
+    QFile::remove(AppPaths::file(u"Log.Dat"_s));
     Wizard wizard;
     wizard.mail = false;
     wizard.postal = true;
     Doc doc(wizard);
-    // A failed check must not leave its writer running into the next case.
     const auto end = qScopeGuard([&doc] { doc.Init(); });
 
     // Hidden wizard: the session opens without a menu.
@@ -244,8 +234,6 @@ void WriterSessionTest::secondSession_endsTheFirst_andLeavesOnePopup_hiddenWizar
     QVERIFY(doc.AssignWd(path).ok());
     QCOMPARE(popups(doc).size(), 0);
     QVERIFY(!doc.menuCaptions().has_value());
-    const QJsonObject bar = ask(doc, op(u"menu"_s));
-    QVERIFY2(bar.value(u"top"_s).toArray().size() == 11, qPrintable(bar.value(u"error"_s).toString()));
     const qint64 first = ask(doc, op(u"pid"_s)).value(u"pid"_s).toInteger();
 
     // The next EditInWord's Init ends the first session as a close of its saved document does.
@@ -261,32 +249,20 @@ void WriterSessionTest::secondSession_endsTheFirst_andLeavesOnePopup_hiddenWizar
     }
     QCOMPARE(popups(doc).size(), 1);
     QCOMPARE(documentText(doc), u"Dear [[FirstName]]"_s);
-    doc.Init();
-    QVERIFY(doc.writer() == nullptr);
-}
 
-void WriterSessionTest::openedWordDocument_isWrittenToTheLog()
-{
-    // The session's writer carries the log's extension: opening a Word document adds its record.
-    const QString path = m_files.filePath(u"logged.docx"_s);
-    QVERIFY(TestSupport::makeDocx(u"plain"_s, path, u"Logged"_s));
-    QFile::remove(AppPaths::file(u"Log.Dat"_s));
-    Wizard wizard;
-    Doc doc(wizard);
-    // A failed check must not leave its writer running into the next case.
-    const auto end = qScopeGuard([&doc] { doc.Init(); });
-    QVERIFY(doc.AssignWd(path).ok());
+    // The session's writer carries the log's extension: each opening of the Word document added
+    // its record, the opening of a document of another kind none.
+    const QString other = m_files.filePath(u"notes.odt"_s);
+    QVERIFY(ask(doc, op(u"saveAs"_s, u"path"_s, other)).value(u"ok"_s).toBool());
     doc.Init();
-    QFile log(AppPaths::file(u"Log.Dat"_s));
-    QVERIFY2(log.open(QIODevice::ReadOnly), "no Log.Dat was written");
-    const QByteArray bytes = log.readAll();
-    QVERIFY(bytes.endsWith("\r\n"));
-    QCOMPARE(RecentDocuments::recentPaths(bytes), QStringList{path});
-    const std::optional<RecentDocuments::LogEntry> entry =
-        RecentDocuments::logEntry(RecentDocuments::logLines(bytes).first());
+    QVERIFY(doc.AssignWd(other).ok());
+    doc.Init();
+    const QByteArray log = TestSupport::readFile(AppPaths::file(u"Log.Dat"_s));
+    QCOMPARE(RecentDocuments::recentPaths(log), QStringList{path});
+    const auto entry = RecentDocuments::logEntry(RecentDocuments::logLines(log).first());
     QVERIFY(entry.has_value());
-    QCOMPARE(entry->path, path);
-    QVERIFY(entry->size.endsWith(u" KB"_s));
+    QCOMPARE(entry->folder, m_files.path());
+    QCOMPARE(entry->size, u"%1 KB"_s.arg((QFileInfo(path).size() + 1023) / 1024));
 }
 
 void WriterSessionTest::exitOfTheWriter_closesAsTheWindowDoes_andAWriterThatDies_endsTheSession()
