@@ -28,10 +28,9 @@ public:
     // True when this document may be read on another thread, beside others (a search of the
     // in-process engine); SearchDocument with a search that changes nothing must then be safe to
     // call so.
-    virtual bool searchesBesideOthers(const QString& path, const WordSearch& search) const
+    virtual bool searchesBesideOthers(const QString& path) const
     {
         Q_UNUSED(path)
-        Q_UNUSED(search)
         return false;
     }
     // Ends the work of a run (the office suite is released).

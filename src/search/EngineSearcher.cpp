@@ -66,9 +66,8 @@ Result<bool> EngineSearcher::SearchDocument(const QString& path, const WordSearc
     return true;
 }
 
-bool EngineSearcher::searchesBesideOthers(const QString& path, const WordSearch& search) const
+bool EngineSearcher::searchesBesideOthers(const QString& path) const
 {
-    Q_UNUSED(search)
     return wordlink::isNativeFormat(path);
 }
 

@@ -20,7 +20,7 @@ public:
     ~EngineSearcher() override;
 
     Result<bool> SearchDocument(const QString& path, const WordSearch& search, const QString& backupCopy) override;
-    bool searchesBesideOthers(const QString& path, const WordSearch& search) const override;
+    bool searchesBesideOthers(const QString& path) const override;
     void finish() override;
 
 private:

@@ -143,7 +143,7 @@ void SearchRun::walk(const QString& folder, const QString& pattern, bool subfold
         if (!SearchPattern::matchesFileName(file.fileName(), pattern)) {
             continue;
         }
-        if (words && m_searcher != nullptr && m_searcher->searchesBesideOthers(file.absoluteFilePath(), *words)) {
+        if (words && m_searcher != nullptr && m_searcher->searchesBesideOthers(file.absoluteFilePath())) {
             searchBesideOthers(file.absoluteFilePath(), *words);
             continue;
         }

@@ -48,7 +48,7 @@ public:
         --m_running;
         return hit;
     }
-    bool searchesBesideOthers(const QString&, const WordSearch&) const override { return m_sideBySide; }
+    bool searchesBesideOthers(const QString&) const override { return m_sideBySide; }
     void finish() override {}
     int widest() const { return m_widest; }
 
