@@ -3,33 +3,34 @@
 #include "contacts/DataSources.h"
 #include "contacts/DelimitedText.h"
 #include "contacts/FieldMap.h"
-#include "contacts/MailNamespace.h"
 
 #include <QObject>
+#include <QScopedValueRollback>
 #include <QString>
 #include <QStringList>
 
-#include <memory>
 #include <optional>
 #include <vector>
 
-class AccessDatabase;
+class AddressBookController;
 class ContactSelection;
 class ContactTable;
 class ContactsPage;
+class ExcelAccessController;
 class FieldMapPage;
 class FrmMailMerge;
 class ProgressPanel;
 class QLineEdit;
 class SourcePage;
-class WabReader;
 struct Contact;
 struct WizardMemoryValues;
 
 // The first pages of the merge wizard: the contact source (page 0) and the map of its columns
 // onto the merge fields (page 6). Reads the chosen source into the wizard's contact table; the
 // address book and the mail client's folder go straight to the contact page, the mapped sources
-// through the map page.
+// through the map page. The text files are read here; the address book and the mail client's
+// folder by an AddressBookController, the workbook and the database by an ExcelAccessController,
+// both of which share the map and the import steps below.
 class SourceController : public QObject
 {
     Q_OBJECT
@@ -61,59 +62,38 @@ public:
     // The source whose columns the map page shows, once one has been opened.
     std::optional<SourceKind> mappedSource() const { return m_mappedSource; }
 
+    // Shared with the controllers of the other sources: the map they fill, what the map page
+    // shows, and the steps of an import.
+    FieldMap& fieldMap() { return m_map; }
+    void setOpenedSource(std::optional<QString> path) { m_openedSource = std::move(path); }
+    void setMapImported(bool imported) { m_mapImported = imported; }
+    void setMappedSource(SourceKind source) { m_mappedSource = source; }
+    // Marks a source as being read until the returned guard goes.
+    [[nodiscard]] QScopedValueRollback<bool> markImporting();
+    // Next on a file source with an empty file box: "Choose a Valid file!" and the focus to the box.
+    bool hasFileName(QLineEdit* box);
+    // After each row read, the progress advances and every 200th row the pending events are let
+    // through; the rows read go into the contact table (false, the step ended, when there are
+    // none); the step's end hides the progress and counts the rows as selected.
+    void importRowRead(qsizetype rowsRead);
+    bool takeImportedRows(std::vector<Contact> rows);
+    void endImport();
+    // The map page for the columns just read from the source.
+    void PrepareMapPage(const MapSection& where, const QString& path, const QString& chosenSheetOrTable);
+    void showFieldMap();
+
 private:
     void connectSourcePage();
-    void connectAccessPanel();
     void connectFieldMapPage();
     void ShowSourcePanel(int index);
     void LstDataSrc_Click(int index);
     // The path the file panel keeps for the address book or a text kind.
     QString& fileOf(SourceKind kind);
     void CmdBrowseWab_Click();
-    // Next on a file source with an empty file box: "Choose a Valid file!" and the focus to the box.
-    bool hasFileName(QLineEdit* box);
-    // The address book: the file dialog of the shared file panel, and Next on the first page,
-    // which fills the contact table at once (no map page) and rows of AddWabRow.
-    void BrowseAddressBook();
-    void ImportWabFile();
-    void AddWabRow(const WabReader& reader, std::vector<Contact>& rows);
-    // The mail client's contact folder: the folder the panel starts with, its dialog, and Next
-    // on the first page, which fills the contact table at once from the folder's contacts.
-    void ResolveDefaultContactFolder();
-    void CmdBrowse_Click();
-    void ImportOutlookFolder();
-    void ReadContactItems(const std::vector<MailContactItem>& items);
     void OpenTextSource(TextKind kind);
     void ImportTextFile(TextKind kind);
-    void CmdBrowseXlSheet_Click();
-    void cboSheets_Click();
-    void txtXlSheet_LostFocus();
-    void ListExcelSheets(const QString& lastFile);
-    void OpenExcelSource();
-    // The column names of the chosen sheet; empty when the file is gone, nothing when the
-    // workbook or the sheet cannot be read.
-    std::optional<QStringList> ReadSheetHeadings(int sheetNumber);
-    void ImportExcelSheet();
-    // Reads the chosen sheet's rows into the table; false when the step ends without rows.
-    bool ReadExcelRows();
-    void CmdBrowseMdbFile_Click();
-    void ListAccessTables(const QString& lastFile);
-    std::unique_ptr<AccessDatabase> OpenAccessDatabase();
-    void OpenAccessSource();
-    QStringList ReadTableColumns(int tableIndex);
-    void ImportAccessTable();
-
-    // Steps shared by the importers of the mapped sources: after each row read, the progress
-    // advances and every 200th row the pending events are let through; the rows read go into
-    // the contact table (false, the step ended, when there are none); the step's end hides the
-    // progress and counts the rows as selected.
-    void importRowRead(qsizetype rowsRead);
-    bool takeImportedRows(std::vector<Contact> rows);
-    void endImport();
 
     // The map page.
-    void PrepareMapPage(const MapSection& where, const QString& path, const QString& chosenSheetOrTable);
-    void showFieldMap();
     void mapChanged();
 
     FrmMailMerge& m_wizard;
@@ -123,6 +103,8 @@ private:
     ProgressPanel* m_progress;
     ContactTable& m_table;
     ContactSelection& m_selection;
+    AddressBookController* m_addressBook;
+    ExcelAccessController* m_excelAccess;
 
     FieldMap m_map;
     // The file whose columns the map page shows; none when another file, sheet or table was
