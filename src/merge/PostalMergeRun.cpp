@@ -40,6 +40,13 @@ Status notOverTemplate(const QString& target, const QString& templatePath)
                : Status();
 }
 
+// Saves a merged letter under `target`, unless that is the template.
+Status saveLetterAs(wordlink::Document& letter, const QString& target, const QString& templatePath)
+{
+    const Status allowed = notOverTemplate(target, templatePath);
+    return allowed.ok() ? letter.SaveAs(target) : allowed;
+}
+
 // Gives a letter written beside its name that name, unless that is the template's.
 Status commitStaged(const wordlink::OoxmlPackage::Staged& staged, const QString& templatePath)
 {
@@ -91,8 +98,8 @@ public:
     Status add(Letter& letter)
     {
         if (m_added == 0) {
-            const Status saved =
-                letter.staged ? commitStaged(*letter.staged, m_templatePath) : saveLetterAs(letter, m_path);
+            const Status saved = letter.staged ? commitStaged(*letter.staged, m_templatePath)
+                                               : saveLetterAs(*letter.document, m_path, m_templatePath);
             if (!saved.ok()) {
                 return saved;
             }
@@ -139,26 +146,17 @@ public:
 private:
     static constexpr qint64 SaveEveryMs = 1000;
 
-    Status saveLetterAs(const Letter& letter, const QString& target) const
-    {
-        const Status allowed = notOverTemplate(target, m_templatePath);
-        return allowed.ok() ? letter.document->SaveAs(target) : allowed;
-    }
-
     Status saveLastAsScratch() const
     {
         if (m_last.document) {
-            return saveLetterAs(m_last, m_scratch);
+            return saveLetterAs(*m_last.document, m_scratch, m_templatePath);
         }
         // No letter was added, or the last one failed after its predecessor was closed.
         if (!m_last.prepared) {
             return {};
         }
-        if (const Status allowed = notOverTemplate(m_scratch, m_templatePath); !allowed.ok()) {
-            return allowed;
-        }
         const Result<wordlink::OoxmlPackage::Staged> staged = m_last.prepared->stageLetter(m_last.values, m_scratch);
-        return staged.ok() ? wordlink::OoxmlPackage::commit(staged.value()) : Status(staged.error());
+        return staged.ok() ? commitStaged(staged.value(), m_templatePath) : Status(staged.error());
     }
 
     Status save()
@@ -393,11 +391,8 @@ Status PostalMergeRun::storeLetter(Letter& merged, const Input& input, const QSt
     if (merged.staged) {
         return commitStaged(*merged.staged, templatePath);
     }
-    const QString target = folder + u'/' + numberedName(m_done, input.templatePath);
-    Status saved = notOverTemplate(target, templatePath);
-    if (saved.ok()) {
-        saved = merged.document->SaveAs(target);
-    }
+    const Status saved =
+        saveLetterAs(*merged.document, folder + u'/' + numberedName(m_done, input.templatePath), templatePath);
     merged.document->Close();
     return saved;
 }
@@ -409,25 +404,20 @@ RunOutcome PostalMergeRun::run(const Input& input, const QString& folder)
     m_view.setWaitCursor(true);
     InitRunProgress(input.selectedCount);
     m_done = 0;
+    m_view.setFolderText(u"Processing Postal Merge Function"_s);
+    std::optional<Combined> combined;
     if (folder.isEmpty()) {
         m_outputName = TextUtil::lastPathPart(TextUtil::trimSpaces(input.documentName));
-        m_view.setFolderText(u"Processing Postal Merge Function"_s);
         m_view.setStatus(QString());
+        combined.emplace(*application, input);
     } else {
-        m_view.setFolderText(u"Processing Postal Merge Function"_s);
         m_view.setStatus(numberedName(1, input.templatePath));
-    }
-    if (!folder.isEmpty()) {
         // Letters a killed run had written but not yet named.
         wordlink::OoxmlPackage::removeUnfinishedSaves(folder);
     }
     m_view.showRunPage(QString());
     m_view.setNext(u"Finish"_s, false);
 
-    std::optional<Combined> combined;
-    if (folder.isEmpty()) {
-        combined.emplace(*application, input);
-    }
     RunOutcome outcome;
     int yieldCount = 0;
     Press press(input, folder, *application);

@@ -94,7 +94,7 @@ void SearchRun::giveEvents(std::size_t waiting)
         m_steps.pop_front();
         if (step.answers.valid()) {
             const Result<bool>& found = step.answers.get().at(static_cast<std::size_t>(step.index));
-            if (step.changeOnHit && found.ok() && found.value()) {
+            if (m_words->replace && found.ok() && found.value()) {
                 SearchDocument(step.document, *m_words);
             } else {
                 if (m_events.status) {
@@ -239,7 +239,7 @@ void SearchRun::searchBesideOthers(const QString& path, const WordSearch& words)
         m_batch->answers = m_batch->search->get_future().share();
     }
     m_batch->documents << path;
-    m_steps.push_back({{}, m_batch->answers, m_batch->documents.size() - 1, path, words.replace});
+    m_steps.push_back({{}, m_batch->answers, m_batch->documents.size() - 1, path});
     if (m_batch->documents.size() == BatchSize) {
         startBatch();
     }

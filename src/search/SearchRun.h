@@ -91,7 +91,6 @@ private:
         std::shared_future<Answers> answers;
         qsizetype index = 0;
         QString document;
-        bool changeOnHit = false; // a replace run: a hit is then changed in its turn
     };
 
     void walk(const QString& folder, const QString& pattern, bool subfolders, const std::optional<WordSearch>& words);
@@ -127,7 +126,7 @@ private:
     QElapsedTimer m_sincePump;
     QSet<QString> m_visited;
     bool m_stopped = false;
-    std::optional<WordSearch> m_words;
+    std::optional<WordSearch> m_words; // a replace run changes each document found in its turn
     std::deque<Step> m_steps;
     std::shared_ptr<Batch> m_batch; // being filled
     WorkerPool m_pool;
