@@ -21,6 +21,8 @@
 #include <QPushButton>
 #include <QSplitter>
 #include <QTest>
+#include <QTimer>
+#include <QToolButton>
 #include <QTreeWidget>
 
 using namespace Qt::StringLiterals;
@@ -134,33 +136,6 @@ private slots:
         QVERIFY(!window.isVisible()); // shown by the splash once loaded
     }
 
-    void aboutBox_isTheSplashWithOnlyItsOkButton()
-    {
-        FrmFileList* window = startProgram();
-        QVERIFY(window);
-        window->findChild<QAction*>(u"MnuAbtW"_s)->trigger();
-        QPointer<FrmSplash> about = window->findChild<FrmSplash*>(u"frmSplash"_s);
-        QVERIFY(about);
-        QVERIFY(about->isModal());
-        QCOMPARE(about->findChild<QLabel*>(u"lblLoading"_s)->text(), u"Version "_s + QStringLiteral(QUILLBAY_VERSION));
-        QVERIFY(!about->findChild<QPushButton*>(u"cmdButton_0"_s)->isVisible());
-        about->findChild<QPushButton*>(u"cmdButton_1"_s)->click();
-        QTRY_VERIFY(about.isNull());
-    }
-
-    void welcomeTurnedOff_showsOnlyTheMainWindow_andFeaturesStillOpensIt()
-    {
-        FrmFileList* window = startProgram();
-        QVERIFY(window);
-        QTest::qWait(50);
-        QVERIFY(!FrmWelcome::instance()->isVisible());
-        window->findChild<QAction*>(u"mnuFeatures"_s)->trigger();
-        FrmWelcome* welcome = FrmWelcome::instance();
-        QVERIFY(welcome->isVisible());
-        QVERIFY(!welcome->ChkDontShow()->isVisible());
-        QVERIFY(welcome->ChkDontShow()->isChecked());
-    }
-
     void welcomeKeys_saveTheCheckbox()
     {
         FrmWelcome* welcome = FrmWelcome::instance();
@@ -184,7 +159,7 @@ private slots:
         QCOMPARE(setting(Keys::Flash), u"0"_s);
     }
 
-    void unload_savesTheWindow_andLeavesTheOfficeFlagOff()
+    void unload_savesTheWindow_unlessMinimised_andLeavesTheOfficeFlagOff()
     {
         SettingsStore::instance().setValue(Keys::WordRunning, u"Y"_s);
         const QString gone = TestSupport::homeFolder() + u"/moved away"_s;
@@ -197,23 +172,23 @@ private slots:
         window->move(90, 120);
         window->resize(800, 500);
         window->close();
-        QCOMPARE(setting(Keys::MainLeft), u"1350"_s);
-        QCOMPARE(setting(Keys::MainTop), u"1800"_s);
-        QCOMPARE(setting(Keys::MainWidth), u"12000"_s);
-        QCOMPARE(setting(Keys::MainHeight), u"7500"_s);
+        const QStringList rectangle{u"1350"_s, u"1800"_s, u"12000"_s, u"7500"_s};
+        const auto stored = [] {
+            return QStringList{setting(Keys::MainLeft), setting(Keys::MainTop), setting(Keys::MainWidth),
+                               setting(Keys::MainHeight)};
+        };
+        QCOMPARE(stored(), rectangle);
         QCOMPARE(setting(Keys::AddressBarFile), gone);
         QCOMPARE(setting(Keys::WordRunning), u"N"_s);
-    }
 
-    void minimisedUnload_keepsTheRectangleOfTheLastNormalExit()
-    {
-        SaveSetting(u"FileList"_s, u"MainLeft"_s, u"2000"_s);
-        FrmFileList* window = startProgram();
+        // Closed minimised, the rectangle of the last normal exit stays.
+        window = startProgram();
         QVERIFY(window);
+        window->move(300, 300);
         window->showMinimized();
         QTRY_VERIFY(window->isMinimized());
         window->close();
-        QCOMPARE(setting(Keys::MainLeft), u"2000"_s);
+        QCOMPARE(stored(), rectangle);
     }
 
     void theMainWindowsCommands_bringUpTheirWindows()
@@ -226,19 +201,42 @@ private slots:
         QCOMPARE(messages.texts(), QStringList{u"Logfile not found !"_s});
         QCOMPARE(messages.messages().first().title, u"Quillbay+"_s);
 
+        // The about box is the splash with only its OK button.
+        window->findChild<QAction*>(u"MnuAbtW"_s)->trigger();
+        QPointer<FrmSplash> about = window->findChild<FrmSplash*>(u"frmSplash"_s);
+        QVERIFY(about && about->isModal());
+        QCOMPARE(about->findChild<QLabel*>(u"lblLoading"_s)->text(), u"Version "_s + QStringLiteral(QUILLBAY_VERSION));
+        QVERIFY(!about->findChild<QPushButton*>(u"cmdButton_0"_s)->isVisible());
+        about->findChild<QPushButton*>(u"cmdButton_1"_s)->click();
+        QTRY_VERIFY(about.isNull());
+
+        // Features shows the welcome turned off, without its checkbox.
+        QVERIFY(!FrmWelcome::instance()->isVisible());
+        window->findChild<QAction*>(u"mnuFeatures"_s)->trigger();
+        FrmWelcome* welcome = FrmWelcome::instance();
+        QVERIFY(welcome->isVisible());
+        QVERIFY(!welcome->ChkDontShow()->isVisible());
+        QVERIFY(welcome->ChkDontShow()->isChecked());
+
         emit window->mailingListRequested();
         QVERIFY(FrmMailMerge::instance()->isVisible());
         emit window->searchRequested();
         QVERIFY(FrmSearch::instance()->isVisible());
         emit window->settingsRequested();
         QVERIFY(FrmSmtp::instance()->isVisible());
-        QFile log(AppPaths::file(u"Log.Dat"_s));
-        QVERIFY(log.open(QIODevice::WriteOnly));
-        const QString sep(QChar(0x81));
-        log.write((u"/docs/a.docx"_s + sep + u"x"_s + sep + u"y"_s + sep + u"z"_s + sep + u"3\r\n"_s).toUtf8());
-        log.close();
+
+        // View Log opens one modeless log window; the menu entry raises it without reading again.
+        QVERIFY(TestSupport::writeFile(
+            AppPaths::file(u"Log.Dat"_s),
+            QStringList{u"/docs/a.docx"_s, u"x"_s, u"y"_s, u"z"_s, u"3\r\n"_s}.join(QChar(0x81)).toUtf8()));
+        window->findChild<QToolButton*>(u"lblViewLog"_s)->click();
+        QPointer<FrmShowLog> log = FrmShowLog::instance();
+        QVERIFY(log->isVisible());
+        QVERIFY(!log->isModal());
+        QTRY_COMPARE(log->lvList->topLevelItemCount(), 1);
         window->findChild<QAction*>(u"MnuLgDtls"_s)->trigger();
-        QTRY_VERIFY(FrmShowLog::instance()->isVisible());
+        QCOMPARE(FrmShowLog::instance(), log.data());
+        QVERIFY(!log->tmrStart->isActive());
         delete FrmMailMerge::instance();
         delete FrmSearch::instance();
         delete FrmSmtp::instance();

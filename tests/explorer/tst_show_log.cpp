@@ -1,21 +1,15 @@
 #include "TestSupport.h"
-#include "app/Main.h"
 #include "core/AppPaths.h"
 #include "core/ListSeparator.h"
 #include "core/SettingsKeys.h"
-#include "explorer/FrmFileList.h"
 #include "explorer/FrmShowLog.h"
 #include "wordlink/UserOffice.h"
 
-#include <QDir>
 #include <QFile>
-#include <QHeaderView>
 #include <QLabel>
 #include <QPointer>
-#include <QStatusBar>
 #include <QTest>
 #include <QTimer>
-#include <QToolButton>
 #include <QTreeWidget>
 
 using namespace Qt::StringLiterals;
@@ -92,7 +86,6 @@ private slots:
     void cleanup()
     {
         delete FrmShowLog::instance();
-        delete mainWindow();
         QFile::remove(AppPaths::file(u"Log.Dat"_s));
     }
 
@@ -144,35 +137,41 @@ private slots:
         QCOMPARE(QRect(window->pos(), window->size()), QRect(67, 67, 533, 433)); // 1000, 1000, 8000, 6500 twips
         delete window;
 
-        const QList<const SettingKey*> keys{&Keys::LogLeft, &Keys::LogTop, &Keys::LogWidth, &Keys::LogHeight};
+        const SettingKey* keys[] = {&Keys::LogLeft, &Keys::LogTop, &Keys::LogWidth, &Keys::LogHeight};
         const auto stored = [&keys] {
             QStringList values;
             for (const SettingKey* key : keys) {
                 values << setting(*key);
             }
-            return values;
+            return values.join(u' ');
         };
         const QStringList twips{u"1500"_s, u"3000"_s, u"9000"_s, u"6000"_s};
-        for (int i = 0; i < keys.size(); ++i) {
-            SettingsStore::instance().setValue(*keys.at(i), twips.at(i));
+        for (int i = 0; i < 4; ++i) {
+            SettingsStore::instance().setValue(*keys[i], twips.at(i));
         }
-        window = loadedLogWindow();
-        QVERIFY(window);
-        QCOMPARE(QRect(window->pos(), window->size()), QRect(100, 200, 600, 400));
-        window->resize(660, 450);
-        window->move(150, 90);
-        window->close();
-        QCOMPARE(stored(), (QStringList{u"2250"_s, u"1350"_s, u"9900"_s, u"6750"_s}));
-
-        // Minimised, the window keeps the rectangle it had before.
-        window = loadedLogWindow();
-        QVERIFY(window);
-        window->move(120, 60);
-        window->resize(600, 420);
-        window->showMinimized();
-        QTRY_VERIFY(window->isMinimized());
-        window->close();
-        QCOMPARE(stored(), (QStringList{u"1800"_s, u"900"_s, u"9000"_s, u"6300"_s}));
+        // Closed as it stands, and minimised with the rectangle it had before.
+        const struct
+        {
+            bool minimised;
+            QRect rectangle;
+            QString twips;
+        } passes[] = {{false, {150, 90, 660, 450}, u"2250 1350 9900 6750"_s},
+                      {true, {120, 60, 600, 420}, u"1800 900 9000 6300"_s}};
+        for (const auto& pass : passes) {
+            window = loadedLogWindow();
+            QVERIFY(window);
+            if (!pass.minimised) {
+                QCOMPARE(QRect(window->pos(), window->size()), QRect(100, 200, 600, 400));
+            }
+            window->move(pass.rectangle.topLeft());
+            window->resize(pass.rectangle.size());
+            if (pass.minimised) {
+                window->showMinimized();
+                QTRY_VERIFY(window->isMinimized());
+            }
+            window->close();
+            QCOMPARE(stored(), pass.twips);
+        }
     }
 
     void doubleClickAndEnter_openTheDocument_withRunningSetMeanwhile()
@@ -211,23 +210,6 @@ private slots:
         QVERIFY(messages.lastText().contains(gone));
         QCOMPARE(messages.messages().first().icon, MessageIcon::Information);
         QCOMPARE(setting(Keys::WordRunning), u"N"_s);
-    }
-
-    void viewLog_opensOneLogWindow_modeless()
-    {
-        SettingsStore::instance().setValue(Keys::Flash, u"1"_s);
-        writeLog(record({u"/d/a.doc"_s, u"1"_s, u"2"_s, u"3"_s, u"4"_s}));
-        Main();
-        QVERIFY(QTest::qWaitFor([] { return mainWindow() != nullptr && mainWindow()->isVisible(); }, 5000));
-        mainWindow()->findChild<QToolButton*>(u"lblViewLog"_s)->click();
-        QPointer<FrmShowLog> window = FrmShowLog::instance();
-        QVERIFY(window->isVisible());
-        QVERIFY(!window->isModal());
-        QTRY_COMPARE(window->lvList->topLevelItemCount(), 1);
-        // The menu entry raises the same window, without reading the log again.
-        mainWindow()->findChild<QAction*>(u"MnuLgDtls"_s)->trigger();
-        QCOMPARE(FrmShowLog::instance(), window.data());
-        QVERIFY(!window->tmrStart->isActive());
     }
 };
 
