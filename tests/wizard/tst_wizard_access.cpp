@@ -1,4 +1,4 @@
-#include "WizardTest.h"
+#include "WizardFixture.h"
 #include "contacts/AccessDatabase.h"
 
 // The database source of the merge wizard, on real Access files: the table list, the password,

@@ -1,6 +1,6 @@
 #include "DocumentText.h"
 #include "SmtpSink.h"
-#include "WizardTest.h"
+#include "WizardFixture.h"
 #include "composer/ComposePage.h"
 #include "core/AppPaths.h"
 #include "wordlink/BridgeDocument.h"

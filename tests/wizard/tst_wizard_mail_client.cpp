@@ -1,5 +1,5 @@
 #include "ThunderbirdBooks.h"
-#include "WizardTest.h"
+#include "WizardFixture.h"
 #include "core/ListSeparator.h"
 #include "wizard/ui/FrmPick.h"
 
