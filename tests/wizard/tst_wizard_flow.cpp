@@ -276,6 +276,9 @@ private slots:
         m_wizard->CmdNext_Click();
         QCOMPARE(messages.texts().mid(messages.texts().size() - 2),
                  (QStringList{u"Choose the document name to be saved"_s, u"Not a Legal Source"_s}));
+        Dialogs::setNextResult(m_dir.filePath(u"all.Docx"_s)); // any letter case
+        page->cmdBrowseDoc->click();
+        QCOMPARE(page->txtDocs->text(), m_dir.filePath(u"all.Docx"_s));
         page->txtDocs->setText(letter);
         m_wizard->CmdNext_Click();
         QCOMPARE(messages.lastText(), u"Document Name Invalid"_s);

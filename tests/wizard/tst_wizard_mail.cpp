@@ -168,12 +168,17 @@ private slots:
                                                    "\nfrom events@example.org\nauth off\ntls off\n"));
         QFile::setPermissions(config, QFile::ReadOwner | QFile::WriteOwner);
         SettingsStore::instance().setValue(Keys::SendmailPath, msmtp + u" -C "_s + config);
-        composeFor(u"<p>Hello [[FirstName]]</p>"_s);
+        const QString logo = m_dir.filePath(u"logo.gif"_s);
+        QVERIFY(TestSupport::writeFile(logo, QByteArray("GIF89a", 6) + QByteArray(500, '\x07')));
+        composeFor(u"<p>Hello [[FirstName]]</p><img src=\"file://"_s + logo + u"\">"_s);
         m_wizard->sendPage()->OptOutbox->setChecked(true);
         m_wizard->CmdNext_Click();
         QCOMPARE(m_wizard->finishPage()->lblheader->text(), u"Sending Mails via Outlook Outbox"_s);
         QCOMPARE(m_wizard->finishPage()->lblSendProcess->text(), u"All mails are successfully sent."_s);
-        QCOMPARE(sink.messages(3).size(), 3);
+        const QList<SmtpSink::StoredMessage> stored = sink.messages(3);
+        QCOMPARE(stored.size(), 3);
+        // The picture keeps its file reference.
+        QVERIFY(SmtpSink::decodedHtml(stored.at(2).content).contains("src=\"file://"));
     }
 };
 
