@@ -18,7 +18,6 @@
 #include <QApplication>
 #include <QClipboard>
 #include <QComboBox>
-#include <QFile>
 #include <QFontInfo>
 #include <QImage>
 #include <QLabel>
