@@ -13,20 +13,17 @@
 #include "merge/TokenEngine.h"
 #include "wordlink/DocumentEngine.h"
 #include "wordlink/OfficeBridge.h"
-#include "wordlink/PdfExport.h"
 
 #include <QAction>
 #include <QApplication>
 #include <QClipboard>
 #include <QComboBox>
-#include <QFile>
 #include <QFontInfo>
 #include <QImage>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
 #include <QMimeData>
-#include <QPdfDocument>
 #include <QScrollBar>
 #include <QStyleOptionToolButton>
 #include <QTabWidget>
@@ -47,11 +44,21 @@ private:
     std::unique_ptr<TokenEngine> m_tokens;
     std::unique_ptr<ComposePage> m_page;
 
+    // A new composer as the wizard shows it, in its room inside the wizard.
+    void openPage()
+    {
+        m_page = std::make_unique<ComposePage>();
+        m_page->resize(730, 420);
+        m_page->show();
+        m_page->activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(m_page.get()));
+        m_page->InitComposer();
+        m_page->setMergeSources(m_tokens.get(), {});
+    }
+
+    // The recipient lists of both previews, as the wizard fills them with the first rows.
     void fillRecipients(int rows)
     {
-        for (QComboBox* box : {m_page->CboPTo, m_page->CboPIndex, m_page->cboPAtTo, m_page->CboPAtIndex}) {
-            box->clear();
-        }
         for (int row = 1; row <= rows; ++row) {
             m_page->CboPTo->addItem(m_table.cell(row, 0));
             m_page->CboPIndex->addItem(QString::number(row));
@@ -80,16 +87,7 @@ private:
         option.subControls = QStyle::SC_ToolButton | QStyle::SC_ToolButtonMenu;
         const QRect area =
             colour->style()->subControlRect(QStyle::CC_ToolButton, &option, QStyle::SC_ToolButtonMenu, colour);
-        QTest::mousePress(colour, Qt::LeftButton, {}, area.center());
-        QTest::mouseRelease(colour, Qt::LeftButton, {}, area.center());
-    }
-
-    QString makeImage(const QString& name)
-    {
-        QImage picture(8, 8, QImage::Format_RGB32);
-        picture.fill(Qt::blue);
-        const QString path = m_dir.filePath(name);
-        return picture.save(path, "PNG") ? path : QString();
+        QTest::mouseClick(colour, Qt::LeftButton, {}, area.center());
     }
 
 private slots:
@@ -108,7 +106,6 @@ private slots:
         }
         m_table.setCustomHeading(13, u"Member"_s);
         m_tokens = std::make_unique<TokenEngine>(m_table);
-        m_tokens->setSourceIndex(5);
     }
 
     void cleanupTestCase() { wordlink::OfficeBridge::instance().shutdown(); }
@@ -118,14 +115,7 @@ private slots:
         TestSupport::resetSettings();
         Dialogs::clearNextResults();
         m_tokens->setSourceIndex(5);
-        m_page = std::make_unique<ComposePage>();
-        m_page->resize(730, 420); // the composer's room inside the wizard
-        m_page->show();
-        QVERIFY(QTest::qWaitForWindowExposed(m_page.get()));
-        m_page->activateWindow();
-        QVERIFY(QTest::qWaitForWindowActive(m_page.get()));
-        m_page->InitComposer();
-        m_page->setMergeSources(m_tokens.get(), {});
+        openPage();
     }
 
     void cleanup() { m_page.reset(); }
@@ -143,7 +133,6 @@ private slots:
         QCOMPARE(barColor(u"Color"_s), face);
         QCOMPARE(barColor(u"HColor"_s), face);
         QVERIFY(!m_page->TbEdit_MouseDown(m_page->TbEdit->buttonLeft(u"Color"_s) + 30)); // no frame while greyed
-        QVERIFY(!m_page->framColor->isVisible());
         QTest::mouseClick(m_page->dhtCompose->viewport(), Qt::LeftButton);
         QVERIFY(m_page->cboFontSize->isEnabled());
         QCOMPARE(barColor(u"Color"_s), QColor(Qt::red));
@@ -151,16 +140,12 @@ private slots:
         QVERIFY(m_page->previewStale());
     }
 
-    void theRememberedFont_holdsFromTheFirstCharacter_andTheBoxesFollowTheCaret()
+    void theRememberedFont_holdsFromTheFirstCharacter()
     {
-        // A font the desktop has, and a size, as the wizard remembered them.
-        const QString family = QFontInfo(QFont(u"Monospace"_s)).family();
+        const QString family = QFontInfo(QFont(u"Monospace"_s)).family(); // one the desktop has
         SettingsStore::instance().setValue(Keys::ComposerFontName, family);
         SettingsStore::instance().setValue(Keys::ComposerFontSize, u"5"_s);
-        m_page = std::make_unique<ComposePage>();
-        m_page->show();
-        QVERIFY(QTest::qWaitForWindowActive(m_page.get()));
-        m_page->InitComposer();
+        openPage();
         QCOMPARE(m_page->cboFont->currentText(), family);
         QCOMPARE(m_page->cboFontSize->currentText(), u"5"_s);
         QTest::keyClicks(m_page->dhtCompose, u"Hello"_s);
@@ -168,19 +153,6 @@ private slots:
         cursor.setPosition(1);
         QCOMPARE(cursor.charFormat().fontFamilies().toStringList().value(0), family);
         QCOMPARE(cursor.charFormat().fontPointSize(), 18.0);
-
-        // A click into other text writes its font into the boxes, without applying anything.
-        m_page->dhtCompose->moveCursor(QTextCursor::End);
-        m_page->dhtCompose->textCursor().insertText(u" small"_s, [] {
-            QTextCharFormat format;
-            format.setFontPointSize(8);
-            return format;
-        }());
-        const QString before = m_page->DocumentHTML();
-        QTest::mouseClick(m_page->dhtCompose->viewport(), Qt::LeftButton, {},
-                          m_page->dhtCompose->cursorRect(m_page->dhtCompose->textCursor()).center());
-        QCOMPARE(m_page->cboFontSize->currentText(), u"1"_s);
-        QCOMPARE(m_page->DocumentHTML(), before);
     }
 
     void theColourDropDowns_openTheFrameForTheirColour_andItsSwatchesApply()
@@ -188,9 +160,7 @@ private slots:
         QTest::mouseClick(m_page->dhtCompose->viewport(), Qt::LeftButton);
         m_page->dhtCompose->setPlainText(u"one two"_s);
         m_page->dhtCompose->selectAll();
-
         pressDropDown(u"HColor"_s);
-        QVERIFY(m_page->framColor->isVisible());
         QCOMPARE(m_page->framColor->tag(), u"HC"_s);
         QTest::mouseClick(m_page->framColor->lblColor[9], Qt::LeftButton); // yellow
         QVERIFY(!m_page->framColor->isVisible());
@@ -199,19 +169,10 @@ private slots:
 
         pressDropDown(u"Color"_s);
         QCOMPARE(m_page->framColor->tag(), u"C"_s);
-        QTest::mouseClick(m_page->framColor->lblColor[3], Qt::LeftButton);
-        QVERIFY(m_page->DocumentHTML().contains(u"color:#008000"_s));
-        QCOMPARE(barColor(u"Color"_s), QColor(QRgb(0x008000)));
-
-        pressDropDown(u"Color"_s);
         Dialogs::setNextResult(u"#123456"_s);
         QTest::mouseClick(m_page->framColor->cmdMoreColors, Qt::LeftButton);
         QVERIFY(m_page->DocumentHTML().contains(u"color:#123456"_s));
-        pressDropDown(u"HColor"_s);
-        Dialogs::setNextResult(QString()); // the dialog cancelled
-        m_page->cmdMoreColors_Click();
-        QCOMPARE(m_page->picHColor, QColor(QRgb(0xFFFF00)));
-        QVERIFY(!m_page->framColor->isVisible());
+        QCOMPARE(barColor(u"Color"_s), QColor(QRgb(0x123456)));
 
         // A press on the button itself applies its colour to the selection, with no frame.
         m_page->dhtCompose->setPlainText(u"three"_s);
@@ -221,45 +182,31 @@ private slots:
         QVERIFY(m_page->DocumentHTML().contains(u"color:#123456"_s));
     }
 
-    void theFieldMenu_followsTheSourceKind_andOpensOnTheEditTabOnly()
+    void aField_goesToTheCaretInTheBoxesFont_andLeavesTheClipboardAsItWas()
     {
+        // The custom fields are offered for mapped sources only.
         QMenu* menu = m_page->MnuMergeFlds();
         m_page->PrepareFieldMenu(false, {u"Member"_s, u"Region"_s, u"Since"_s});
-        for (const QString& name : {u"MnuCus1"_s, u"MnuCus2"_s, u"MnuCus3"_s}) {
-            QVERIFY(!menu->findChild<QAction*>(name)->isVisible());
-        }
+        QVERIFY(!menu->findChild<QAction*>(u"MnuCus1"_s)->isVisible());
         m_page->PrepareFieldMenu(true, {u"Member"_s, u"Region"_s, u"Since"_s});
-        QAction* custom = menu->findChild<QAction*>(u"MnuCus2"_s);
-        QVERIFY(custom->isVisible());
-        QCOMPARE(custom->text(), u"Region"_s);
-        QCOMPARE(custom->data().toString(), u"[[Region]]"_s);
-
-        m_page->G1_Tab->setCurrentIndex(1);
-        m_page->lblMergeFields_Click();
-        QVERIFY(!menu->isVisible());
-        m_page->G1_Tab->setCurrentIndex(0);
+        QCOMPARE(menu->findChild<QAction*>(u"MnuCus2"_s)->text(), u"Region"_s);
         m_page->lblMergeFields_Click();
         QVERIFY(QTest::qWaitFor([menu] { return menu->isVisible(); }, 2000));
         menu->close();
-    }
 
-    void aField_goesToTheCaretInTheBoxesFont_andLeavesTheClipboardAsItWas()
-    {
         auto* held = new QMimeData;
         held->setText(u"the user's own text"_s);
         QImage picture(4, 4, QImage::Format_RGB32);
         picture.fill(Qt::green);
         held->setImageData(picture);
         QApplication::clipboard()->setMimeData(held);
-
-        m_page->PrepareFieldMenu(true, {u"Member"_s, u"Region"_s, u"Since"_s});
         m_page->dhtCompose->setPlainText(u"Dear ,"_s);
         QTextCursor cursor = m_page->dhtCompose->textCursor();
         cursor.setPosition(5);
         m_page->dhtCompose->setTextCursor(cursor);
         m_page->cboFontSize->setCurrentText(u"4"_s);
-        m_page->MnuMergeFlds()->findChild<QAction*>(u"MnuFirstName"_s)->trigger();
-        m_page->MnuMergeFlds()->findChild<QAction*>(u"MnuCus1"_s)->trigger();
+        menu->findChild<QAction*>(u"MnuFirstName"_s)->trigger();
+        menu->findChild<QAction*>(u"MnuCus1"_s)->trigger();
         QCOMPARE(m_page->dhtCompose->toPlainText(), u"Dear [[FirstName]]\t[[Member]]\t,"_s);
         cursor.setPosition(7);
         QCOMPARE(cursor.charFormat().fontPointSize(), 14.0);
@@ -274,73 +221,73 @@ private slots:
     {
         m_page->setDocumentHTML(u"<p>First</p>"_s);
         m_page->G1_Tab->setCurrentIndex(1);
-        QVERIFY(m_page->txtSource->toPlainText().contains(u"First"_s));
         QVERIFY(m_page->txtSource->hasFocus());
         QVERIFY(QFontInfo(m_page->txtSource->font()).fixedPitch());
-        QFile working(AppPaths::file(u"myhtml.htm"_s));
-        QVERIFY(working.open(QIODevice::ReadOnly));
-        QCOMPARE(QString::fromUtf8(working.readAll()), m_page->txtSource->toPlainText() + u'\n');
-        working.close();
+        const QString working = AppPaths::file(u"myhtml.htm"_s);
+        QVERIFY(m_page->txtSource->toPlainText().contains(u"First"_s));
+        QCOMPARE(QString::fromUtf8(TestSupport::readFile(working)), m_page->txtSource->toPlainText() + u'\n');
         QTest::keyClicks(m_page->txtSource, u"x"_s);
         QVERIFY(m_page->previewStale());
         m_page->txtSource->setPlainText(u"<html><body><h2>Changed</h2><p>in the source</body>"_s);
         m_page->G1_Tab->setCurrentIndex(0);
         QCOMPARE(m_page->dhtCompose->toPlainText().trimmed(), u"Changed\nin the source"_s);
-        QVERIFY(working.open(QIODevice::ReadOnly));
-        QCOMPARE(working.readAll(), QByteArray("<html><body><h2>Changed</h2><p>in the source</body>\n"));
-        working.close();
+        QCOMPARE(TestSupport::readFile(working), QByteArray("<html><body><h2>Changed</h2><p>in the source</body>\n"));
     }
 
     void toolbarCommands_writeTheirFormattingIntoTheHtml()
     {
         m_page->dhtCompose->setPlainText(u"one\ntwo"_s);
         m_page->dhtCompose->selectAll();
-        for (const QString& key : {u"Bold"_s, u"Italic"_s, u"UnderLine"_s, u"Numbers"_s, u"Center"_s}) {
-            QTest::mouseClick(button(key), Qt::LeftButton);
+        QTest::mouseClick(button(u"Bold"_s), Qt::LeftButton);
+        // Each command in turn, and a mark of the HTML it leaves (or takes away).
+        const struct
+        {
+            QString key;
+            QString mark;
+            bool present;
+        } steps[] = {
+            {u"Italic"_s, u"font-style:italic"_s, true},
+            {u"UnderLine"_s, u"text-decoration: underline"_s, true},
+            {u"Center"_s, u"align=\"center\""_s, true},
+            {u"Numbers"_s, u"<ol"_s, true},
+            {u"Numbers"_s, u"<ol"_s, false},
+            {u"Bullets"_s, u"<ul"_s, true},
+            {u"Indent"_s, u"-qt-list-indent: 2"_s, true},
+            {u"Outdent"_s, u"-qt-list-indent: 1"_s, true},
+            {u"Right"_s, u"align=\"right\""_s, true},
+        };
+        for (const auto& step : steps) {
+            m_page->TbEdit_ButtonClick(step.key);
+            QVERIFY2(m_page->DocumentHTML().contains(step.mark) == step.present, qPrintable(step.key));
         }
-        QString html = m_page->DocumentHTML();
-        for (const QString& mark : {u"font-weight:700"_s, u"font-style:italic"_s, u"text-decoration: underline"_s,
-                                    u"<ol"_s, u"align=\"center\""_s}) {
-            QVERIFY2(html.contains(mark), qPrintable(mark));
-        }
-        m_page->TbEdit_ButtonClick(u"Numbers"_s);
-        QVERIFY(!m_page->DocumentHTML().contains(u"<ol"_s));
-        m_page->TbEdit_ButtonClick(u"Bullets"_s);
-        m_page->TbEdit_ButtonClick(u"Indent"_s);
-        QVERIFY(m_page->DocumentHTML().contains(u"<ul"_s));
-        QVERIFY(m_page->DocumentHTML().contains(u"-qt-list-indent: 2"_s));
-        m_page->TbEdit_ButtonClick(u"Outdent"_s);
-        QVERIFY(m_page->DocumentHTML().contains(u"-qt-list-indent: 1"_s));
-        m_page->TbEdit_ButtonClick(u"Right"_s);
-        QVERIFY(m_page->DocumentHTML().contains(u"align=\"right\""_s));
+        QVERIFY(m_page->DocumentHTML().contains(u"font-weight:700"_s));
 
         m_page->dhtCompose->moveCursor(QTextCursor::End);
         Dialogs::setNextResult(u"https://example.org/club"_s);
         m_page->TbEdit_ButtonClick(u"Link"_s);
         QVERIFY(m_page->DocumentHTML().contains(u"href=\"https://example.org/club\""_s));
-        Dialogs::setNextResult(QString()); // a cancelled picture dialog inserts nothing
-        m_page->TbEdit_ButtonClick(u"Picture"_s);
-        QVERIFY(!m_page->DocumentHTML().contains(u"<img"_s));
 
-        // A picture is referenced by its absolute path, in a form the mail run finds the file by,
-        // also with blanks and letters beyond ASCII in its name.
-        const QString png = makeImage(u"club logo ö.png"_s);
-        QVERIFY(!png.isEmpty());
+        // A picture is referenced by its absolute path, in a form the mail run and the preview
+        // find the file by, also with blanks and letters beyond ASCII in its name.
+        QImage blue(8, 8, QImage::Format_RGB32);
+        blue.fill(Qt::blue);
+        const QString png = m_dir.filePath(u"club logo ö.png"_s);
+        QVERIFY(blue.save(png, "PNG"));
         Dialogs::setNextResult(png);
         m_page->TbEdit_ButtonClick(u"Picture"_s);
-        html = m_page->DocumentHTML();
+        const QString html = m_page->DocumentHTML();
         QVERIFY(html.contains(u"src=\"file://"_s + png + u"\""_s));
         const auto embedded = InlineImages::Embed(html);
         QCOMPARE(embedded.InlineImageList, png);
         QVERIFY(embedded.html.contains(u"src=cid:club logo ö.png"_s));
+        fillRecipients(1);
+        m_page->G1_Tab->setCurrentIndex(2);
+        const QVariant shown =
+            m_page->dhtPreview->document()->resource(QTextDocument::ImageResource, QUrl(u"file://"_s + png));
+        QCOMPARE(shown.value<QImage>().size(), blue.size());
+        m_page->G1_Tab->setCurrentIndex(0);
         m_page->TbEdit_ButtonClick(u"UNDO"_s);
         QVERIFY(!m_page->DocumentHTML().contains(u"<img"_s));
-        m_page->TbEdit_ButtonClick(u"REDO"_s);
-        QVERIFY(m_page->DocumentHTML().contains(u"<img"_s));
-
-        m_page->MnuControls->findChild<QAction*>(u"MnuSelectAll"_s)->trigger();
-        m_page->MnuControls->findChild<QAction*>(u"MnuDelete"_s)->trigger();
-        QVERIFY(m_page->dhtCompose->toPlainText().isEmpty());
     }
 
     void openAndSave_checkTheirNames()
@@ -360,12 +307,7 @@ private slots:
         const QString saved = m_dir.filePath(u"saved.htm"_s);
         Dialogs::setNextResult(saved);
         m_page->SaveHtmlFile();
-        QFile out(saved);
-        QVERIFY(out.open(QIODevice::ReadOnly));
-        QCOMPARE(QString::fromUtf8(out.readAll()), m_page->DocumentHTML() + u'\n');
-        QCOMPARE(m_page->txtSource->property("Tag").toString(), saved);
-        Dialogs::setNextResult(QString()); // cancelled: nothing changes
-        m_page->SaveHtmlFile();
+        QCOMPARE(QString::fromUtf8(TestSupport::readFile(saved)), m_page->DocumentHTML() + u'\n');
         QCOMPARE(m_page->txtSource->property("Tag").toString(), saved);
     }
 
@@ -391,94 +333,59 @@ private slots:
         QCOMPARE(m_page->TxtPScrl->text(), u"1"_s);
         QCOMPARE(m_page->dhtPreview->toPlainText(), u"Dear Ann (ann@example.com) M-17"_s);
 
-        // An unchanged text is not merged again; a changed one is, when the tab is entered again.
+        // A changed text is merged again when the tab is entered again.
         m_page->G1_Tab->setCurrentIndex(0);
-        m_page->setDocumentHTML(u"<p>Hello [[FirstName]]</p>"_s);
+        QTest::keyClicks(m_page->dhtCompose, u"!"_s);
         m_page->G1_Tab->setCurrentIndex(2);
-        QCOMPARE(m_page->dhtPreview->toPlainText(), u"Dear Ann (ann@example.com) M-17"_s);
-        m_page->G1_Tab->setCurrentIndex(0);
-        QTest::keyClick(m_page->dhtCompose, Qt::Key_End);
-        m_page->G1_Tab->setCurrentIndex(2);
-        QCOMPARE(m_page->dhtPreview->toPlainText(), u"Hello Ann"_s);
-        QVERIFY(!m_page->previewStale());
-
-        // Custom tokens are merged for file-like sources only.
-        m_tokens->setSourceIndex(0);
-        m_page->setDocumentHTML(u"<p>[[Member]]</p>"_s);
-        m_page->CboPTo_Click();
-        QCOMPARE(m_page->dhtPreview->toPlainText(), u"[[Member]]"_s);
+        QCOMPARE(m_page->dhtPreview->toPlainText(), u"!Dear Ann (ann@example.com) M-17"_s);
     }
 
-    void theAttachmentView_scrollsAPageLargerThanItsBox()
-    {
-        PageView* view = m_page->PicOleAt;
-        m_page->G1_Tab->setCurrentIndex(3);
-        QImage page(800, 1100, QImage::Format_RGB32);
-        page.fill(Qt::white);
-        view->showPage(page);
-        QVERIFY(view->horizontalBar->isVisible());
-        QVERIFY(view->verticalBar->isVisible());
-        view->verticalBar->setValue(view->verticalBar->maximum());
-        QCOMPARE(view->picture->y(), -view->verticalBar->maximum());
-        // The wheel over the page turns the vertical bar.
-        QWheelEvent wheel(QPointF(10, 10), view->picture->mapToGlobal(QPointF(10, 10)), {}, QPoint(0, 120),
-                          Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase, false);
-        QApplication::sendEvent(view->picture, &wheel);
-        QVERIFY(view->verticalBar->value() < view->verticalBar->maximum());
-        // A new page starts at its top left.
-        view->showPage(page);
-        QCOMPARE(view->verticalBar->value(), 0);
-        // A page that fits shows no bars.
-        QImage small(200, 150, QImage::Format_RGB32);
-        view->showPage(small);
-        QVERIFY(!view->horizontalBar->isVisible());
-        QVERIFY(!view->verticalBar->isVisible());
-    }
-
-    void theAttachmentPreview_showsTheFirstPage_withoutTheBlankFieldText_andKeepsTheWindowAlive()
+    void theAttachmentPreview_showsTheChosenContactsFirstPage_andNoPageWhenItsCopyFails()
     {
         const QString letter = m_dir.filePath(u"letter.docx"_s);
         QVERIFY(TestSupport::makeDocx(u"letter"_s, letter)); // two pages
         const QString preview = AppPaths::file(u"DocPreview.docx"_s);
-        QString lastText;
+        QList<int> merged;
         bool fail = false;
-        int merges = 0;
         m_page->setMergeSources(m_tokens.get(), [&](int row) -> Result<QString> {
-            ++merges;
+            merged << row;
             if (fail) {
                 return Error{1, u"no copy"_s};
             }
             auto application = wordlink::NewApplication();
-            const Status merged = DocumentMerge(*application, *m_tokens).MergeDocAllFields(row, letter, preview);
-            if (!merged.ok()) {
-                return merged.error();
-            }
-            lastText = application->Open(preview, true).value()->ContentText().value();
-            return preview;
+            const Status made = DocumentMerge(*application, *m_tokens).MergeDocAllFields(row, letter, preview);
+            return made.ok() ? Result<QString>(preview) : Result<QString>(made.error());
         });
         fillRecipients(3);
-        QCOMPARE(merges, 0); // filling the list merges nothing
+        QVERIFY(merged.isEmpty()); // filling the list merges nothing
         m_page->G1_Tab->setCurrentIndex(3);
-        QCOMPARE(merges, 1);
-        QVERIFY(lastText.startsWith(u"Dear Ann,"_s));
-        const QPixmap first = m_page->PicOleAt->picture->pixmap();
+        QCOMPARE(merged, QList<int>{1});
+        PageView* view = m_page->PicOleAt;
+        const QImage first = view->picture->pixmap().toImage();
         QVERIFY(!first.isNull());
-        // One page of the two, at the screen's size of a page.
-        QPdfDocument pdf;
-        QCOMPARE(pdf.load(wordlink::exportPdf(preview).value()), QPdfDocument::Error::None);
-        QCOMPARE(pdf.pageCount(), 2);
-        QCOMPARE(first.height(), qRound(pdf.pagePointSize(0).height() * 96 / 72));
-        QVERIFY(m_page->PicOleAt->verticalBar->isVisible());
 
+        // A page larger than its box scrolls, by its bar and by the wheel over it.
+        QVERIFY(view->horizontalBar->isVisible());
+        QVERIFY(view->verticalBar->isVisible());
+        view->verticalBar->setValue(view->verticalBar->maximum());
+        QCOMPARE(view->picture->y(), -view->verticalBar->maximum());
+        QWheelEvent wheel(QPointF(10, 10), view->picture->mapToGlobal(QPointF(10, 10)), {}, QPoint(0, 120),
+                          Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase, false);
+        QApplication::sendEvent(view->picture, &wheel);
+        QVERIFY(view->verticalBar->value() < view->verticalBar->maximum());
+
+        // Another contact: its own page, at its top.
         m_page->cboPAtTo->setCurrentIndex(1);
-        QVERIFY(lastText.startsWith(u"Dear ,"_s)); // no "Sir" inside the document
-        QVERIFY(m_page->PicOleAt->picture->pixmap().toImage() != first.toImage());
+        QCOMPARE(merged, (QList<int>{1, 2}));
+        QVERIFY(view->picture->pixmap().toImage() != first);
+        QCOMPARE(view->verticalBar->value(), 0);
         QCOMPARE(SettingsStore::instance().value(Keys::WordRunning), u"N"_s);
 
         // A contact whose copy cannot be made shows no page, not the last contact's.
         fail = true;
         m_page->cboPAtTo->setCurrentIndex(2);
-        QVERIFY(!m_page->PicOleAt->hasPage());
+        QVERIFY(!view->hasPage());
+        QVERIFY(!view->verticalBar->isVisible());
 
         // With no contact chosen the step ends as every preview does: the office suite is not taken.
         SettingsStore::instance().setValue(Keys::WordRunning, u"Y"_s);

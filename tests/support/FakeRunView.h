@@ -29,7 +29,7 @@ public:
         }
     }
     QString process() const override { return processes.isEmpty() ? QString() : processes.last(); }
-    void setProcessVisible(bool visible) override { processVisible = visible; }
+    void setProcessVisible(bool) override {}
     void setProgress(double fraction) override { bar = fraction; }
     double progress() const override { return bar; }
     void setCancelEnabled(bool enabled) override { cancelEnabled = enabled; }
@@ -39,11 +39,7 @@ public:
         nextCaption = caption;
         nextEnabled = enabled;
     }
-    void showRunPage(const QString& tabCaption) override
-    {
-        runPage = tabCaption;
-        ++pagesShown;
-    }
+    void showRunPage(const QString& tabCaption) override { runPage = tabCaption; }
     void setWaitCursor(bool waiting) override { waitCursor = waiting; }
     void showSmtpSettings() override { ++settingsShown; }
     void pumpEvents() override
@@ -56,7 +52,6 @@ public:
     QString folder;
     QStringList statuses;
     QStringList processes;
-    bool processVisible = true;
     double bar = -1;
     bool cancelEnabled = false;
     bool backEnabled = true;
@@ -65,7 +60,6 @@ public:
     QString runPage;
     bool waitCursor = false;
     int settingsShown = 0;
-    int pagesShown = 0;
     int yields = 0;
     std::function<void(const QString&)> onProcess;
     std::function<void(const QString&)> onStatus;

@@ -2,16 +2,31 @@
 
 #include "TestSupport.h"
 #include "core/Dialogs.h"
+#include "core/SettingsKeys.h"
+#include "core/SettingsStore.h"
 #include "delivery/SmtpAccount.h"
+#include "wizard/ui/ContactListView.h"
 #include "wizard/ui/FrmMailMerge.h"
+#include "wizard/ui/ProgressPanel.h"
 #include "wizard/ui/WizardPages.h"
 
 #include <QAbstractButton>
 #include <QCheckBox>
+#include <QComboBox>
+#include <QDir>
+#include <QFile>
+#include <QLabel>
+#include <QLineEdit>
 #include <QListWidget>
 #include <QPointer>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QTabWidget>
+#include <QTemporaryDir>
 #include <QTest>
 #include <QToolButton>
+
+using namespace Qt::StringLiterals;
 
 // The wizard window of one test case, for the test classes of the wizard to inherit: each case
 // starts with an empty settings store and no prepared dialog answers, and its window is gone
@@ -64,6 +79,23 @@ protected:
     }
 
     void chooseCommaFile(const QString& path) { browse(5, source()->CmdBrowseWab, path); }
+
+    // Maps a column onto a field as the user's choice in the field's box does.
+    void mapColumn(int field, int column)
+    {
+        map()->CboField[field]->setCurrentIndex(column);
+        emit map()->CboField[field]->activated(column);
+    }
+
+    // The texts of one column of the contact list, top to bottom.
+    QStringList column(int cell) const
+    {
+        QStringList texts;
+        for (int row = 1; row <= m_wizard->contactTable().count(); ++row) {
+            texts << m_wizard->contactTable().cell(row, cell);
+        }
+        return texts;
+    }
 
     // Opens the wizard on a comma file whose first row names the columns, up to the template page.
     void toTemplatePage(const QString& commaFile)

@@ -1,4 +1,4 @@
-#include "WizardTest.h"
+#include "WizardFixture.h"
 #include "contacts/AccessDatabase.h"
 
 // The database source of the merge wizard, on real Access files: the table list, the password,
@@ -44,7 +44,6 @@ private:
     void importTable()
     {
         m_wizard->CmdNext_Click();
-        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::FieldMapping));
         m_wizard->CmdNext_Click();
         QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::Contacts));
     }
@@ -62,36 +61,28 @@ private slots:
         TestSupport::MessageRecorder messages;
         openWizard();
         browseDatabase(nwind);
-        QCOMPARE(source()->CboTable->count(), 8);
         QCOMPARE(source()->CboTable->currentText(), u"Categories"_s);
         chooseTable(u"Customers"_s);
-
         m_wizard->CmdNext_Click();
-        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::FieldMapping));
-        FieldMapPage* map = m_wizard->fieldMapPage();
-        QCOMPARE(map->CboField[0]->currentText(), u"ContactName"_s);
-        QVERIFY(!map->ChkSkip->isEnabled());
-        // The customer's id as the address, to see cell 0 filled.
-        map->CboField[12]->setCurrentIndex(0);
-        emit map->CboField[12]->activated(0);
-
+        QCOMPARE(map()->CboField[0]->currentText(), u"ContactName"_s);
+        QVERIFY(!map()->ChkSkip->isEnabled());
+        mapColumn(12, 0); // the customer's id as the address, to see cell 0 filled
         m_wizard->CmdNext_Click();
-        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::Contacts));
         const ContactTable& table = m_wizard->contactTable();
         QCOMPARE(table.count(), 91);
         QCOMPARE(table.cell(2, 0), u"ANATR"_s);
         QCOMPARE(table.cell(2, 1), u"Ana Trujillo"_s);
-        // The map is remembered with the database, its table and its (empty) password.
+        // The map is remembered with the database and its table.
         QCOMPARE(GetSetting(u"MSAccess"_s, u"MDBFileName"_s), nwind);
         QCOMPARE(GetSetting(u"MSAccess"_s, u"TableName"_s), u"Customers"_s);
-        QCOMPARE(GetSetting(u"MSAccess"_s, u"0"_s), u"ContactName"_s);
         QCOMPARE(GetSetting(u"MSAccess"_s, u"12"_s), u"CustomerID"_s);
 
         // Back to the first page and on again: the same table is not read again.
         m_wizard->CmdBack_Click();
         m_wizard->CmdBack_Click();
+        m_wizard->contactTable().setChecked(1, false);
         importTable();
-        QCOMPARE(table.count(), 91);
+        QVERIFY(!table.at(1).checked);
 
         // Another table: its columns replace the map, and the remembered map is not applied to it.
         m_wizard->CmdBack_Click();
@@ -104,11 +95,11 @@ private slots:
         QCOMPARE(messages.messages().size(), 0);
     }
 
-    void password_wrongThenRight()
+    void password_isAskedForAtAListingTheUserAsked_andNotAtTheFirstShow()
     {
         QB_REQUIRE_ACCESS_FIXTURE(nwind, "nwind.mdb");
         const QString locked = m_dir.filePath(u"locked.mdb"_s);
-        QVERIFY(QFile::exists(locked) || TestSupport::makeProtectedMdb(nwind, locked, u"Nörd"_s));
+        QVERIFY(TestSupport::makeProtectedMdb(nwind, locked, u"Nörd"_s));
         TestSupport::MessageRecorder messages;
         openWizard();
         QVERIFY(!source()->txtPassword->isEnabled());
@@ -120,56 +111,43 @@ private slots:
         m_wizard->CmdNext_Click();
         QCOMPARE(messages.messages().size(), 1);
         QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::DataSource));
-
         source()->txtPassword->setText(u"Nörd"_s);
         QTest::keyClick(source()->txtPassword, Qt::Key_Return);
         QCOMPARE(messages.messages().size(), 1);
-        QVERIFY(source()->CboTable->isEnabled());
-        QVERIFY(source()->lbltable->isEnabled());
+        QVERIFY(source()->CboTable->isEnabled() && source()->lbltable->isEnabled());
         chooseTable(u"Customers"_s);
         importTable();
         QCOMPARE(m_wizard->contactTable().count(), 91);
         QCOMPARE(GetSetting(u"MSAccess"_s, u"Password"_s), u"Nörd"_s);
-    }
+        closeWizard();
 
-    void firstShow_listsTheRememberedTable_andIsSilentAboutAStalePassword()
-    {
-        QB_REQUIRE_ACCESS_FIXTURE(nwind, "nwind.mdb");
-        const QString locked = m_dir.filePath(u"locked.mdb"_s);
-        QVERIFY(QFile::exists(locked) || TestSupport::makeProtectedMdb(nwind, locked, u"Nörd"_s));
-        TestSupport::MessageRecorder messages;
-        SaveSetting(u"MSAccess"_s, u"MDBFileName"_s, locked);
+        // A stale stored password keeps the first show silent.
+        messages.clear();
         SaveSetting(u"MSAccess"_s, u"TableName"_s, u"Orders"_s);
         SaveSetting(u"MSAccess"_s, u"Password"_s, u"stale"_s);
         openWizard();
-        QCOMPARE(source()->txtMdbFile->text(), locked);
         QCOMPARE(messages.messages().size(), 0);
         expectNoTables();
-        delete m_wizard;
+        closeWizard();
 
+        // With the right one the remembered table is chosen; the stale one typed later is told.
         SaveSetting(u"MSAccess"_s, u"Password"_s, u"Nörd"_s);
         openWizard();
-        QCOMPARE(messages.messages().size(), 0);
         QCOMPARE(source()->CboTable->currentText(), u"Orders"_s);
-        // The same wrong password later, at a listing the user asked for, is told.
-        QVERIFY(!source()->txtPassword->isEnabled());
         source()->chkPassWd->click();
-        QVERIFY(source()->txtPassword->isEnabled());
         source()->txtPassword->setText(u"stale"_s);
         QTest::keyClick(source()->txtPassword, Qt::Key_Return);
         expectPasswordAsked(messages);
-        delete m_wizard;
+        closeWizard();
 
-        // A remembered table that is gone leaves the choice empty.
+        // A remembered table that is gone leaves the choice empty; Next shows the (empty) map.
         SaveSetting(u"MSAccess"_s, u"TableName"_s, u"Members"_s);
         openWizard();
-        QCOMPARE(source()->CboTable->count(), 8);
         QCOMPARE(source()->CboTable->currentIndex(), -1);
-        // Next without a table shows the (empty) map page, as the source page always did.
         source()->LstDataSrc->setCurrentRow(3);
         m_wizard->CmdNext_Click();
         QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::FieldMapping));
-        QCOMPARE(m_wizard->fieldMapPage()->CboField[0]->count(), 0);
+        QCOMPARE(map()->CboField[0]->count(), 0);
     }
 
     void rowsThatBreakOff_leaveTheWizardOnTheMapPage()
@@ -180,14 +158,13 @@ private slots:
             m_dir.filePath(u"rows.sh"_s), "if [ \"$1\" = tables ]; then printf '2:OK1:15:Items3:END'; exit; fi\n"
                                           "printf '2:OK1:24:Name4:Mail1:33:Ann9:a@b.c.org'\n"
                                           "kill -SEGV $$\n");
-        AccessEngine::setReaderProgram(crashing, 300);
+        AccessEngine::setReaderProgram(crashing, 5000); // it ends by itself at once
         TestSupport::MessageRecorder messages;
         openWizard();
         browseDatabase(nwind);
         QCOMPARE(source()->CboTable->currentText(), u"Items"_s);
         m_wizard->CmdNext_Click();
-        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::FieldMapping));
-        QCOMPARE(m_wizard->fieldMapPage()->CboField[0]->currentText(), u"Name"_s);
+        QCOMPARE(map()->CboField[0]->currentText(), u"Name"_s);
         m_wizard->CmdNext_Click();
         AccessEngine::setReaderProgram({});
         QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::FieldMapping));
@@ -203,10 +180,8 @@ private slots:
         QVERIFY(TestSupport::writeFile(text, "Name,Email\r\nAnn,ann@example.com\r\n"));
         TestSupport::MessageRecorder messages;
         openWizard();
-
         browseDatabase(empty);
         expectNoTables();
-        QCOMPARE(messages.messages().size(), 0);
         m_wizard->CmdNext_Click();
         QCOMPARE(messages.messages().size(), 0);
         QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::DataSource));
@@ -215,16 +190,12 @@ private slots:
         QCOMPARE(messages.texts(), QStringList{u"Unrecognized database format '%1'."_s.arg(text)});
         expectNoTables();
 
-        // The browse button takes .mdb and .accdb files only; a typed path is not checked.
+        // The browse button takes .mdb and .accdb files only.
         messages.clear();
         Dialogs::setNextResult(m_dir.filePath(u"contacts.csv"_s));
         source()->CmdBrowseMdbFile->click();
         QCOMPARE(messages.texts(), QStringList{u"Not a Legal Source"_s});
         QCOMPARE(source()->txtMdbFile->text(), text);
-        Dialogs::setNextResult(m_dir.filePath(u"GONE.ACCDB"_s));
-        source()->CmdBrowseMdbFile->click();
-        QCOMPARE(source()->txtMdbFile->text(), m_dir.filePath(u"GONE.ACCDB"_s));
-
         source()->txtMdbFile->setText(m_dir.filePath(u"gone.mdb"_s));
         source()->CboTable->clear();
         m_wizard->CmdNext_Click();

@@ -1,4 +1,4 @@
-#include "WizardTest.h"
+#include "WizardFixture.h"
 #include "composer/ComposePage.h"
 #include "wizard/ui/TemplateEditing.h"
 
@@ -18,18 +18,27 @@ private:
     QTemporaryDir m_dir;
     QString m_commaFile;
 
-    void goToContacts()
+    // The comma file through the map page, its first row taken as the headings, to the contacts.
+    void toContacts()
     {
+        openWizard();
         chooseCommaFile(m_commaFile);
         m_wizard->CmdNext_Click();
+        map()->ChkSkip->setChecked(true);
         m_wizard->CmdNext_Click();
         QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::Contacts));
     }
 
-    void mapColumn(int field, int column)
+    // A click on the check box of a row of the contact list, as the user does.
+    void clickCheckBox(int row)
     {
-        map()->CboField[field]->setCurrentIndex(column);
-        emit map()->CboField[field]->activated(column);
+        QTableView* list = m_wizard->contactsPage()->LsvSelection;
+        QStyleOptionViewItem option;
+        option.initFrom(list);
+        option.rect = list->visualRect(m_wizard->contactTable().index(row, 0));
+        option.features |= QStyleOptionViewItem::HasCheckIndicator;
+        const QRect box = list->style()->subElementRect(QStyle::SE_ItemViewItemCheckIndicator, &option, list);
+        QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, box.center());
     }
 
 private slots:
@@ -52,11 +61,11 @@ private slots:
     void commaFile_toMap_toContacts_toTemplate()
     {
         TestSupport::MessageRecorder messages;
-        openWizard();
-        QVERIFY(!m_wizard->CmdBack()->isEnabled());
+        QPointer<FrmMailMerge> wizard = openWizard();
+        QVERIFY(!wizard->CmdBack()->isEnabled());
         chooseCommaFile(m_commaFile);
-        m_wizard->CmdNext_Click();
-        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::FieldMapping));
+        wizard->CmdNext_Click();
+        QCOMPARE(wizard->currentPage(), int(FrmMailMerge::FieldMapping));
         QCOMPARE(map()->CboField[12]->currentText(), u"Email"_s);
         map()->ChkSkip->click();
 
@@ -64,89 +73,67 @@ private slots:
         mapColumn(13, 3);
         map()->txtCustom[0]->setText(u"Member No"_s);
         emit map()->txtCustom[0]->textEdited(u"Member No"_s);
-        // Typed text maps a column only when it is one, letter for letter.
-        QLineEdit* typed = map()->CboField[14]->lineEdit();
-        for (const auto& [text, column] : {std::pair{u"member"_s, -1}, std::pair{u"Member"_s, 3}}) {
-            typed->clear();
-            QTest::keyClicks(typed, text);
-            QTest::keyClick(typed, Qt::Key_Return);
-            QCOMPARE(m_wizard->fieldMap().listIndex[14], column);
-        }
-        map()->CboField[14]->setEditText(QString());
 
-        m_wizard->CmdNext_Click();
-        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::Contacts));
-        ContactTable& table = m_wizard->contactTable();
+        wizard->CmdNext_Click();
+        ContactTable& table = wizard->contactTable();
         // The unterminated quote of Dee's line adds no row; the import goes on behind it.
-        QCOMPARE(table.count(), 4);
-        QCOMPARE(table.cell(2, 4), u"Nord, AB"_s);
+        QCOMPARE(column(1), (QStringList{u"Ann"_s, u"Björn"_s, u"Cy"_s, u"Eve"_s}));
         QCOMPARE(table.cell(1, 13), u"M-1"_s);
         QCOMPARE(table.heading(13), u"Member No"_s);
-        QCOMPARE(m_wizard->contactsPage()->lblTopContacts->text(), u"Total Contacts : 4"_s);
+        QCOMPARE(wizard->contactsPage()->lblTopContacts->text(), u"Total Contacts : 4"_s);
         QCOMPARE(GetSetting(u"CommaValues"_s, u"13CD"_s), u"Member"_s);
 
         // Untick two rows as the user does: the model flips the box and reports it.
         table.setData(table.index(0, 0), Qt::Unchecked, Qt::CheckStateRole);
         table.setData(table.index(2, 0), Qt::Unchecked, Qt::CheckStateRole);
-        m_wizard->CmdNext_Click();
-        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::Template));
-        QCOMPARE(m_wizard->lblTotContacts()->text(), u"Selected Contacts : 2"_s);
+        wizard->CmdNext_Click();
+        QCOMPARE(wizard->currentPage(), int(FrmMailMerge::Template));
+        QCOMPARE(wizard->lblTotContacts()->text(), u"Selected Contacts : 2"_s);
         QVERIFY(messages.messages().isEmpty());
 
         // Mail without attachment: the composer, whose recipient lists hold the checked rows.
-        m_wizard->CmdNext_Click();
-        ComposePage* compose = m_wizard->composePage();
+        wizard->CmdNext_Click();
+        ComposePage* compose = wizard->composePage();
         QCOMPARE(compose->CboPTo->itemText(0), u"bjorn@example.com"_s);
         QCOMPARE(compose->CboPIndex->itemText(1), u"4"_s);
         QVERIFY(!compose->G1_Tab->isTabEnabled(3));
         QCOMPARE(compose->MnuMergeFlds()->findChild<QAction*>(u"MnuCus1"_s)->text(), u"Member No"_s);
 
         // A subject of blanks passes the check.
-        m_wizard->CmdNext_Click();
+        wizard->CmdNext_Click();
         QCOMPARE(messages.lastText(), u"Please Specify a Subject"_s);
         compose->txtSubject->setText(u"   "_s);
         compose->dhtCompose->setHtml(u"<p>Dear [[FirstName]] ([[Member No]])</p>"_s);
-        m_wizard->CmdNext_Click();
-        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::SendWay));
-        QCOMPARE(m_wizard->CmdNext()->text(), u"Start"_s);
-        QVERIFY(m_wizard->tokens().mailTokens().contains(u"[[Member No]]"_s));
-        QCOMPARE(m_wizard->sendPage()->txtselected[1]->text(), u"2 Contacts"_s);
+        wizard->CmdNext_Click();
+        QCOMPARE(wizard->currentPage(), int(FrmMailMerge::SendWay));
+        QCOMPARE(wizard->CmdNext()->text(), u"Start"_s);
+        QCOMPARE(wizard->sendPage()->txtselected[1]->text(), u"2 Contacts"_s);
 
         // And back again, page by page, to the source; Close asks on each page, No stays.
         for (const int page : {FrmMailMerge::Compose, FrmMailMerge::Template, FrmMailMerge::Contacts,
                                FrmMailMerge::FieldMapping, FrmMailMerge::DataSource}) {
-            const int from = m_wizard->currentPage();
+            const int from = wizard->currentPage();
             messages.clear();
             messages.answerNext(MessageAnswer::No);
-            m_wizard->cmdCancel_Click();
+            wizard->cmdCancel_Click();
             QCOMPARE(messages.texts(), QStringList{u"Are you sure to Exit from this wizard?"_s});
-            QCOMPARE(m_wizard->currentPage(), from);
-            m_wizard->CmdBack_Click();
-            QCOMPARE(m_wizard->currentPage(), page);
-            QCOMPARE(m_wizard->CmdNext()->text(), u"Next>>"_s);
+            QCOMPARE(wizard->currentPage(), from);
+            wizard->CmdBack_Click();
+            QCOMPARE(wizard->currentPage(), page);
+            QCOMPARE(wizard->CmdNext()->text(), u"Next>>"_s);
         }
-        QVERIFY(!m_wizard->CmdBack()->isEnabled());
-        QVERIFY(!m_wizard->lblTotContacts()->isVisible());
+        QVERIFY(!wizard->CmdBack()->isEnabled());
+        QVERIFY(!wizard->lblTotContacts()->isVisible());
 
         // The same file again: the rows and their checks stand, while the count is set to the
         // row count again on the way.
-        m_wizard->CmdNext_Click();
-        m_wizard->CmdNext_Click();
-        QCOMPARE(m_wizard->contactTable().count(), 4);
-        QVERIFY(!m_wizard->contactTable().at(1).checked);
-        QCOMPARE(m_wizard->selection().SelectedCount(), 4);
-    }
+        wizard->CmdNext_Click();
+        wizard->CmdNext_Click();
+        QCOMPARE(table.count(), 4);
+        QVERIFY(!table.at(1).checked);
+        QCOMPARE(wizard->selection().SelectedCount(), 4);
 
-    void close_yesEndsTheWizard_andTheFirstPageAsksNothing()
-    {
-        TestSupport::MessageRecorder messages;
-        QPointer<FrmMailMerge> wizard = openWizard();
-        wizard->cmdCancel_Click();
-        QVERIFY(messages.messages().isEmpty());
-        QTRY_VERIFY(wizard.isNull());
-
-        wizard = openWizard();
-        goToContacts();
+        // Yes to the question ends the wizard.
         messages.answerNext(MessageAnswer::Yes);
         wizard->cmdCancel_Click();
         QCOMPARE(messages.messages().last().buttons, MessageButtons::YesNo);
@@ -174,7 +161,6 @@ private slots:
         QVERIFY(TestSupport::writeFile(tabFile, "First\tEMAIL\r\nAnn\tann@x.org\r\n"));
         source()->txtWabfile->setText(tabFile);
         m_wizard->CmdNext_Click();
-        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::FieldMapping));
         mapColumn(13, 0);
         map()->CmdClear->click();
         m_wizard->CmdNext_Click();
@@ -182,15 +168,9 @@ private slots:
         QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::FieldMapping));
         map()->CmdDefault->click();
         QCOMPARE(map()->CboField[12]->currentText(), u"EMAIL"_s);
-
-        // "Skip First Row" unchecked makes the header line a contact too; its box reads again.
-        m_wizard->CmdNext_Click();
-        QCOMPARE(m_wizard->contactTable().count(), 2);
-        QCOMPARE(m_wizard->contactTable().cell(1, 0), u"EMAIL"_s);
-        m_wizard->CmdBack_Click();
         map()->ChkSkip->click();
         m_wizard->CmdNext_Click();
-        QCOMPARE(m_wizard->contactTable().count(), 1);
+        QCOMPARE(column(0), QStringList{u"ann@x.org"_s});
 
         // Nothing checked: Next stays, with its message.
         m_wizard->contactsPage()->lblSel->linkActivated(u"#"_s);
@@ -199,9 +179,10 @@ private slots:
         QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::Contacts));
     }
 
-    void sourcePanel_keepsEachFileKindItsOwnPath()
+    void sourcePanel_keepsEachFileKindItsOwnPath_andTheFirstPageClosesWithoutAQuestion()
     {
-        openWizard();
+        TestSupport::MessageRecorder messages;
+        QPointer<FrmMailMerge> wizard = openWizard();
         source()->LstDataSrc->setCurrentRow(4);
         source()->txtWabfile->setText(u"/lists/tab.txt"_s);
         source()->LstDataSrc->setCurrentRow(5);
@@ -212,86 +193,53 @@ private slots:
         QCOMPARE(source()->txtWabfile->text(), u"/lists/tab.txt"_s);
         source()->LstDataSrc->setCurrentRow(5);
         QCOMPARE(source()->txtWabfile->text(), u"/lists/members.csv"_s); // kept trimmed
-        m_wizard->close();
+        wizard->cmdCancel_Click();
+        QTRY_VERIFY(wizard.isNull());
+        QVERIFY(messages.messages().isEmpty());
         QCOMPARE(GetSetting(u"TabValues"_s, u"TxtTabFile"_s), u"/lists/tab.txt"_s);
         QCOMPARE(GetSetting(u"CommaValues"_s, u"TxtComaFile"_s), u"/lists/members.csv"_s);
         QCOMPARE(GetSetting(u"AddBookValues"_s, u"WabFilename"_s), QString());
     }
 
-    void columnClicks_sortTheList_andTheRecipientListsFollowIt()
+    void theContactList_sortsByItsHeadings_ticksHighlightedSets_andTheRecipientListsFollowIt()
     {
-        openWizard();
-        chooseCommaFile(m_commaFile);
-        m_wizard->CmdNext_Click();
-        map()->ChkSkip->click();
-        m_wizard->CmdNext_Click();
+        toContacts();
         ContactListView* list = m_wizard->contactsPage()->LsvSelection;
         QHeaderView* headings = list->horizontalHeader();
-        const auto clickHeading = [headings](int column) {
-            QTest::mouseClick(headings->viewport(), Qt::LeftButton, {},
-                              QPoint(headings->sectionViewportPosition(column) + 8, headings->height() / 2));
-        };
-        ContactTable& table = m_wizard->contactTable();
-        clickHeading(1); // First Name: the first sort of all is descending
+        // A click on First Name: the first sort of all is descending.
+        QTest::mouseClick(headings->viewport(), Qt::LeftButton, {},
+                          QPoint(headings->sectionViewportPosition(1) + 8, headings->height() / 2));
         QCOMPARE(list->sortIcon(1), u"DOWN"_s);
-        QCOMPARE(table.cell(1, 1), u"Eve"_s);
-        clickHeading(0); // another column: the shared order flips to ascending
-        QCOMPARE(list->sortIcon(0), u"UP"_s);
-        QCOMPARE(list->sortIcon(1), QString());
-        QCOMPARE(table.cell(1, 0), u"ann@example.com"_s);
+        QCOMPARE(column(1), (QStringList{u"Eve"_s, u"Cy"_s, u"Björn"_s, u"Ann"_s}));
 
-        // The recipient lists follow the positions of the sorted list.
-        table.setData(table.index(0, 0), Qt::Unchecked, Qt::CheckStateRole);
-        m_wizard->CmdNext_Click();
-        m_wizard->CmdNext_Click();
-        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::Compose));
-        QCOMPARE(m_wizard->composePage()->CboPTo->itemText(0), u"bjorn@example.com"_s);
-        QCOMPARE(m_wizard->composePage()->CboPIndex->itemText(0), u"2"_s);
-    }
-
-    void tickingOneBoxOfAHighlightedSet_appliesToTheWholeSet()
-    {
-        openWizard();
-        goToContacts();
-        QTableView* list = m_wizard->contactsPage()->LsvSelection;
+        // Ticking one box of a highlighted set applies to the whole set.
         ContactTable& table = m_wizard->contactTable();
-        const int before = m_wizard->selection().SelectedCount();
-        list->selectionModel()->select(QItemSelection(table.index(1, 0), table.index(3, 15)),
+        list->selectionModel()->select(QItemSelection(table.index(1, 0), table.index(2, 15)),
                                        QItemSelectionModel::Select);
-        // Click the check box of a highlighted row, as the user does.
-        QStyleOptionViewItem option;
-        option.initFrom(list);
-        option.rect = list->visualRect(table.index(2, 0));
-        option.features |= QStyleOptionViewItem::HasCheckIndicator;
-        const QRect indicator = list->style()->subElementRect(QStyle::SE_ItemViewItemCheckIndicator, &option, list);
-        QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, indicator.center());
-        for (const int position : {2, 3, 4}) {
-            QVERIFY(!table.at(position).checked);
-        }
-        QVERIFY(table.at(1).checked);
-        QCOMPARE(m_wizard->selection().SelectedCount(), before - 3);
+        clickCheckBox(2);
+        QVERIFY(table.at(1).checked && !table.at(2).checked && !table.at(3).checked && table.at(4).checked);
+        QCOMPARE(m_wizard->selection().SelectedCount(), 2);
         QVERIFY(!list->selectionModel()->hasSelection());
 
-        // A click beside the box only highlights the row.
-        QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, list->visualRect(table.index(0, 2)).center());
-        QVERIFY(table.at(1).checked);
-        QCOMPARE(list->selectionModel()->selectedRows().size(), 1);
+        // The recipient lists follow the positions of the sorted list.
+        m_wizard->CmdNext_Click();
+        m_wizard->CmdNext_Click();
+        QCOMPARE(m_wizard->composePage()->CboPTo->itemText(1), u"ann@example.com"_s);
+        QCOMPARE(m_wizard->composePage()->CboPIndex->itemText(1), u"4"_s);
     }
 
     // What the template editing session reads from the wizard and gives back to it; the
     // session itself is tested with the office suite's writer in the wordlink tests.
     void templateEditing_readsTheWizard_andPutsTheTemplateInItsBox()
     {
-        openWizard();
-        goToContacts();
+        toContacts();
         m_wizard->CmdNext_Click();
         TemplateEditing editing(*m_wizard);
         QCOMPARE(editing.sourceIndex(), 5);
         QCOMPARE(editing.columnHeading(14), m_wizard->contactTable().heading(13)); // column n shows cell n - 1
         QVERIFY(editing.isMailMergeChecked());
         m_wizard->templatePage()->ChkPostalMerge->click();
-        QVERIFY(editing.isPostalMergeChecked());
-        QVERIFY(!editing.isMailMergeChecked());
+        QVERIFY(editing.isPostalMergeChecked() && !editing.isMailMergeChecked());
         QVERIFY(editing.isWizardVisible());
         m_wizard->hide();
         QVERIFY(!editing.isWizardVisible());
@@ -302,8 +250,7 @@ private slots:
     void postalMerge_leavesTheTemplatePageThroughItsChecks()
     {
         TestSupport::MessageRecorder messages;
-        openWizard();
-        goToContacts();
+        toContacts();
         m_wizard->CmdNext_Click();
         TemplatePage* page = m_wizard->templatePage();
         QVERIFY(!page->txtTemplate[1]->isEnabled());
@@ -320,6 +267,8 @@ private slots:
         page->txtTemplate[1]->setText(letter);
         m_wizard->CmdNext_Click();
         QCOMPARE(messages.lastText(), u"Please select any option!"_s);
+        page->cmdBrowseDoc->click(); // the browse button says it without the mark
+        QCOMPARE(messages.lastText(), u"Please select any option"_s);
 
         page->OptDocs[0]->click();
         QCOMPARE(page->lblDocs->text(), u"Save the word document as"_s);
@@ -327,22 +276,14 @@ private slots:
         m_wizard->CmdNext_Click();
         QCOMPARE(messages.texts().mid(messages.texts().size() - 2),
                  (QStringList{u"Choose the document name to be saved"_s, u"Not a Legal Source"_s}));
+        Dialogs::setNextResult(m_dir.filePath(u"all.Docx"_s)); // any letter case
+        page->cmdBrowseDoc->click();
+        QCOMPARE(page->txtDocs->text(), m_dir.filePath(u"all.Docx"_s));
         page->txtDocs->setText(letter);
         m_wizard->CmdNext_Click();
         QCOMPARE(messages.lastText(), u"Document Name Invalid"_s);
         QCOMPARE(page->txtDocs->text(), QString());
-
-        // Each output choice keeps its own text.
-        Dialogs::setNextResult(m_dir.filePath(u"combined.docx"_s));
-        page->cmdBrowseDoc->click();
         page->OptDocs[1]->click();
-        QCOMPARE(page->txtDocs->text(), QString());
-        Dialogs::setNextResult(m_dir.path());
-        page->cmdBrowseDoc->click();
-        page->OptDocs[0]->click();
-        QCOMPARE(page->txtDocs->text(), m_dir.filePath(u"combined.docx"_s));
-        page->OptDocs[1]->click();
-        QCOMPARE(page->txtDocs->text(), m_dir.path());
         QCOMPARE(page->lblDocs->text(), u"Save Documents in the folder"_s);
 
         // Clearing one merge box checks the other.
@@ -373,11 +314,12 @@ private slots:
             wizard->cmdCancel_Click();
         });
         // Each time the events go through, the progress frame shows how far the import is.
+        QLabel* percent = wizard->progress()->findChild<QLabel*>(u"lblPer"_s);
         QStringList shown;
         QTimer watch;
-        connect(&watch, &QTimer::timeout, wizard, [&shown, wizard] {
+        connect(&watch, &QTimer::timeout, wizard, [&] {
             if (wizard->progress()->isVisible()) {
-                shown << wizard->progress()->findChild<QLabel*>(u"lblPer"_s)->text();
+                shown << percent->text();
             }
         });
         watch.start(0);
@@ -392,11 +334,7 @@ private slots:
         QCOMPARE(shown.first(), u"0 %"_s);
         QVERIFY(shown.contains(u"10 %"_s) || shown.contains(u"20 %"_s));
         QVERIFY(!shown.contains(u"15 %"_s)); // only at every 200th line
-        for (qsizetype i = 1; i < shown.size(); ++i) {
-            QVERIFY(shown.at(i).chopped(2).toInt() >= shown.at(i - 1).chopped(2).toInt());
-        }
         QVERIFY(!wizard->progress()->isVisible());
-        QCOMPARE(wizard->progress()->findChild<QLabel*>(u"lblPer"_s)->text(), u"0 %"_s);
     }
 
     void memory_restoresSourcesBlanksColumnsAndTheWayOfSending()
@@ -405,48 +343,31 @@ private slots:
         SaveSetting(u"BlankFields"_s, u"FirstName"_s, QString());
         SaveSetting(u"ContactsList"_s, u"2"_s, u"5"_s);
         SaveSetting(u"ContactsList"_s, u"5"_s, u"2"_s);
+        // Database memory: read as "MDBFilename", written as "MDBFileName" (one key, case aside);
+        // an emptied box leaves file and password stored, the password in plain text.
+        SaveSetting(u"MSAccess"_s, u"MDBFilename"_s, u"/db/club.mdb"_s);
+        SaveSetting(u"MSAccess"_s, u"Password"_s, u"pa ss"_s);
         openWizard();
+        QHeaderView* headings = m_wizard->contactsPage()->LsvSelection->horizontalHeader();
         QVERIFY(m_wizard->sendPage()->OptOutbox->isChecked());
         QCOMPARE(map()->TxtBlank[0]->text(), QString());
-        QCOMPARE(m_wizard->contactsPage()->LsvSelection->horizontalHeader()->visualIndex(1), 4);
-        QCOMPARE(m_wizard->contactsPage()->LsvSelection->horizontalHeader()->visualIndex(4), 1);
-
+        QCOMPARE(headings->visualIndex(1), 4);
+        QCOMPARE(headings->visualIndex(4), 1);
+        QCOMPARE(source()->txtMdbFile->text(), u"/db/club.mdb"_s);
+        QCOMPARE(source()->txtPassword->text(), u"pa ss"_s);
         map()->TxtBlank[1]->setText(u"Friend"_s);
         m_wizard->sendPage()->OptSMTP->setChecked(true);
+        source()->txtMdbFile->clear();
+        source()->txtPassword->setText(u"changed"_s);
+        headings->moveSection(7, 0); // a column moved by the user comes back at its place
         m_wizard->close();
         QCOMPARE(GetSetting(u"BlankFields"_s, u"LastName"_s), u"Friend"_s);
         QCOMPARE(GetSetting(u"SMTP"_s, u"SendMail"_s), u"SMTP"_s);
-        QCOMPARE(GetSetting(u"ContactsList"_s, u"2"_s), u"5"_s);
-        QCOMPARE(GetSetting(u"MSAccess"_s, u"MDBFileName"_s, u"untouched"_s), u"untouched"_s);
-
-        // Database memory: read as "MDBFilename", written as "MDBFileName" (one key, case aside);
-        // an emptied box leaves file, table and password stored, the password in plain text.
-        SaveSetting(u"MSAccess"_s, u"MDBFilename"_s, u"/db/club.mdb"_s);
-        SaveSetting(u"MSAccess"_s, u"Password"_s, u"pa ss"_s);
-        SaveSetting(u"MSAccess"_s, u"TableName"_s, u"People"_s);
-        openWizard();
-        QCOMPARE(source()->txtMdbFile->text(), u"/db/club.mdb"_s);
-        QCOMPARE(source()->txtPassword->text(), u"pa ss"_s);
-        QVERIFY(m_wizard->sendPage()->OptSMTP->isChecked());
-        source()->txtMdbFile->clear();
-        source()->txtPassword->setText(u"changed"_s);
-        m_wizard->sendPage()->OptOutbox->setChecked(true);
-        // A column moved by the user comes back at its place.
-        m_wizard->contactsPage()->LsvSelection->horizontalHeader()->moveSection(7, 0);
-        m_wizard->close();
         QCOMPARE(GetSetting(u"MSAccess"_s, u"MDBFileName"_s), u"/db/club.mdb"_s);
         QCOMPARE(GetSetting(u"MSAccess"_s, u"Password"_s), u"pa ss"_s);
-        QCOMPARE(GetSetting(u"MSAccess"_s, u"TableName"_s), u"People"_s);
         openWizard();
         QCOMPARE(m_wizard->contactsPage()->LsvSelection->horizontalHeader()->logicalIndex(0), 7);
-        QVERIFY(m_wizard->sendPage()->OptOutbox->isChecked());
-        m_wizard->close();
-
-        // A stored position the list cannot take ends the reading: the way of sending stays unset.
-        SaveSetting(u"ContactsList"_s, u"3"_s, u"x"_s);
-        openWizard();
-        QVERIFY(!m_wizard->sendPage()->OptSMTP->isChecked());
-        QVERIFY(!m_wizard->sendPage()->OptOutbox->isChecked());
+        QVERIFY(m_wizard->sendPage()->OptSMTP->isChecked());
     }
 };
 

@@ -1,5 +1,5 @@
 #include "ThunderbirdBooks.h"
-#include "WizardTest.h"
+#include "WizardFixture.h"
 #include "core/ListSeparator.h"
 #include "wizard/ui/FrmPick.h"
 
@@ -8,21 +8,24 @@ using ThunderbirdBooks::Card;
 
 namespace {
 
+MailFolder folder(const QString& name, int type, const QString& parent, std::vector<MailFolder> folders = {})
+{
+    return {u"id-"_s + name, name, type, parent, std::move(folders)};
+}
+
 // A mail client with mail folders beside its contact folders, as a store of a mail program has.
 class FakeNamespace : public MailNamespace
 {
 public:
     std::vector<MailFolder> m_stores;
-    QString m_contacts;
-    QString m_inbox;
 
     std::vector<MailFolder> stores() const override { return m_stores; }
     std::optional<MailFolder> GetDefaultFolder(int which) const override
     {
-        const QString name = which == DefaultFolder::Contacts ? m_contacts
-                             : which == DefaultFolder::Inbox  ? m_inbox
+        const QString name = which == DefaultFolder::Contacts ? u"Contacts"_s
+                             : which == DefaultFolder::Inbox  ? u"Inbox"_s
                                                               : QString();
-        return name.isEmpty() ? std::nullopt : std::optional<MailFolder>(MailFolder{u"id-"_s + name, name, 0, {}, {}});
+        return name.isEmpty() || m_stores.empty() ? std::nullopt : std::optional(folder(name, 0, {}));
     }
     std::optional<MailFolder> GetFolderFromID(const QString& entryId) const override { return find(m_stores, entryId); }
     Result<std::vector<MailContactItem>> items(const QString&) const override { return std::vector<MailContactItem>(); }
@@ -42,11 +45,6 @@ private:
     }
 };
 
-MailFolder folder(const QString& name, int type, const QString& parent, std::vector<MailFolder> folders = {})
-{
-    return {u"id-"_s + name, name, type, parent, std::move(folders)};
-}
-
 Card card(const QString& uid, const QString& email, const QString& firstName)
 {
     return {uid, {{u"PrimaryEmail"_s, email}, {u"FirstName"_s, firstName}, {u"LastName"_s, u"Lee"_s}}};
@@ -58,6 +56,15 @@ QTreeWidgetItem* nodeNamed(QTreeWidget* tree, const QString& name)
     return found.isEmpty() ? nullptr : found.constFirst();
 }
 
+// Chooses a folder in the dialog by its name and presses OK.
+void pickFolder(const QString& name)
+{
+    FrmPick::answerNextWith([name](FrmPick& pick) {
+        pick.trvFolders->setCurrentItem(nodeNamed(pick.trvFolders, name));
+        pick.cmdOk->click();
+    });
+}
+
 } // namespace
 
 class WizardMailClientTest : public QObject, protected WizardFixture
@@ -65,54 +72,30 @@ class WizardMailClientTest : public QObject, protected WizardFixture
     Q_OBJECT
 
 private:
-    QString m_profile;
-
-    QString book(const QString& name) const { return QDir(m_profile).filePath(name); }
-
     void openOnMailClient()
     {
         openWizard();
         source()->LstDataSrc->setCurrentRow(1);
     }
 
-    QStringList firstNames() const
-    {
-        QStringList names;
-        for (int row = 1; row <= m_wizard->contactTable().count(); ++row) {
-            names << m_wizard->contactTable().cell(row, 1);
-        }
-        return names;
-    }
-
-    // Chooses a folder in the dialog by its name and presses OK.
-    static void pickFolder(const QString& name)
-    {
-        FrmPick::answerNextWith([name](FrmPick& pick) {
-            pick.trvFolders->setCurrentItem(nodeNamed(pick.trvFolders, name));
-            pick.cmdOk->click();
-        });
-    }
-
 private slots:
     void initTestCase()
     {
         TestSupport::isolateUserFolders();
-        m_profile = QDir(TestSupport::homeFolder()).filePath(u".thunderbird/x1.default"_s);
+        const QDir profile(QDir(TestSupport::homeFolder()).filePath(u".thunderbird/x1.default"_s));
         QVERIFY(TestSupport::writeFile(QDir(TestSupport::homeFolder()).filePath(u".thunderbird/profiles.ini"_s),
                                        "[Profile0]\nName=default\nIsRelative=1\nPath=x1.default\nDefault=1\n"));
-        QVERIFY(TestSupport::writeFile(book(u"prefs.js"_s),
+        QVERIFY(TestSupport::writeFile(profile.filePath(u"prefs.js"_s),
                                        "user_pref(\"ldap_2.servers.c.description\", \"Clients\");\n"
                                        "user_pref(\"ldap_2.servers.c.filename\", \"clients.sqlite\");\n"
                                        "user_pref(\"ldap_2.servers.e.description\", \"Empty\");\n"
-                                       "user_pref(\"ldap_2.servers.e.filename\", \"empty.sqlite\");\n"
-                                       "user_pref(\"ldap_2.servers.l.description\", \"Lists\");\n"
-                                       "user_pref(\"ldap_2.servers.l.filename\", \"lists.sqlite\");\n"));
-        QVERIFY(ThunderbirdBooks::writeBook(book(u"abook.sqlite"_s),
+                                       "user_pref(\"ldap_2.servers.e.filename\", \"empty.sqlite\");\n"));
+        QVERIFY(ThunderbirdBooks::writeBook(profile.filePath(u"abook.sqlite"_s),
                                             {card(u"a"_s, u"ann@example.com"_s, u"Ann"_s), card(u"b"_s, {}, u"Bo"_s)},
                                             {u"Friends"_s}));
-        QVERIFY(ThunderbirdBooks::writeBook(book(u"clients.sqlite"_s), {card(u"c"_s, u"cy@example.com"_s, u"Cy"_s)}));
-        QVERIFY(ThunderbirdBooks::writeBook(book(u"empty.sqlite"_s), {}));
-        QVERIFY(ThunderbirdBooks::writeBook(book(u"lists.sqlite"_s), {}, {u"Team"_s}));
+        QVERIFY(ThunderbirdBooks::writeBook(profile.filePath(u"clients.sqlite"_s),
+                                            {card(u"c"_s, u"cy@example.com"_s, u"Cy"_s)}));
+        QVERIFY(ThunderbirdBooks::writeBook(profile.filePath(u"empty.sqlite"_s), {}));
     }
 
     void init()
@@ -131,11 +114,9 @@ private slots:
     {
         TestSupport::MessageRecorder messages;
         openOnMailClient();
-        QLineEdit* box = source()->txtContact;
-        QCOMPARE(box->text(), u"Personal Address Book"_s);
+        QCOMPARE(source()->txtContact->text(), u"Personal Address Book"_s);
         m_wizard->CmdNext_Click();
-        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::Contacts));
-        QCOMPARE(firstNames(), (QStringList{u"Ann"_s, u"Bo"_s})); // the mailing list is passed over
+        QCOMPARE(column(1), (QStringList{u"Ann"_s, u"Bo"_s})); // the mailing list is passed over
         QCOMPARE(m_wizard->contactsPage()->LsvSelection->columnWidth(15), 0);
         QVERIFY(messages.messages().isEmpty());
 
@@ -149,13 +130,12 @@ private slots:
         m_wizard->CmdBack_Click();
         pickFolder(u"Clients"_s);
         source()->CmdBrowse->click();
-        QCOMPARE(box->text(), u"Clients"_s);
+        QCOMPARE(source()->txtContact->text(), u"Clients"_s);
         m_wizard->CmdNext_Click();
-        QCOMPARE(firstNames(), QStringList{u"Cy"_s});
+        QCOMPARE(column(1), QStringList{u"Cy"_s});
 
         // Closing the wizard remembers the folder; a new wizard starts with it.
         m_wizard->close();
-        m_wizard = nullptr;
         QCOMPARE(SettingsStore::instance().GetSetting(u"Contacts"_s, u"FolderName"_s), u"Clients"_s);
         openOnMailClient();
         QCOMPARE(source()->txtContact->text(), u"Clients"_s);
@@ -177,7 +157,6 @@ private slots:
             pick.trvFolders->setCurrentItem(nodeNamed(pick.trvFolders, u"default"_s));
             pick.cmdOk->click();
             QCOMPARE(messages.texts(), QStringList{u"Please Select a Contact Folder"_s});
-            QVERIFY(pick.PickResult.isEmpty());
             pick.CmdCancel->click();
         });
         source()->CmdBrowse->click();
@@ -189,48 +168,31 @@ private slots:
         m_wizard->CmdNext_Click();
         QCOMPARE(messages.texts(), QStringList{u"No Items Available in Empty Folder"_s});
         QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::DataSource));
-
-        // Only a mailing list: an empty contact page.
-        messages.clear();
-        pickFolder(u"Lists"_s);
-        source()->CmdBrowse->click();
-        m_wizard->CmdNext_Click();
-        QVERIFY(messages.messages().isEmpty());
-        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::Contacts));
-        QCOMPARE(m_wizard->contactTable().count(), 0);
-    }
-
-    void noMailClient_leavesThePanelEmpty_andNextShowsTheTableAsItIs()
-    {
-        MailClient::setAttachOverride([] { return std::make_unique<FakeNamespace>(); });
-        TestSupport::MessageRecorder messages;
-        openOnMailClient();
-        QCOMPARE(source()->txtContact->text(), QString());
-        // An empty box equals the empty mark of the folder last read: nothing is read.
-        m_wizard->CmdNext_Click();
-        QVERIFY(messages.messages().isEmpty());
-        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::Contacts));
-        QCOMPARE(m_wizard->contactTable().count(), 0);
     }
 
     void dialogTree_offersContactFoldersOnly_selectsAndPicturesByName()
     {
-        MailClient::setAttachOverride([] {
-            auto client = std::make_unique<FakeNamespace>();
-            client->m_contacts = u"Contacts"_s;
-            client->m_inbox = u"Inbox"_s;
-            client->m_stores = {
-                folder(u"Mailbox"_s, MailItemType::Mail, {},
-                       {folder(u"Inbox"_s, MailItemType::Mail, u"Mailbox"_s,
-                               {folder(u"Hidden Contacts"_s, MailItemType::Contact, u"Inbox"_s)}),
-                        folder(u"Calendar"_s, MailItemType::Appointment, u"Mailbox"_s),
-                        folder(u"Contacts"_s, MailItemType::Contact, u"Mailbox"_s,
-                               {folder(u"Suppliers"_s, MailItemType::Contact, u"Contacts"_s,
-                                       {folder(u"Deep"_s, MailItemType::Contact, u"Suppliers"_s)}),
-                                folder(u"Deleted Items"_s, MailItemType::Contact, u"Contacts"_s)})}),
-                folder(u"Archive"_s, MailItemType::Mail, {}, {folder(u"Old"_s, MailItemType::Contact, u"Archive"_s)})};
-            return client;
-        });
+        // No mail client: the panel is empty, which equals the empty mark of the folder last
+        // read, so Next reads nothing and shows the contact page as it is.
+        auto client = std::make_shared<FakeNamespace>();
+        MailClient::setAttachOverride([client] { return std::make_unique<FakeNamespace>(*client); });
+        TestSupport::MessageRecorder messages;
+        openOnMailClient();
+        QCOMPARE(source()->txtContact->text(), QString());
+        m_wizard->CmdNext_Click();
+        QVERIFY(messages.messages().isEmpty());
+        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::Contacts));
+
+        client->m_stores = {
+            folder(u"Mailbox"_s, MailItemType::Mail, {},
+                   {folder(u"Inbox"_s, MailItemType::Mail, u"Mailbox"_s,
+                           {folder(u"Hidden Contacts"_s, MailItemType::Contact, u"Inbox"_s)}),
+                    folder(u"Calendar"_s, MailItemType::Appointment, u"Mailbox"_s),
+                    folder(u"Contacts"_s, MailItemType::Contact, u"Mailbox"_s,
+                           {folder(u"Suppliers"_s, MailItemType::Contact, u"Contacts"_s,
+                                   {folder(u"Deep"_s, MailItemType::Contact, u"Suppliers"_s)}),
+                            folder(u"Deleted Items"_s, MailItemType::Contact, u"Contacts"_s)})}),
+            folder(u"Archive"_s, MailItemType::Mail, {}, {folder(u"Old"_s, MailItemType::Contact, u"Archive"_s)})};
         FrmPick pick;
         pick.LoadTreeSpecific();
         QTreeWidget* tree = pick.trvFolders;
@@ -242,12 +204,8 @@ private slots:
         QVERIFY(contacts->isExpanded());
         QVERIFY(nodeNamed(tree, u"Suppliers"_s)->isExpanded()); // its parent is called like the contacts folder
         QVERIFY(!nodeNamed(tree, u"Deep"_s)->isExpanded());
-        QVERIFY(tree->topLevelItem(0)->isExpanded() && tree->topLevelItem(1)->isExpanded());
-        const auto image = [tree](const QString& name) {
-            return nodeNamed(tree, name)->data(0, FrmPick::ImageRole);
-        };
-        QCOMPARE(image(u"Contacts"_s), QVariant(3));
-        QCOMPARE(image(u"Deleted Items"_s), QVariant(2));
+        QCOMPARE(contacts->data(0, FrmPick::ImageRole), QVariant(3));
+        QCOMPARE(nodeNamed(tree, u"Deleted Items"_s)->data(0, FrmPick::ImageRole), QVariant(2));
 
         tree->setCurrentItem(nodeNamed(tree, u"Deep"_s));
         pick.cmdOk_Click();
@@ -268,10 +226,6 @@ private slots:
         QCOMPARE(pick.trvFolders->topLevelItem(0)->text(0), u"default"_s);
 
         SettingsStore::instance().setValue(Keys::ContactsDataFiles, {});
-        Dialogs::setNextResult({});
-        pick.cmdAddDataFile->click();
-        QVERIFY(messages.messages().isEmpty());
-
         Dialogs::setNextResult(notPst);
         pick.cmdAddDataFile->click();
         QCOMPARE(messages.messages().size(), 1);
