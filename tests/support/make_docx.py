@@ -13,6 +13,7 @@
 import base64
 import copy
 import io
+import os
 import sys
 import zipfile
 
@@ -120,6 +121,7 @@ def as_template(name, data):
 
 def main():
     kind, out = sys.argv[1], sys.argv[2]
+    os.makedirs(os.path.dirname(os.path.abspath(out)), exist_ok=True)
     if kind == "letter":
         letter().save(out)
     elif kind == "plain":
