@@ -179,16 +179,15 @@ private slots:
     {
         QTemporaryDir dir;
         plant(dir, {u"hit.docx=Meeting in Leeds"_s, u"miss.docx=Meeting in York"_s});
-        // A Word 97 document goes through the office suite, which would rewrite an untouched one.
-        QVERIFY(wordlink::BridgeDocument::convert(dir.filePath(u"miss.docx"_s), dir.filePath(u"sub/miss.doc"_s)).ok());
-        // Every document dated a day back: a rewritten one would carry the time of the run.
+        // A Word 97 document goes through the office suite, which would rewrite an untouched one:
+        // dated a day back, a rewritten one would carry the time of the run.
+        const QString doc = dir.filePath(u"sub/miss.doc"_s);
+        QVERIFY(wordlink::BridgeDocument::convert(dir.filePath(u"miss.docx"_s), doc).ok());
         const QDateTime dayBefore = QDateTime::currentDateTime().addDays(-1);
-        QList<QByteArray> before;
-        for (const QString& name : {u"hit.docx"_s, u"miss.docx"_s, u"sub/miss.doc"_s}) {
-            QFile file(dir.filePath(name));
-            QVERIFY(file.open(QIODevice::ReadWrite) && file.setFileTime(dayBefore, QFileDevice::FileModificationTime));
-            before << file.readAll();
-        }
+        QFile file(doc);
+        QVERIFY(file.open(QIODevice::ReadWrite) && file.setFileTime(dayBefore, QFileDevice::FileModificationTime));
+        const QByteArray before = file.readAll();
+        file.close();
 
         FrmSearch* window = openWindow(dir.path(), u" Leeds "_s);
         window->chkReplace->click();
@@ -198,17 +197,13 @@ private slots:
         QVERIFY(window->SbStatusPanel2->isVisible());
         QVERIFY(window->SbStatusPanel2->text().startsWith(u"Originals kept in "_s));
         const QString backups = window->SbStatusPanel2->text().mid(18);
-        QCOMPARE(QFileInfo(backups + u"/hit.docx"_s).lastModified(), dayBefore); // the copy keeps its date
-        QCOMPARE(TestSupport::readFile(backups + u"/hit.docx"_s), before.at(0));
-        QVERIFY(!QFile::exists(backups + u"/miss.docx"_s));
+        QVERIFY(QFile::exists(backups + u"/hit.docx"_s));
+        QVERIFY(!QFile::exists(backups + u"/sub/miss.doc"_s));
         auto application = wordlink::NewApplication();
         QCOMPARE(application->Open(dir.filePath(u"hit.docx"_s), true).value()->ContentText().value(),
                  u"Meeting in  Bradford\r"_s);
-        for (const int untouched : {1, 2}) {
-            const QString path = dir.filePath(untouched == 1 ? u"miss.docx"_s : u"sub/miss.doc"_s);
-            QVERIFY2(TestSupport::readFile(path) == before.at(untouched), qPrintable(path));
-            QCOMPARE(QFileInfo(path).lastModified(), dayBefore);
-        }
+        QCOMPARE(TestSupport::readFile(doc), before);
+        QCOMPARE(QFileInfo(doc).lastModified(), dayBefore);
 
         // Leaving replace mode, the second panel goes with the next run.
         window->chkReplace->click();
