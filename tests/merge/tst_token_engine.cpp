@@ -9,19 +9,10 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-enum Cell
-{
-    Email = 0,
-    First,
-    Last,
-    Job,
-    Company,
-    Street,
-    Web = 12,
-    C1
-};
+// The cells of a contact that the cases fill.
+constexpr int Email = 0, First = 1, Last = 2, Job = 3, Company = 4, Web = 12, C1 = 13;
 
-std::array<QString, 16> contact(std::initializer_list<std::pair<Cell, QString>> values)
+std::array<QString, 16> contact(std::initializer_list<std::pair<int, QString>> values)
 {
     std::array<QString, 16> cells;
     for (const auto& [cell, value] : values) {

@@ -4,6 +4,7 @@
 #include "wordlink/BridgeDocument.h"
 #include "wordlink/DocumentEngine.h"
 #include "wordlink/OfficeBridge.h"
+#include "wordlink/OoxmlPackage.h"
 
 #include <QDir>
 #include <QFile>
@@ -98,14 +99,9 @@ private slots:
         // The header keeps its token: seen by converting back to the open format.
         const QString back = m_dir.filePath(u"back.docx"_s);
         QVERIFY(BridgeDocument::convert(merged, back).ok());
-        QProcess unzip;
-        unzip.start(u"/usr/bin/python3"_s, {u"-c"_s,
-                                            u"import zipfile,sys\nz=zipfile.ZipFile(sys.argv[1])\n"
-                                            u"print(any(b'Header for [[FirstName]]' in z.read(n) for n in z.namelist() "
-                                            u"if 'header' in n))"_s,
-                                            back});
-        QVERIFY(unzip.waitForFinished(30000));
-        QCOMPARE(unzip.readAllStandardOutput().trimmed(), QByteArray("True"));
+        const Result<OoxmlPackage> backPackage = OoxmlPackage::open(back);
+        QVERIFY(backPackage.ok() &&
+                backPackage->part(u"word/header1.xml"_s).value().contains("Header for [[FirstName]]"));
 
         // An .rtf is read as well; a .doc template gives a document that pages can be appended to.
         const QString rtf = m_dir.filePath(u"letter.rtf"_s);
