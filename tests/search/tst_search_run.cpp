@@ -212,7 +212,7 @@ private slots:
     {
         // The walk's order: a folder's own files, then its subfolders.
         const QString tree = m_dir.filePath(u"side"_s);
-        const QStringList expected = plantDocuments(tree, numbered({u""_s, u"a/"_s, u"a/deep/"_s, u"b/"_s}, 15));
+        const QStringList expected = plantDocuments(tree, numbered({u""_s, u"a/"_s, u"a/deep/"_s, u"b/"_s}, 30));
         EngineSearcher searcher;
         QStringList found;
         QStringList statuses;
@@ -234,9 +234,9 @@ private slots:
         QCOMPARE(outcome.ending, RunOutcome::Ending::Completed);
         QCOMPARE(outcome.done, int(expected.size()));
         // Each document's status comes right after its folder's, in the walk's order.
-        QCOMPARE(statuses.size(), 4 + 60);
+        QCOMPARE(statuses.size(), 4 + 120);
         QCOMPARE(statuses.at(1), u"Processing document: "_s + tree + u"/d00.docx"_s);
-        QCOMPARE(statuses.at(16), QDir::toNativeSeparators(tree + u"/a"_s));
+        QCOMPARE(statuses.at(31), QDir::toNativeSeparators(tree + u"/a"_s));
 
         // Stop pressed at the first hit of folder a: the rows are the walk's first rows.
         stopAtA = true;
