@@ -253,8 +253,9 @@ private slots:
         QCOMPARE(GetSetting(u"Search"_s, u"FolderName"_s), dir.path());
     }
 
-    void list_sortsByText_showsTheDateTooltip_andItsMenu()
+    void list_sortsByText_showsTheDateTooltipAndItsMenu_andDeleteMovesFilesToTheTrash()
     {
+        TestSupport::MessageRecorder messages;
         QTemporaryDir dir;
         plant(dir, {u"b.docx"_s}, 9 * 1024);
         plant(dir, {u"a.doc"_s}, 10 * 1024);
@@ -293,38 +294,31 @@ private slots:
         QVERIFY(rightClick() && open->isEnabled());
         window->lvList->clearSelection();
         QVERIFY(rightClick() && !open->isEnabled());
-        window->CmdFind[3]->click();
-        QVERIFY(!rightClick());
-    }
 
-    void delete_asks_thenMovesTheFilesToTheTrash()
-    {
-        TestSupport::MessageRecorder messages;
-        QTemporaryDir dir;
-        plant(dir, {u"a.docx"_s, u"b.docx"_s});
-        FrmSearch* window = openWindow(dir.path());
-        window->RunSearch();
+        // Delete asks first, then moves the selected files to the desktop's Trash.
         window->lvList->topLevelItem(0)->setSelected(true);
         messages.answerNext(MessageAnswer::No);
         window->MnuDelete_Click();
         QCOMPARE(messages.lastText(), u"Are you sure to delete selected file(s) ?"_s);
         QCOMPARE(messages.messages().last().icon, MessageIcon::Critical);
-        QVERIFY(QFile::exists(dir.filePath(u"a.docx"_s)));
+        QVERIFY(QFile::exists(dir.filePath(u"sub/c.doc"_s)));
         window->MnuDelete_Click();
-        QCOMPARE(names(window->lvList), QStringList{u"b.docx"_s});
-        QVERIFY(!QFile::exists(dir.filePath(u"a.docx"_s)));
-        QVERIFY(QFile::exists(qEnvironmentVariable("XDG_DATA_HOME") + u"/Trash/files/a.docx"_s));
-
+        QCOMPARE(names(window->lvList), (QStringList{u"a.doc"_s, u"b.docx"_s}));
+        QVERIFY(!QFile::exists(dir.filePath(u"sub/c.doc"_s)));
+        QVERIFY(QFile::exists(qEnvironmentVariable("XDG_DATA_HOME") + u"/Trash/files/c.doc"_s));
         // A file that is gone already cannot be deleted: its row stays, and the user is told.
-        QVERIFY(QFile::remove(dir.filePath(u"b.docx"_s)));
+        QVERIFY(QFile::remove(dir.filePath(u"a.doc"_s)));
+        window->lvList->clearSelection();
         window->lvList->topLevelItem(0)->setSelected(true);
         window->MnuDelete_Click();
-        QCOMPARE(names(window->lvList), QStringList{u"b.docx"_s});
+        QCOMPARE(names(window->lvList), (QStringList{u"a.doc"_s, u"b.docx"_s}));
         QVERIFY(messages.lastText().contains(u"no longer exists"_s));
         window->lvList->clearSelection();
         const qsizetype asked = messages.messages().size();
         window->MnuDelete_Click(); // nothing selected: no question
         QCOMPARE(messages.messages().size(), asked);
+        window->CmdFind[3]->click();
+        QVERIFY(!rightClick()); // an empty list shows no menu
     }
 };
 
