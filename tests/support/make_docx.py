@@ -11,8 +11,8 @@
                               no other writer uses, so that an entry compressed anew shows
 """
 import base64
-import copy
 import io
+import os
 import sys
 import zipfile
 
@@ -24,36 +24,42 @@ from docx.shared import Pt
 
 PNG = base64.b64decode(
     "iVBORw0KGgoAAAANSUhEUgAAAAIAAAACCAIAAAD91JpzAAAAFklEQVR4nGP8z8DAwMDAxMDAwMDAAAANHQEDasKb6QAAAABJRU5ErkJggg==")
+TOKENS = ["[[FirstName]]", "[[LastName]]", "[[Job-Title]]", "[[CompanyName]]", "[[Business-Street]]",
+          "[[Business-City]]", "[[Business-State]]", "[[Business-Zip]]", "[[Business-Country]]",
+          "[[Business-Phone]]", "[[Email1Address]]", "[[WebPage]]"]
+
+
+def element(name, **attributes):
+    made = OxmlElement(name)
+    for key, value in attributes.items():
+        made.set(qn("w:" + key), value)
+    return made
 
 
 def split_token(paragraph, pieces, bold_middle=True):
-    """A token written in several runs, as Word leaves it after spell-checking and editing."""
+    """A token written in three runs, as Word leaves it after spell-checking and editing."""
     for index, piece in enumerate(pieces):
         if index:
-            mark = OxmlElement("w:proofErr")
-            mark.set(qn("w:type"), "spellStart" if index == 1 else "spellEnd")
-            paragraph._p.append(mark)
+            paragraph._p.append(element("w:proofErr", type="spellStart" if index == 1 else "spellEnd"))
         run = paragraph.add_run(piece)
         run.bold = bold_middle and index == 1
-        if index == 2:
-            run.italic = True
+        run.italic = index == 2 or None
 
 
 def add_field(paragraph, code, result):
-    def fld(kind):
-        element = OxmlElement("w:fldChar")
-        element.set(qn("w:fldCharType"), kind)
-        run = paragraph.add_run()
-        run._r.append(element)
-
-    fld("begin")
-    instruction = OxmlElement("w:instrText")
+    instruction = element("w:instrText")
     instruction.text = code
-    run = paragraph.add_run()
-    run._r.append(instruction)
-    fld("separate")
+    for child in (element("w:fldChar", fldCharType="begin"), instruction, element("w:fldChar", fldCharType="separate")):
+        paragraph.add_run()._r.append(child)
     paragraph.add_run(result)
-    fld("end")
+    paragraph.add_run()._r.append(element("w:fldChar", fldCharType="end"))
+
+
+def add_table(document, cells):
+    table = document.add_table(rows=len(cells), cols=2)
+    for row, (label, token) in enumerate(cells):
+        table.cell(row, 0).text = label
+        table.cell(row, 1).text = token
 
 
 def letter():
@@ -63,16 +69,10 @@ def letter():
     split_token(first, ["[[First", "Na", "me]]"])
     first.add_run(",")
     second = document.add_paragraph()
-    run = second.add_run("[[CompanyName]]")
-    run.bold = True
+    second.add_run("[[CompanyName]]").bold = True
     second.add_run("\tis at [[Business-City]]; see [[WebPage]] or [[webpage]].")
-    table = document.add_table(rows=2, cols=2)
-    table.cell(0, 0).text = "Name"
-    table.cell(0, 1).text = "[[LastName]]"
-    table.cell(1, 0).text = "Mail"
-    table.cell(1, 1).text = "[[Email1Address]]"
-    third = document.add_paragraph("Date: ")
-    add_field(third, " DATE \\@ \"d MMMM yyyy\" ", "1 March 2026")
+    add_table(document, [("Name", "[[LastName]]"), ("Mail", "[[Email1Address]]")])
+    add_field(document.add_paragraph("Date: "), " DATE \\@ \"d MMMM yyyy\" ", "1 March 2026")
     document.add_paragraph().add_run().add_picture(io.BytesIO(PNG), width=Pt(20))
     document.add_paragraph("Kind regards, the Quillbay club").runs[0].add_break(WD_BREAK.PAGE)
     document.add_paragraph("Second page for [[FirstName]].")
@@ -81,18 +81,12 @@ def letter():
 
 def pages(count):
     document = docx.Document()
-    tokens = ["[[FirstName]]", "[[LastName]]", "[[Job-Title]]", "[[CompanyName]]", "[[Business-Street]]",
-              "[[Business-City]]", "[[Business-State]]", "[[Business-Zip]]", "[[Business-Country]]",
-              "[[Business-Phone]]", "[[Email1Address]]", "[[WebPage]]"]
     head = document.add_paragraph()
     split_token(head, ["[[First", "Na", "me]]"])
-    head.add_run(" " + " ".join(tokens[1:5]))
-    for token in tokens[5:9]:
+    head.add_run(" " + " ".join(TOKENS[1:5]))
+    for token in TOKENS[5:9]:
         split_token(document.add_paragraph("Address: "), [token[:4], token[4:-3], token[-3:]], bold_middle=False)
-    table = document.add_table(rows=3, cols=2)
-    for row, token in enumerate(tokens[9:]):
-        table.cell(row, 0).text = token.strip("[]")
-        table.cell(row, 1).text = token
+    add_table(document, [(token.strip("[]"), token) for token in TOKENS[9:]])
     document.add_paragraph().add_run().add_picture(io.BytesIO(PNG), width=Pt(60))
     filler = ("The club thanks every member for a year of letters, meetings and walks. " * 6).strip()
     for page in range(count):
@@ -103,36 +97,30 @@ def pages(count):
     return document
 
 
-def rezip(document, out, transform=lambda name, data: data, level=None):
+def rezip(document, out, as_template=False, level=None):
+    """The document written again entry by entry: as a template, or at another compression level."""
     buffer = io.BytesIO()
     document.save(buffer)
-    with zipfile.ZipFile(io.BytesIO(buffer.getvalue())) as source, zipfile.ZipFile(out, "w",
-                                                                                  zipfile.ZIP_DEFLATED) as target:
+    with zipfile.ZipFile(buffer) as source, zipfile.ZipFile(out, "w", zipfile.ZIP_DEFLATED) as target:
         for item in source.infolist():
-            target.writestr(item, transform(item.filename, source.read(item.filename)), compresslevel=level)
-
-
-def as_template(name, data):
-    if name == "[Content_Types].xml":
-        return data.replace(b"wordprocessingml.document.main+xml", b"wordprocessingml.template.main+xml")
-    return data
+            data = source.read(item.filename)
+            if as_template and item.filename == "[Content_Types].xml":
+                data = data.replace(b"wordprocessingml.document.main+xml", b"wordprocessingml.template.main+xml")
+            target.writestr(item, data, compresslevel=level)
 
 
 def main():
-    kind, out = sys.argv[1], sys.argv[2]
-    if kind == "letter":
-        letter().save(out)
-    elif kind == "plain":
+    kind, out, extra = sys.argv[1], sys.argv[2], sys.argv[3:]
+    os.makedirs(os.path.dirname(os.path.abspath(out)), exist_ok=True)
+    if kind == "plain":
         document = docx.Document()
-        for piece in sys.argv[3].split("|"):
+        for piece in extra[0].split("|"):
             document.add_paragraph(piece)
         document.save(out)
-    elif kind == "pages":
-        pages(int(sys.argv[3])).save(out)
-    elif kind == "template":
-        rezip(letter(), out, as_template)
-    elif kind == "fastest":
-        rezip(letter(), out, level=1)
+    elif kind in ("letter", "pages"):
+        (letter() if kind == "letter" else pages(int(extra[0]))).save(out)
+    elif kind in ("template", "fastest"):
+        rezip(letter(), out, as_template=kind == "template", level=1 if kind == "fastest" else None)
     else:
         raise SystemExit("unknown kind " + kind)
 

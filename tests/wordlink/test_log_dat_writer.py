@@ -1,7 +1,6 @@
 #!/usr/bin/python3
-"""The document log's writer (tools/log-extension/log_dat_writer.py), outside the office suite:
-the records it appends, the 50 it keeps, an old file in Windows-1252, and writers that append
-at the same time."""
+"""The document log's writer (tools/log-extension/log_dat_writer.py), outside the office suite."""
+import fcntl
 import multiprocessing
 import os
 import sys
@@ -21,68 +20,55 @@ def lines_of(folder):
     return data.decode("utf-8").split("\r\n")[:-1]
 
 
-def append_many(folder, writer_number, count):
-    for number in range(count):
-        assert writer.append_record(folder, "/w%d/%03d.doc%s1%s2%s3%s4" % (writer_number, number, SEP, SEP, SEP, SEP))
+def append_many(folder, writer_number):
+    for number in range(12):
+        assert writer.append_record(folder, "/w%d/%03d.doc" % (writer_number, number) + SEP * 4)
 
 
 class LogDatWriterTest(unittest.TestCase):
     def setUp(self):
         self.folder = tempfile.mkdtemp()
+        self.log = os.path.join(self.folder, "Log.Dat")
 
-    def test_record_hasFiveFields_pathFirst_sizeInWholeKilobytes(self):
+    def test_records_keepTheNewest50_andAnOldWindows1252LogIsWrittenAgainAsUtf8(self):
         path = os.path.join(self.folder, "Brief für Ann.docx")
         with open(path, "wb") as out:
             out.write(b"x" * 1025)
         fields = writer.record(path).split(SEP)
-        self.assertEqual(len(fields), 5)
-        self.assertEqual(fields[0], path)
-        self.assertEqual(fields[4], "2")
+        self.assertEqual((len(fields), fields[0], fields[4]), (5, path, "2"))  # whole kilobytes, rounded up
         self.assertTrue(all(fields[1:4]))
-
-    def test_theNewest50_areKept_inTheirOrder_andBlankLinesGo(self):
-        with open(os.path.join(self.folder, "Log.Dat"), "wb") as out:
-            out.write(b"".join(b"/old/%02d.doc\xc2\x81a\xc2\x81b\xc2\x81c\xc2\x814\r\n\r\n" % n for n in range(60)))
+        with open(self.log, "wb") as out:
+            out.write(b"".join(b"/old/%02d.doc\x81a\x81b\x81c\x814\r\n" % n for n in range(59)))
+            out.write(b"/docs/Caf\xe9 \x80.doc\x81a\x81b\x81c\x814\r\n\r\n")
         writer.append_record(self.folder, "/new.doc" + SEP * 4)
         lines = lines_of(self.folder)
-        self.assertEqual(len(lines), 50)
+        self.assertEqual(len(lines), 50)  # blank lines go too
         self.assertEqual(lines[0].split(SEP)[0], "/old/11.doc")
-        self.assertEqual(lines[-2].split(SEP)[0], "/old/59.doc")
+        self.assertEqual(lines[-2], "/docs/Café €.doc" + SEP + "a" + SEP + "b" + SEP + "c" + SEP + "4")
         self.assertEqual(lines[-1], "/new.doc" + SEP * 4)
 
-    def test_anOldWindows1252File_isWrittenAgainAsUtf8(self):
-        with open(os.path.join(self.folder, "Log.Dat"), "wb") as out:
-            out.write(b"/docs/Caf\xe9 \x80.doc\x81a\x81b\x81c\x814\r\n")
-        writer.append_record(self.folder, "/docs/Ünïcode.doc" + SEP + "a" + SEP + "b" + SEP + "c" + SEP + "1")
-        lines = lines_of(self.folder)
-        self.assertEqual(lines[0], "/docs/Café €.doc" + SEP + "a" + SEP + "b" + SEP + "c" + SEP + "4")
-        self.assertEqual(lines[1].split(SEP)[0], "/docs/Ünïcode.doc")
-
-    def test_writersAtTheSameTime_loseNoRecord_andLeaveAWholeFile(self):
-        processes = [multiprocessing.Process(target=append_many, args=(self.folder, n, 12)) for n in range(4)]
+    def test_writersAtTheSameTime_loseNoRecord_andALockHeldTooLongLeavesTheRecordOut(self):
+        processes = [multiprocessing.Process(target=append_many, args=(self.folder, n)) for n in range(4)]
         for process in processes:
             process.start()
         for process in processes:
             process.join(60)
             self.assertEqual(process.exitcode, 0)
         lines = lines_of(self.folder)
-        self.assertEqual(len(lines), 48)
         self.assertEqual(len(set(lines)), 48)
         for number in range(4):
             own = [line.split(SEP)[0] for line in lines if line.startswith("/w%d/" % number)]
             self.assertEqual(own, ["/w%d/%03d.doc" % (number, n) for n in range(12)])
         self.assertEqual([name for name in os.listdir(self.folder) if name.startswith(".Log.Dat.")], [])
 
-    def test_aLockHeldTooLong_leavesTheRecordOut_insteadOfWaiting(self):
-        import fcntl
         waited, writer.LOCK_WAIT = writer.LOCK_WAIT, 0.2
         try:
-            with open(os.path.join(self.folder, "Log.Dat.lock"), "a") as lock:
+            with open(self.log + ".lock", "a") as lock:
                 fcntl.flock(lock, fcntl.LOCK_EX)
                 self.assertFalse(writer.append_record(self.folder, "/late.doc" + SEP * 4))
         finally:
             writer.LOCK_WAIT = waited
-        self.assertFalse(os.path.exists(os.path.join(self.folder, "Log.Dat")))
+        self.assertEqual(len(lines_of(self.folder)), 48)
 
 
 if __name__ == "__main__":

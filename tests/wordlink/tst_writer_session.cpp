@@ -1,6 +1,5 @@
 #include "TestSupport.h"
 #include "core/AppPaths.h"
-#include "core/ListSeparator.h"
 #include "core/SettingsKeys.h"
 #include "explorer/RecentDocuments.h"
 #include "wordlink/Doc.h"
@@ -44,53 +43,46 @@ struct Wizard : DocOwner
     void setTemplateText(int index, const QString& path) override { templates.at(index) = path; }
 };
 
-QJsonObject ask(const Doc& doc, const QJsonObject& request)
+// The session's writer asked through its helper: "op" with one argument.
+QJsonObject ask(const Doc& doc, const QString& op, const QString& key = {}, const QString& value = {})
 {
-    if (doc.writer() == nullptr) {
-        return {};
-    }
-    const Result<QJsonObject> answer = doc.writer()->call(request);
-    return answer.ok() ? answer.value() : QJsonObject{{u"error"_s, answer.error().message}};
-}
-
-QJsonObject op(const QString& name, const QString& key = {}, const QString& value = {})
-{
-    QJsonObject request{{u"op"_s, name}};
+    QJsonObject request{{u"op"_s, op}};
     if (!key.isEmpty()) {
         request.insert(key, value);
     }
-    return request;
+    const Result<QJsonObject> answer = doc.writer() ? doc.writer()->call(request) : Result<QJsonObject>(QJsonObject());
+    return answer.ok() ? answer.value() : QJsonObject{{u"error"_s, answer.error().message}};
 }
 
 QString documentText(const Doc& doc)
 {
-    return ask(doc, op(u"text"_s)).value(u"text"_s).toString();
+    return ask(doc, u"text"_s).value(u"text"_s).toString();
+}
+
+qint64 writerPid(const Doc& doc)
+{
+    return ask(doc, u"pid"_s).value(u"pid"_s).toInteger();
 }
 
 // The "Quillbay+" popups on the document window's menu bar, each as its captions.
 QList<QStringList> popups(const Doc& doc)
 {
     QList<QStringList> found;
-    for (const QJsonValue popup : ask(doc, op(u"menu"_s)).value(u"popups"_s).toArray()) {
-        QStringList captions;
-        for (const QJsonValue caption : popup.toArray()) {
-            captions << caption.toString();
-        }
-        found << captions;
+    for (const QJsonValue popup : ask(doc, u"menu"_s).value(u"popups"_s).toArray()) {
+        found << popup.toVariant().toStringList();
     }
     return found;
 }
 
-// What a click on entry n of the menu does: the window runs the entry's command.
-void click(const Doc& doc, int entry)
+// A window command: a click on entry n of the menu is "vnd.quillbay:field/n".
+void dispatch(const Doc& doc, const QString& command)
 {
-    ask(doc, op(u"dispatch"_s, u"command"_s, u"vnd.quillbay:field/"_s + QString::number(entry)));
+    ask(doc, u"dispatch"_s, u"command"_s, command);
 }
 
-// What the user's closing of the window does.
-void closeWindow(const Doc& doc)
+void click(const Doc& doc, int entry)
 {
-    ask(doc, op(u"dispatch"_s, u"command"_s, u".uno:CloseWin"_s));
+    dispatch(doc, u"vnd.quillbay:field/"_s + QString::number(entry));
 }
 
 bool processAlive(qint64 pid)
@@ -114,233 +106,215 @@ class WriterSessionTest : public QObject
 {
     Q_OBJECT
 
-private slots:
-    void initTestCase();
-    void cleanupTestCase();
-    void newTemplate_fieldsFromTheMenu_savedAndClosed_giveTheMailTemplate();
-    void addressBookSource_hasThirteenEntries_andUnsavedChangesAreDropped();
-    void secondSession_endsTheFirst_andLeavesOnePopup_hiddenWizardHasNone();
-    void exitOfTheWriter_closesAsTheWindowDoes_andAWriterThatDies_endsTheSession();
-    void writerLeftByAnEndedProgram_isTakenOverByTheNextSession();
-    void logOffer_isAskedOnce_andNoLeavesTheUsersOfficeAlone();
-    void suiteWithoutWindows_isNamed_andNoSessionStarts();
-
 private:
     QProcess m_display;
     QTemporaryDir m_files;
-};
 
-void WriterSessionTest::initTestCase()
-{
-    TestSupport::isolateUserFolders();
-    // The offer to add the document log to the user's own office suite was answered.
-    SettingsStore::instance().setValue(Keys::LogExtensionOffered, u"Y"_s);
-    const QString soffice = QStandardPaths::findExecutable(u"soffice"_s);
-    if (!visibleWriterProblem(soffice).isEmpty()) {
-        QSKIP("no office suite with a window system is installed (libreoffice-writer, libreoffice-gtk3)");
+private slots:
+    void initTestCase()
+    {
+        TestSupport::isolateUserFolders();
+        // The offer to add the document log to the user's own office suite was answered.
+        SettingsStore::instance().setValue(Keys::LogExtensionOffered, u"Y"_s);
+        if (!visibleWriterProblem(QStandardPaths::findExecutable(u"soffice"_s)).isEmpty()) {
+            QSKIP("no office suite with a window system is installed (libreoffice-writer, libreoffice-gtk3)");
+        }
+        if (QStandardPaths::findExecutable(u"xdotool"_s).isEmpty()) {
+            QSKIP("xdotool, which finds the writer's window, is not installed");
+        }
+        const QString noDisplay = TestSupport::ensureWriterDisplay(m_display);
+        if (!noDisplay.isEmpty()) {
+            QSKIP(qPrintable(noDisplay));
+        }
     }
-    if (QStandardPaths::findExecutable(u"xdotool"_s).isEmpty()) {
-        QSKIP("xdotool, which finds the writer's window, is not installed");
-    }
-    const QString noDisplay = TestSupport::ensureWriterDisplay(m_display);
-    if (!noDisplay.isEmpty()) {
-        QSKIP(qPrintable(noDisplay));
-    }
-}
 
-void WriterSessionTest::cleanupTestCase()
-{
-    if (m_display.state() == QProcess::Running) {
+    void cleanupTestCase()
+    {
         m_display.terminate();
         m_display.waitForFinished(5000);
     }
-}
 
-void WriterSessionTest::newTemplate_fieldsFromTheMenu_savedAndClosed_giveTheMailTemplate()
-{
-    Wizard wizard;
-    wizard.postal = true; // the mail merge's box wins when both are checked
-    Doc doc(wizard);
-    // A failed check must not leave its writer running into the next case.
-    const auto end = qScopeGuard([&doc] { doc.Init(); });
-    QVERIFY(doc.AssignWd(QString()).ok());
-    const qint64 office = ask(doc, op(u"pid"_s)).value(u"pid"_s).toInteger();
-    QTRY_VERIFY_WITH_TIMEOUT(visibleWindows(u"Untitled 1"_s) > 0, 10000);
-
-    // The popup stands before the sixth entry of the window's menu bar, with the thirteen
-    // fixed entries and the text file's three custom columns.
-    QCOMPARE(ask(doc, op(u"menu"_s)).value(u"top"_s).toArray().at(5).toString(), u"Quillbay+"_s);
-    const QList<QStringList> menus = popups(doc);
-    QCOMPARE(menus.size(), 1);
-    QCOMPARE(menus.first().mid(13), (QStringList{u"Region"_s, u"Member (since)"_s, u"Notes"_s}));
-
-    // A custom entry types the heading its column has at the time of the click.
-    click(doc, 1);
-    QTRY_COMPARE(documentText(doc), u"[[FirstName]]"_s);
-    wizard.headings[1] = u"Joined (year)"_s;
-    click(doc, 15);
-    click(doc, 5);
-    click(doc, 13);
-    QTRY_COMPARE(documentText(doc), u"[[FirstName]][[Joined (year)]][[Business-Street]][[Email1Address]]"_s);
-
-    const QString saved = m_files.filePath(u"letter one.docx"_s);
-    QVERIFY(ask(doc, op(u"saveAs"_s, u"path"_s, saved)).value(u"ok"_s).toBool());
-    closeWindow(doc);
-    QTRY_VERIFY_WITH_TIMEOUT(doc.writer() == nullptr, 30000);
-    QCOMPARE(wizard.templates[0], saved);
-    QCOMPARE(wizard.templates[1], QString());
-    // The one document closed ends its writer.
-    QTRY_VERIFY_WITH_TIMEOUT(!processAlive(office), 30000);
-}
-
-void WriterSessionTest::addressBookSource_hasThirteenEntries_andUnsavedChangesAreDropped()
-{
-    Wizard wizard;
-    wizard.source = 0;
-    wizard.mail = false;
-    wizard.postal = true;
-    wizard.templates[1] = u"/before/letter.docx"_s;
-    Doc doc(wizard);
-    const auto end = qScopeGuard([&doc] { doc.Init(); });
-    QVERIFY(doc.AssignWd(QString()).ok());
-    const QList<QStringList> menus = popups(doc);
-    QCOMPARE(menus.size(), 1);
-    QCOMPARE(menus.first().size(), 13);
-
-    // A new document with changes, closed: the changes go without a question, the template
-    // box keeps what it had, and the writer ends (a question left open would keep it running).
-    const qint64 office = ask(doc, op(u"pid"_s)).value(u"pid"_s).toInteger();
-    click(doc, 2);
-    QTRY_COMPARE(documentText(doc), u"[[LastName]]"_s);
-    closeWindow(doc);
-    QTRY_VERIFY_WITH_TIMEOUT(doc.writer() == nullptr, 30000);
-    QTRY_VERIFY_WITH_TIMEOUT(!processAlive(office), 30000);
-    QCOMPARE(wizard.templates[1], u"/before/letter.docx"_s);
-}
-
-void WriterSessionTest::secondSession_endsTheFirst_andLeavesOnePopup_hiddenWizardHasNone()
-{
-    const QString path = m_files.filePath(u"Offer for Ann.docx"_s);
-    QVERIFY(TestSupport::makeDocx(u"plain"_s, path, u"Dear [[FirstName]]"_s));
-    QFile::remove(AppPaths::file(u"Log.Dat"_s));
-    Wizard wizard;
-    wizard.mail = false;
-    wizard.postal = true;
-    Doc doc(wizard);
-    const auto end = qScopeGuard([&doc] { doc.Init(); });
-
-    // Hidden wizard: the session opens without a menu.
-    wizard.visible = false;
-    QVERIFY(doc.AssignWd(path).ok());
-    QCOMPARE(popups(doc).size(), 0);
-    QVERIFY(!doc.menuCaptions().has_value());
-    const qint64 first = ask(doc, op(u"pid"_s)).value(u"pid"_s).toInteger();
-
-    // The next EditInWord's Init ends the first session as a close of its saved document does.
-    wizard.visible = true;
-    doc.Init();
-    QVERIFY(doc.writer() == nullptr);
-    QCOMPARE(wizard.templates[1], path);
-    QTRY_VERIFY_WITH_TIMEOUT(!processAlive(first), 30000);
-
-    for (int session = 0; session < 2; ++session) {
-        doc.Init();
-        QVERIFY(doc.AssignWd(path).ok());
-    }
-    QCOMPARE(popups(doc).size(), 1);
-    QCOMPARE(documentText(doc), u"Dear [[FirstName]]"_s);
-
-    // The session's writer carries the log's extension: each opening of the Word document added
-    // its record, the opening of a document of another kind none.
-    const QString other = m_files.filePath(u"notes.odt"_s);
-    QVERIFY(ask(doc, op(u"saveAs"_s, u"path"_s, other)).value(u"ok"_s).toBool());
-    doc.Init();
-    QVERIFY(doc.AssignWd(other).ok());
-    doc.Init();
-    const QByteArray log = TestSupport::readFile(AppPaths::file(u"Log.Dat"_s));
-    QCOMPARE(RecentDocuments::recentPaths(log), QStringList{path});
-    const auto entry = RecentDocuments::logEntry(RecentDocuments::logLines(log).first());
-    QVERIFY(entry.has_value());
-    QCOMPARE(entry->folder, m_files.path());
-    QCOMPARE(entry->size, u"%1 KB"_s.arg((QFileInfo(path).size() + 1023) / 1024));
-}
-
-void WriterSessionTest::exitOfTheWriter_closesAsTheWindowDoes_andAWriterThatDies_endsTheSession()
-{
-    const QString path = m_files.filePath(u"exit.docx"_s);
-    QVERIFY(TestSupport::makeDocx(u"plain"_s, path, u"Exit"_s));
-    Wizard wizard;
-    Doc doc(wizard);
-    const auto end = qScopeGuard([&doc] { doc.Init(); });
-    QVERIFY(doc.AssignWd(path).ok());
-    ask(doc, op(u"dispatch"_s, u"command"_s, u".uno:Quit"_s));
-    QTRY_VERIFY_WITH_TIMEOUT(doc.writer() == nullptr, 30000);
-    QCOMPARE(wizard.templates[0], path);
-
-    wizard.templates[0].clear();
-    QVERIFY(doc.AssignWd(path).ok());
-    const qint64 office = ask(doc, op(u"pid"_s)).value(u"pid"_s).toInteger();
-    ::kill(pid_t(office), SIGKILL);
-    QTRY_VERIFY_WITH_TIMEOUT(doc.writer() == nullptr, 30000);
-    QCOMPARE(wizard.templates[0], QString());
-}
-
-void WriterSessionTest::writerLeftByAnEndedProgram_isTakenOverByTheNextSession()
-{
-    Wizard wizard;
-    qint64 left = 0;
+    void newTemplate_fieldsFromTheMenu_savedAndClosed_giveTheMailTemplate()
     {
-        // The program ends while its session is open: the writer stays with the user.
-        Doc ended(wizard);
-        QVERIFY(ended.AssignWd(QString()).ok());
-        left = ask(ended, op(u"pid"_s)).value(u"pid"_s).toInteger();
+        Wizard wizard;
+        wizard.postal = true; // the mail merge's box wins when both are checked
+        Doc doc(wizard);
+        // A failed check must not leave its writer running into the next case.
+        const auto end = qScopeGuard([&doc] { doc.Init(); });
+        QVERIFY(doc.AssignWd(QString()).ok());
+        const qint64 office = writerPid(doc);
+        QTRY_VERIFY_WITH_TIMEOUT(visibleWindows(u"Untitled 1"_s) > 0, 10000);
+
+        // The popup stands before the sixth entry of the window's menu bar, with the thirteen
+        // fixed entries and the text file's three custom columns.
+        QCOMPARE(ask(doc, u"menu"_s).value(u"top"_s).toArray().at(5).toString(), u"Quillbay+"_s);
+        const QList<QStringList> menus = popups(doc);
+        QCOMPARE(menus.size(), 1);
+        QCOMPARE(menus.first().mid(13), (QStringList{u"Region"_s, u"Member (since)"_s, u"Notes"_s}));
+
+        // A custom entry types the heading its column has at the time of the click.
+        click(doc, 1);
+        QTRY_COMPARE(documentText(doc), u"[[FirstName]]"_s);
+        wizard.headings[1] = u"Joined (year)"_s;
+        click(doc, 15);
+        click(doc, 5);
+        click(doc, 13);
+        QTRY_COMPARE(documentText(doc), u"[[FirstName]][[Joined (year)]][[Business-Street]][[Email1Address]]"_s);
+
+        const QString saved = m_files.filePath(u"letter one.docx"_s);
+        QVERIFY(ask(doc, u"saveAs"_s, u"path"_s, saved).value(u"ok"_s).toBool());
+        dispatch(doc, u".uno:CloseWin"_s);
+        QTRY_VERIFY_WITH_TIMEOUT(doc.writer() == nullptr, 30000);
+        QCOMPARE(wizard.templates, (std::array<QString, 2>{saved, QString()}));
+        QTRY_VERIFY_WITH_TIMEOUT(!processAlive(office), 30000); // the one document closed ends its writer
     }
-    const auto end = qScopeGuard([left] { ::kill(pid_t(left), SIGKILL); });
-    QTest::qWait(500);
-    QVERIFY(processAlive(left));
-    QTRY_COMPARE(visibleWindows(u"Untitled 1"_s), 1);
 
-    // The next session's writer hands its work to that one; the session stays open until its
-    // document is closed.
-    Doc doc(wizard);
-    QVERIFY(doc.AssignWd(QString()).ok());
-    QTest::qWait(2000);
-    QVERIFY(doc.writer() != nullptr);
-    QCOMPARE(popups(doc).size(), 1);
-    closeWindow(doc);
-    QTRY_VERIFY_WITH_TIMEOUT(doc.writer() == nullptr, 30000);
-}
+    void addressBookSource_hasThirteenEntries_andUnsavedChangesAreDropped()
+    {
+        Wizard wizard;
+        wizard.source = 0;
+        wizard.mail = false;
+        wizard.postal = true;
+        wizard.templates[1] = u"/before/letter.docx"_s;
+        Doc doc(wizard);
+        const auto end = qScopeGuard([&doc] { doc.Init(); });
+        QVERIFY(doc.AssignWd(QString()).ok());
+        QCOMPARE(popups(doc).value(0).size(), 13);
 
-void WriterSessionTest::logOffer_isAskedOnce_andNoLeavesTheUsersOfficeAlone()
-{
-    SettingsStore::instance().setValue(Keys::LogExtensionOffered, QString());
-    TestSupport::MessageRecorder messages;
-    messages.answerNext(MessageAnswer::No);
-    offerLogExtension();
-    offerLogExtension();
-    QCOMPARE(messages.messages().size(), 1);
-    QVERIFY(messages.lastText().contains(u"your own LibreOffice"_s));
-    QCOMPARE(SettingsStore::instance().value(Keys::LogExtensionOffered), u"Y"_s);
-    QVERIFY(!QDir(TestSupport::homeFolder() + u"/.config/libreoffice"_s).exists());
-}
+        // A new document with changes, closed: the changes go without a question, the template
+        // box keeps what it had, and the writer ends (a question left open would keep it running).
+        const qint64 office = writerPid(doc);
+        click(doc, 2);
+        QTRY_COMPARE(documentText(doc), u"[[LastName]]"_s);
+        dispatch(doc, u".uno:CloseWin"_s);
+        QTRY_VERIFY_WITH_TIMEOUT(doc.writer() == nullptr, 30000);
+        QTRY_VERIFY_WITH_TIMEOUT(!processAlive(office), 30000);
+        QCOMPARE(wizard.templates[1], u"/before/letter.docx"_s);
+    }
 
-void WriterSessionTest::suiteWithoutWindows_isNamed_andNoSessionStarts()
-{
-    // An office suite built to work unseen: its program folder holds no window plugin.
-    QTemporaryDir suite;
-    TestSupport::writeShellScript(suite.filePath(u"soffice"_s), "exit 0\n");
-    const QByteArray path = qgetenv("PATH");
-    qputenv("PATH", QFile::encodeName(suite.path()));
-    const auto restore = qScopeGuard([&path] { qputenv("PATH", path); });
-    TestSupport::MessageRecorder messages;
-    Wizard wizard;
-    Doc doc(wizard);
-    QVERIFY(!doc.AssignWd(QString()).ok());
-    QVERIFY(doc.writer() == nullptr);
-    QCOMPARE(messages.messages().size(), 1);
-    QVERIFY2(messages.lastText().contains(u"no window system"_s) && messages.lastText().contains(u"libreoffice-gtk3"_s),
-             qPrintable(messages.lastText()));
-}
+    void secondSession_endsTheFirst_andLeavesOnePopup_hiddenWizardHasNone()
+    {
+        const QString path = m_files.filePath(u"Offer for Ann.docx"_s);
+        QVERIFY(TestSupport::makeDocx(u"plain"_s, path, u"Dear [[FirstName]]"_s));
+        QFile::remove(AppPaths::file(u"Log.Dat"_s));
+        Wizard wizard;
+        wizard.mail = false;
+        wizard.postal = true;
+        wizard.visible = false;
+        Doc doc(wizard);
+        const auto end = qScopeGuard([&doc] { doc.Init(); });
+
+        // Hidden wizard: the session opens without a menu.
+        QVERIFY(doc.AssignWd(path).ok());
+        QCOMPARE(popups(doc).size(), 0);
+        QVERIFY(!doc.menuCaptions().has_value());
+        const qint64 first = writerPid(doc);
+
+        // The next EditInWord's Init ends the first session as a close of its saved document does.
+        wizard.visible = true;
+        doc.Init();
+        QVERIFY(doc.writer() == nullptr);
+        QCOMPARE(wizard.templates[1], path);
+        QTRY_VERIFY_WITH_TIMEOUT(!processAlive(first), 30000);
+        for (int session = 0; session < 2; ++session) {
+            doc.Init();
+            QVERIFY(doc.AssignWd(path).ok());
+        }
+        QCOMPARE(popups(doc).size(), 1);
+        QCOMPARE(documentText(doc), u"Dear [[FirstName]]"_s);
+
+        // The session's writer carries the log's extension: each opening of the Word document added
+        // its record, the opening of a document of another kind none.
+        const QString other = m_files.filePath(u"notes.odt"_s);
+        QVERIFY(ask(doc, u"saveAs"_s, u"path"_s, other).value(u"ok"_s).toBool());
+        doc.Init();
+        QVERIFY(doc.AssignWd(other).ok());
+        doc.Init();
+        const QByteArray log = TestSupport::readFile(AppPaths::file(u"Log.Dat"_s));
+        QCOMPARE(RecentDocuments::recentPaths(log), QStringList{path});
+        const auto entry = RecentDocuments::logEntry(RecentDocuments::logLines(log).first());
+        QVERIFY(entry.has_value());
+        QCOMPARE(entry->folder, m_files.path());
+        QCOMPARE(entry->size, u"%1 KB"_s.arg((QFileInfo(path).size() + 1023) / 1024));
+    }
+
+    void exitOfTheWriter_closesAsTheWindowDoes_andAWriterThatDies_endsTheSession()
+    {
+        const QString path = m_files.filePath(u"exit.docx"_s);
+        QVERIFY(TestSupport::makeDocx(u"plain"_s, path, u"Exit"_s));
+        Wizard wizard;
+        Doc doc(wizard);
+        const auto end = qScopeGuard([&doc] { doc.Init(); });
+        QVERIFY(doc.AssignWd(path).ok());
+        dispatch(doc, u".uno:Quit"_s);
+        QTRY_VERIFY_WITH_TIMEOUT(doc.writer() == nullptr, 30000);
+        QCOMPARE(wizard.templates[0], path);
+
+        wizard.templates[0].clear();
+        QVERIFY(doc.AssignWd(path).ok());
+        ::kill(pid_t(writerPid(doc)), SIGKILL);
+        QTRY_VERIFY_WITH_TIMEOUT(doc.writer() == nullptr, 30000);
+        QCOMPARE(wizard.templates[0], QString());
+    }
+
+    void writerLeftByAnEndedProgram_isTakenOverByTheNextSession()
+    {
+        Wizard wizard;
+        qint64 left = 0;
+        {
+            // The program ends while its session is open: the writer stays with the user.
+            Doc ended(wizard);
+            QVERIFY(ended.AssignWd(QString()).ok());
+            left = writerPid(ended);
+        }
+        const auto end = qScopeGuard([left] { ::kill(pid_t(left), SIGKILL); });
+        QTest::qWait(500);
+        QVERIFY(processAlive(left));
+        QTRY_COMPARE(visibleWindows(u"Untitled 1"_s), 1);
+
+        // The next session's writer hands its work to that one; the session stays open until its
+        // document is closed.
+        Doc doc(wizard);
+        QVERIFY(doc.AssignWd(QString()).ok());
+        QTest::qWait(2000);
+        QVERIFY(doc.writer() != nullptr);
+        QCOMPARE(popups(doc).size(), 1);
+        dispatch(doc, u".uno:CloseWin"_s);
+        QTRY_VERIFY_WITH_TIMEOUT(doc.writer() == nullptr, 30000);
+    }
+
+    void logOffer_isAskedOnce_andNoLeavesTheUsersOfficeAlone()
+    {
+        SettingsStore::instance().setValue(Keys::LogExtensionOffered, QString());
+        TestSupport::MessageRecorder messages;
+        messages.answerNext(MessageAnswer::No);
+        offerLogExtension();
+        offerLogExtension();
+        QCOMPARE(messages.texts().size(), 1);
+        QVERIFY(messages.lastText().contains(u"your own LibreOffice"_s));
+        QCOMPARE(SettingsStore::instance().value(Keys::LogExtensionOffered), u"Y"_s);
+        QVERIFY(!QDir(TestSupport::homeFolder() + u"/.config/libreoffice"_s).exists());
+    }
+
+    void suiteWithoutWindows_isNamed_andNoSessionStarts()
+    {
+        // An office suite built to work unseen: its program folder holds no window plugin.
+        QTemporaryDir suite;
+        TestSupport::writeShellScript(suite.filePath(u"soffice"_s), "exit 0\n");
+        const QByteArray path = qgetenv("PATH");
+        qputenv("PATH", QFile::encodeName(suite.path()));
+        const auto restore = qScopeGuard([&path] { qputenv("PATH", path); });
+        TestSupport::MessageRecorder messages;
+        Wizard wizard;
+        Doc doc(wizard);
+        QVERIFY(!doc.AssignWd(QString()).ok());
+        QVERIFY(doc.writer() == nullptr);
+        QCOMPARE(messages.texts().size(), 1);
+        QVERIFY2(messages.lastText().contains(u"no window system"_s) &&
+                     messages.lastText().contains(u"libreoffice-gtk3"_s),
+                 qPrintable(messages.lastText()));
+    }
+};
 
 QTEST_GUILESS_MAIN(WriterSessionTest)
 #include "tst_writer_session.moc"
