@@ -1,5 +1,9 @@
 #include "TestSupport.h"
 #include "contacts/DelimitedText.h"
+#include "contacts/MergeFieldTable.h"
+#include "contacts/TextSource.h"
+#include "core/SettingsKeys.h"
+#include "core/SettingsStore.h"
 
 #include <QFile>
 #include <QTemporaryDir>
@@ -28,7 +32,19 @@ class DelimitedTextTest : public QObject
 {
     Q_OBJECT
 
+private:
+    QTemporaryDir m_dir;
+
+    QString write(const QString& name, const QByteArray& bytes)
+    {
+        const QString path = m_dir.filePath(name);
+        return TestSupport::writeFile(path, bytes) ? path : QString();
+    }
+
 private slots:
+    void initTestCase() { TestSupport::isolateUserFolders(); }
+    void init() { TestSupport::resetSettings(); }
+
     void psplit_followsItsRules()
     {
         const struct
@@ -60,12 +76,8 @@ private slots:
         // Nothing consumed yet, and after fields were taken: both fail instead of looping.
         QCOMPARE(DelimitedText::PSplit(u"\"open,b"_s).state, SplitFields::State::Failed);
         QCOMPARE(DelimitedText::PSplit(u"a,b,\"open,c"_s).state, SplitFields::State::Failed);
-    }
-
-    void stripQuotes_trimsThenDropsOneQuoteEachSide()
-    {
-        QCOMPARE(DelimitedText::StripQuotes(u"  \"Ann\"  "_s), u"Ann"_s);
-        QCOMPARE(DelimitedText::StripQuotes(u"\"\"Ann\"\""_s), u"\"Ann\""_s);
+        // A field is trimmed, then loses one quote at each end; tabs are no blanks here.
+        QCOMPARE(DelimitedText::StripQuotes(u"  \"\"Ann\"\"  "_s), u"\"Ann\""_s);
         QCOMPARE(DelimitedText::StripQuotes(u"\""_s), QString());
         QCOMPARE(DelimitedText::StripQuotes(u"\tAnn\t"_s), u"\tAnn\t"_s);
     }
@@ -96,43 +108,49 @@ private slots:
         QCOMPARE(DelimitedText::CountFileLines(""), 1);
     }
 
-    void files_readAsUtf8WithOrWithoutMark_elseWindows1252()
+    void onlyPlainFilesAreRead_aFolderOrAPipeSaysWhy()
     {
-        QTemporaryDir dir;
-        const QString path = dir.filePath(u"list.csv"_s);
+        QCOMPARE(TextSource::open(m_dir.filePath(u"gone.csv"_s), TextKind::Comma).error().code,
+                 int(ErrorCode::FileMissing));
+        const Result<TextSource::OpenedList> folder = TextSource::open(m_dir.path(), TextKind::Comma);
+        QCOMPARE(folder.error().code, int(ErrorCode::NotAFile));
+        QVERIFY(folder.error().message.contains(u"folder"_s));
+        // Nobody writes to the pipe: reading it would wait for ever.
+        const QString pipe = m_dir.filePath(u"pipe.csv"_s);
+        QCOMPARE(::mkfifo(QFile::encodeName(pipe).constData(), 0600), 0);
+        const Result<QString> special = DelimitedText::readText(pipe);
+        QVERIFY(!special.ok() && special.error().message.contains(u"not a plain file"_s));
+        const QString empty = write(u"empty.csv"_s, {});
+        const Result<TextSource::OpenedList> none = TextSource::open(empty, TextKind::Comma);
+        QCOMPARE(none.error().code, int(ErrorCode::NoContacts));
+        QVERIFY(none.error().message.contains(empty));
+    }
+
+    // The wizard opens a list for its columns and reads its rows on a later Next: the rows are
+    // those of the file as it is then, read as UTF-8 with or without its mark, else Windows-1252.
+    void lists_readAsUtf8ElseWindows1252_andAsTheyAreWhenTheRowsAreRead()
+    {
+        const QString path = write(u"list.csv"_s, "\xEF\xBB\xBFName,Email\nAnn,ann@x.org\n");
+        const Result<TextSource::OpenedList> opened = TextSource::open(path, TextKind::Comma);
+        QCOMPARE(opened->columns, (QStringList{u"Name"_s, u"Email"_s})); // the mark is no part of a name
+        QCOMPARE(TextSource::open(path, TextKind::Tab)->columns, QStringList{u"Name,Email"_s});
+        FieldMap map;
+        map.setColumns(opened->columns);
+        map.listIndex = nameEmailCompany();
         for (const QByteArray& bytes :
              {QByteArray("\xEF\xBB\xBFName,Email\r\nBj\xC3\xB6rn \xC3\x89lo\xC3\xAFse,b@x.org\r\n"),
               QByteArray("Name,Email\r\nBj\xC3\xB6rn \xC3\x89lo\xC3\xAFse,b@x.org\r\n"),
-              QByteArray("Name,Email\r\nBj\xF6rn \xC9lo\xEFse,b@x.org\r\n")}) {
-            QVERIFY(TestSupport::writeFile(path, bytes));
-            QByteArray raw;
-            const Result<QString> text = DelimitedText::readText(path, &raw);
-            QVERIFY(text.ok());
-            QCOMPARE(raw, bytes);
-            // The mark is no part of the first column's name.
-            QCOMPARE(DelimitedText::firstLineColumns(text.value(), TextKind::Comma),
-                     (QStringList{u"Name"_s, u"Email"_s}));
+              QByteArray("Name,Email\r\nBj\xF6rn \xC9lo\xEFse,b@x.org\r\nCy,c@x.org\r\n")}) {
+            write(u"list.csv"_s, bytes);
+            int lines = 0;
             const std::vector<Contact> rows =
-                DelimitedText::importRows(text.value(), TextKind::Comma, true, nameEmailCompany());
-            QCOMPARE(rows.size(), size_t{1});
+                TextSource::readRows(path, TextKind::Comma, true, map, [&lines](int count) { lines = count; });
+            QCOMPARE(lines, bytes.count('\n'));
+            QCOMPARE(rows.size(), size_t(bytes.count('\n') - 1));
             QCOMPARE(rows.front().cells[0], u"b@x.org"_s);
             QCOMPARE(rows.front().cells[1], u"Bj\u00f6rn \u00c9lo\u00efse"_s);
         }
-    }
-
-    void onlyPlainFilesAreRead_aFolderOrAPipeSaysWhy()
-    {
-        QTemporaryDir dir;
-        QVERIFY(!DelimitedText::readText(dir.filePath(u"missing.csv"_s)).ok());
-        const Result<QString> folder = DelimitedText::readText(dir.path());
-        QVERIFY(!folder.ok());
-        QVERIFY(folder.error().message.contains(u"folder"_s));
-        // Nobody writes to the pipe: reading it would wait for ever.
-        const QString pipe = dir.filePath(u"pipe.csv"_s);
-        QCOMPARE(::mkfifo(QFile::encodeName(pipe).constData(), 0600), 0);
-        const Result<QString> special = DelimitedText::readText(pipe);
-        QVERIFY(!special.ok());
-        QVERIFY(special.error().message.contains(u"not a plain file"_s));
+        QVERIFY(TextSource::readRows(m_dir.filePath(u"gone.csv"_s), TextKind::Comma, true, map).empty());
     }
 
     void importRows_readsLineByLine_andPassesOverLinesThatAddNoRow()
@@ -160,8 +178,40 @@ private slots:
         QCOMPARE(fromLineFeeds[2].cells, withHeader[2].cells);
     }
 
-    void header_splitsDifferentlyFromTheRows()
+    void rows_takeTheirMappedColumns_andTheHeaderSplitsOtherwise()
     {
+        const auto row = [](const QString& line, TextKind kind = TextKind::Comma) {
+            return DelimitedText::AddTextRow(line, kind, nameEmailCompany());
+        };
+        const auto comma = row(u"Ann ,\"ann@x.org\",\"Acme, Inc\""_s);
+        QVERIFY(comma && comma->checked && comma->counted);
+        QCOMPARE(comma->cells[0], u"ann@x.org"_s);
+        QCOMPARE(comma->cells[1], u"Ann "_s);      // no quote: left as it stands, blanks included
+        QCOMPARE(comma->cells[4], u"Acme, Inc"_s); // the last field keeps its quotes, stripped here
+        // A blank before a quoted field is taken for its opening character: the span then swallows
+        // the next comma's field and the company comes out empty.
+        QCOMPARE(row(u"Ann, \"ann@x.org\" ,\"Acme\""_s)->cells[4], QString());
+        QCOMPARE(row(u"Bob,bob@x.org"_s)->cells[4], QString()); // too few fields: the row stands
+        QVERIFY(!row(u"Cy"_s));                                 // the e-mail column missing: no row
+        QVERIFY(!row(u"Di,\"di@x.org,Acme"_s));                 // an unterminated quote: no row
+
+        // Tab fields lose their quotes only where they hold one, even one closing a quoted word.
+        const auto tab = row(u" Ann \t\"ann@x.org\"\tsay \"hi\" there "_s, TextKind::Tab);
+        QCOMPARE(tab->cells[1], u" Ann "_s);
+        QCOMPARE(tab->cells[0], u"ann@x.org"_s);
+        QCOMPARE(tab->cells[4], u"say \"hi\" there"_s);
+        QCOMPARE(row(u"x\ty@z\tsay \"hi\" "_s, TextKind::Tab)->cells[4], u"say \"hi"_s);
+
+        // A blank line adds no row while the address is mapped; without it, an unticked one in a
+        // comma list and a ticked one in a tab list.
+        QVERIFY(!row(QString()) && !row(QString(), TextKind::Tab));
+        std::array<int, 16> noEmail = nameEmailCompany();
+        noEmail[12] = -1;
+        const auto blankComma = DelimitedText::AddTextRow(QString(), TextKind::Comma, noEmail);
+        QVERIFY(blankComma && !blankComma->checked && !blankComma->counted);
+        QVERIFY(DelimitedText::AddTextRow(QString(), TextKind::Tab, noEmail)->checked);
+
+        // The header deletes quotes and splits at every comma; a tab header keeps its quotes.
         QCOMPARE(DelimitedText::headerColumns(u"\"Name\",\"Town, State\",Email"_s, TextKind::Comma),
                  (QStringList{u"Name"_s, u"Town"_s, u" State"_s, u"Email"_s}));
         QCOMPARE(DelimitedText::headerColumns(u"\"Name\"\tEmail"_s, TextKind::Tab),
@@ -169,61 +219,27 @@ private slots:
         QVERIFY(DelimitedText::headerColumns(QString(), TextKind::Comma).isEmpty());
     }
 
-    void rows_takeTheirMappedColumns()
+    void remember_keepsEachKindsFileAndMapApart()
     {
-        const auto row =
-            DelimitedText::AddTextRow(u"Ann ,\"ann@x.org\",\"Acme, Inc\""_s, TextKind::Comma, nameEmailCompany());
-        QVERIFY(row);
-        QCOMPARE(row->cells[0], u"ann@x.org"_s);
-        QCOMPARE(row->cells[1], u"Ann "_s);      // no quote: left as it stands, blanks included
-        QCOMPARE(row->cells[4], u"Acme, Inc"_s); // the last field keeps its quotes, stripped here
-        QVERIFY(row->checked);
-        QVERIFY(row->counted);
-
-        // A blank before a quoted field is taken for its opening character: the span then swallows
-        // the next comma's field and the company comes out empty.
-        const auto shifted =
-            DelimitedText::AddTextRow(u"Ann, \"ann@x.org\" ,\"Acme\""_s, TextKind::Comma, nameEmailCompany());
-        QVERIFY(shifted);
-        QCOMPARE(shifted->cells[0], u"ann@x.org"_s);
-        QCOMPARE(shifted->cells[4], QString());
-
-        // Too few fields: the missing company is empty, the row stands.
-        const auto shortRow = DelimitedText::AddTextRow(u"Bob,bob@x.org"_s, TextKind::Comma, nameEmailCompany());
-        QVERIFY(shortRow);
-        QCOMPARE(shortRow->cells[4], QString());
-        // The e-mail column missing: no row at all.
-        QVERIFY(!DelimitedText::AddTextRow(u"Cy"_s, TextKind::Comma, nameEmailCompany()));
-        // An unterminated quote: no row, and the import can go on.
-        QVERIFY(!DelimitedText::AddTextRow(u"Di,\"di@x.org,Acme"_s, TextKind::Comma, nameEmailCompany()));
-    }
-
-    void tabRows_stripQuotesOnlyFromFieldsThatHoldOne()
-    {
-        const auto row =
-            DelimitedText::AddTextRow(u" Ann \t\"ann@x.org\"\tsay \"hi\" there "_s, TextKind::Tab, nameEmailCompany());
-        QVERIFY(row);
-        QCOMPARE(row->cells[1], u" Ann "_s);
-        QCOMPARE(row->cells[0], u"ann@x.org"_s);
-        QCOMPARE(row->cells[4], u"say \"hi\" there"_s);
-        // A quote at an end after trimming is dropped, even when it closes a quoted word.
-        const auto ending = DelimitedText::AddTextRow(u"x\ty@z\tsay \"hi\" "_s, TextKind::Tab, nameEmailCompany());
-        QCOMPARE(ending->cells[4], u"say \"hi"_s);
-    }
-
-    void blankLines_dependOnTheKindAndTheAddressColumn()
-    {
-        std::array<int, 16> noEmail = nameEmailCompany();
-        noEmail[12] = -1;
-        QVERIFY(!DelimitedText::AddTextRow(QString(), TextKind::Comma, nameEmailCompany()));
-        QVERIFY(!DelimitedText::AddTextRow(QString(), TextKind::Tab, nameEmailCompany()));
-        const auto comma = DelimitedText::AddTextRow(QString(), TextKind::Comma, noEmail);
-        QVERIFY(comma);
-        QVERIFY(!comma->checked);
-        QVERIFY(!comma->counted);
-        const auto tab = DelimitedText::AddTextRow(QString(), TextKind::Tab, noEmail);
-        QVERIFY(tab);
-        QVERIFY(tab->checked);
+        const QString tabbed = write(u"tab.txt"_s, "Col A\tCol B\n");
+        const QString commas = write(u"comma.csv"_s, "Col B,Col A\n");
+        FieldMap tabMap;
+        tabMap.setColumns({u"Col A"_s, u"Col B"_s});
+        tabMap.choose(0, 1); // the first name from "Col B"
+        TextSource::remember(TextKind::Tab, tabbed, tabMap);
+        FieldMap commaMap;
+        commaMap.setColumns({u"Col B"_s, u"Col A"_s});
+        commaMap.choose(0, 1); // from "Col A"
+        TextSource::remember(TextKind::Comma, commas, commaMap);
+        QCOMPARE(SettingsStore::instance().value(Keys::TabFile), tabbed);
+        QCOMPARE(SettingsStore::instance().value(Keys::CommaFile), commas);
+        // Opened again, each file gets its own remembered map back.
+        FieldMap again;
+        again.setColumns({u"Col A"_s, u"Col B"_s});
+        FieldMapMemory::PrepareMapPage(again, TextSource::mapSection(TextKind::Tab), tabbed, {});
+        QCOMPARE(again.listIndex[0], 1);
+        FieldMapMemory::PrepareMapPage(again, TextSource::mapSection(TextKind::Comma), commas, {});
+        QCOMPARE(again.listIndex[0], 0);
     }
 };
 
