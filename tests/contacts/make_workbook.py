@@ -1,7 +1,7 @@
 #!/usr/bin/python3
 """Makes the workbooks the spreadsheet tests read: make_workbook.py KIND PATH [ARGUMENTS]
 
-xlsx PATH [--1904]  numbers, dates and booleans through openpyxl: five worksheets and a chart sheet
+xlsx PATH           numbers, dates and booleans through openpyxl: five worksheets and a chart sheet
 raw PATH            an .xlsx written part by part: rich and inline strings, formulas, escapes
 xls PATH [--1904]   the same contacts as a BIFF .xls through xlwt
 broken DIR          damaged packages, and one whose only sheet is a chart sheet
@@ -19,13 +19,11 @@ CONTACTS = [
 ]
 
 
-def make_xlsx(path, date1904):
+def make_xlsx(path):
     import openpyxl
     from openpyxl.chart import BarChart, Reference
 
     book = openpyxl.Workbook()
-    if date1904:
-        book.epoch = openpyxl.utils.datetime.CALENDAR_MAC_1904
     sheet = book.active
     sheet.title = "Contacts"
     for row in CONTACTS:
@@ -176,7 +174,7 @@ def make_big(path, rows, columns):
 if __name__ == "__main__":
     kind, target, date1904 = sys.argv[1], sys.argv[2], "--1904" in sys.argv
     makers = {
-        "xlsx": lambda: make_xlsx(target, date1904),
+        "xlsx": lambda: make_xlsx(target),
         "raw": lambda: make_raw(target),
         "xls": lambda: make_xls(target, date1904),
         "broken": lambda: make_broken(target),

@@ -56,11 +56,7 @@ private slots:
 
     void psplit_followsItsRules()
     {
-        const struct
-        {
-            QString line;
-            QStringList fields;
-        } cases[] = {
+        const std::pair<QString, QStringList> cases[] = {
             {u"\"Smith, John\",x"_s, {u"Smith, John"_s, u"x"_s}},
             {u"a,\"b,c\",d"_s, {u"a"_s, u"b,c"_s, u"d"_s}},
             {u"a,\"b\""_s, {u"a"_s, u"\"b\""_s}}, // the last field keeps its quotes
@@ -76,10 +72,10 @@ private slots:
             {u"alone"_s, {u"alone"_s}},
             {u",,"_s, {QString(), QString(), QString()}},
         };
-        for (const auto& row : cases) {
-            const SplitFields split = DelimitedText::PSplit(row.line);
-            QVERIFY2(split.state == SplitFields::State::Fields, qPrintable(row.line));
-            QCOMPARE(split.fields, row.fields);
+        for (const auto& [line, fields] : cases) {
+            const SplitFields split = DelimitedText::PSplit(line);
+            QVERIFY2(split.state == SplitFields::State::Fields, qPrintable(line));
+            QCOMPARE(split.fields, fields);
         }
         QCOMPARE(DelimitedText::PSplit(QString()).state, SplitFields::State::Unset);
         // Nothing consumed yet, and after fields were taken: both fail instead of looping.
