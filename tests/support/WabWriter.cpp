@@ -20,26 +20,6 @@ QByteArray utf16(const QString& value)
     return QByteArray(reinterpret_cast<const char*>(value.utf16()), value.size() * 2).append(2, '\0');
 }
 
-QByteArray recordBytes(quint32 id, bool live, const std::vector<WabWriter::Property>& properties)
-{
-    QByteArray data;
-    QByteArray tags;
-    for (const WabWriter::Property& property : properties) {
-        putWords(tags, {property.tag});
-        if ((property.tag & 0x1000) != 0) {
-            putWords(data, {static_cast<quint32>(property.values.size())});
-        }
-        for (const QByteArray& value : property.values) {
-            putWords(data, {static_cast<quint32>(value.size())});
-            data += value;
-        }
-    }
-    QByteArray bytes;
-    const auto count = static_cast<quint32>(properties.size());
-    putWords(bytes, {live ? 1u : 0u, id, 0u, 0u, 0u, count, count * 4, static_cast<quint32>(data.size())});
-    return bytes + tags + data;
-}
-
 } // namespace
 
 WabWriter::Property WabWriter::text(quint16 id, const QString& value, quint16 type)
@@ -58,17 +38,28 @@ WabWriter::Property WabWriter::list(quint16 id, const QStringList& values)
 
 void WabWriter::addRecord(const std::vector<Property>& properties, bool live, quint32 id)
 {
-    m_records.push_back({id != 0 ? id : static_cast<quint32>(m_records.size() + 1), live, properties});
+    QByteArray tags;
+    QByteArray data;
+    for (const Property& property : properties) {
+        putWords(tags, {property.tag});
+        if ((property.tag & 0x1000) != 0) {
+            putWords(data, {static_cast<quint32>(property.values.size())});
+        }
+        for (const QByteArray& value : property.values) {
+            putWords(data, {static_cast<quint32>(value.size())});
+            data += value;
+        }
+    }
+    id = id != 0 ? id : static_cast<quint32>(m_records.size() + 1);
+    const auto count = static_cast<quint32>(properties.size());
+    QByteArray record;
+    putWords(record, {live ? 1u : 0u, id, 0u, 0u, 0u, count, count * 4, static_cast<quint32>(data.size())});
+    m_records.push_back({id, record + tags + data});
 }
 
 qsizetype WabWriter::recordOffset(int k) const
 {
-    qsizetype offset = HeaderSize + qsizetype(m_records.size()) * 8;
-    for (int i = 0; i < k; ++i) {
-        const Record& record = m_records[static_cast<size_t>(i)];
-        offset += recordBytes(record.id, record.live, record.properties).size();
-    }
-    return offset;
+    return qFromLittleEndian<quint32>(bytes().constData() + HeaderSize + k * 8 + 4);
 }
 
 QByteArray WabWriter::bytes() const
@@ -82,9 +73,9 @@ QByteArray WabWriter::bytes() const
         putWords(file, {index ? 0xFA0 : 0x10 + table, index ? count : 0, index ? HeaderSize : 0u, index ? count : 0});
     }
     QByteArray records;
-    for (const Record& record : m_records) {
-        putWords(file, {record.id, HeaderSize + count * 8 + static_cast<quint32>(records.size())});
-        records += recordBytes(record.id, record.live, record.properties);
+    for (const auto& [id, record] : m_records) {
+        putWords(file, {id, HeaderSize + count * 8 + static_cast<quint32>(records.size())});
+        records += record;
     }
     return file + records;
 }

@@ -33,11 +33,5 @@ public:
     qsizetype recordOffset(int k) const;
 
 private:
-    struct Record
-    {
-        quint32 id;
-        bool live;
-        std::vector<Property> properties;
-    };
-    std::vector<Record> m_records;
+    std::vector<std::pair<quint32, QByteArray>> m_records; // id, bytes
 };
