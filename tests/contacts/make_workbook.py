@@ -94,7 +94,7 @@ RAW_PARTS = {
 <dimension ref="A1:Z99"/>
 <sheetData>
 <row r="1"><c r="A1" t="s"><v>0</v></c><c t="inlineStr"><is><t>Tab_x0009_bed</t></is></c><c t="str"><f>A1&amp;"!"</f><v>Name!</v></c></row>
-<row><c t="s"><v>1</v></c><c><f>1+1</f><v>2</v></c><c t="b"><v>1</v></c><c r="E2" s="1"><v>0</v></c></row>
+<row><c t="s"><v>1</v></c><c><f>1+1</f><v>2</v></c><c t="b"><v>1</v></c><c r="E2" s="1"><v>0</v></c><c r="D2"><v>7</v></c><c r="D2"><v>8</v></c></row>
 <row r="4"><c r="A4"><v>0.30000000000000004</v></c><c r="B4" t="s"><v>2</v></c><c t="e"><f>1/0</f><v>#DIV/0!</v></c><c s="2"><v>366</v></c><c r="F4" t="s"><v>3</v></c></row>
 </sheetData>
 </worksheet>""",

@@ -33,8 +33,6 @@ FieldMap mapOf(const QStringList& columns)
     return map;
 }
 
-const MapSection CommaSection{u"CommaValues"_s, u"TxtComaFile"_s};
-
 } // namespace
 
 class DelimitedTextTest : public QObject
@@ -223,26 +221,6 @@ private slots:
         QVERIFY(DelimitedText::headerColumns(QString(), TextKind::Comma).isEmpty());
     }
 
-    void remember_keepsEachKindsFileAndMapApart()
-    {
-        const QString tabbed = write(u"tab.txt"_s, "Col A\tCol B\n");
-        const QString commas = write(u"comma.csv"_s, "Col B,Col A\n");
-        FieldMap tabMap = mapOf({u"Col A"_s, u"Col B"_s});
-        tabMap.choose(0, 1); // the first name from "Col B"
-        TextSource::remember(TextKind::Tab, tabbed, tabMap);
-        FieldMap commaMap = mapOf({u"Col B"_s, u"Col A"_s});
-        commaMap.choose(0, 1); // from "Col A"
-        TextSource::remember(TextKind::Comma, commas, commaMap);
-        QCOMPARE(SettingsStore::instance().value(Keys::TabFile), tabbed);
-        QCOMPARE(SettingsStore::instance().value(Keys::CommaFile), commas);
-        // Opened again, each file gets its own remembered map back.
-        FieldMap again = mapOf({u"Col A"_s, u"Col B"_s});
-        FieldMapMemory::PrepareMapPage(again, TextSource::mapSection(TextKind::Tab), tabbed, {});
-        QCOMPARE(again.listIndex[0], 1);
-        FieldMapMemory::PrepareMapPage(again, TextSource::mapSection(TextKind::Comma), commas, {});
-        QCOMPARE(again.listIndex[0], 0);
-    }
-
     void guess_takesTheFirstMatchingColumnPerField_andLeavesCustomFields()
     {
         FieldMap map = mapOf({u"email2address"_s, u"EMAIL"_s, u"First Name "_s, u"zip"_s, u"Company"_s});
@@ -276,7 +254,7 @@ private slots:
         QVERIFY(!FieldMapMemory::MapIsEmpty(map));
     }
 
-    void savedMap_isTakenByColumnNameWithCase_forTheSameSourceOnly()
+    void savedMap_isRememberedPerKind_andTakenByColumnNameWithCase_forTheSameSourceOnly()
     {
         FieldMap map = mapOf({u"Vorname"_s, u"Mail"_s, u"Firma"_s, u"Mitglied"_s});
         map.choose(0, 0);
@@ -284,16 +262,19 @@ private slots:
         map.choose(3, 2);
         map.choose(13, 3);
         map.customNames = {u"Member No"_s, QString(), u"Custom Field 3"_s};
-        SettingsStore::instance().setValue(Keys::CommaFile, u"/data/list.csv"_s);
-        FieldMapMemory::SaveMap(map, CommaSection.section);
+        TextSource::remember(TextKind::Comma, u"/data/list.csv"_s, map);
+        TextSource::remember(TextKind::Tab, u"/data/list.txt"_s, mapOf({u"Mail"_s})); // each kind keeps its own
+        QCOMPARE(SettingsStore::instance().value(Keys::CommaFile), u"/data/list.csv"_s);
+        QCOMPARE(SettingsStore::instance().value(Keys::TabFile), u"/data/list.txt"_s);
         QCOMPARE(GetSetting(u"CommaValues"_s, u"12"_s), u"Mail"_s);
         QCOMPARE(GetSetting(u"CommaValues"_s, u"13CD"_s), u"Mitglied"_s);
         QCOMPARE(GetSetting(u"CommaValues"_s, u"13C"_s), u"Member No"_s);
 
         // The same file with its columns moved, "Firma" gone and "Mail" now "mail": names decide
         // with their case, the rest stays empty and no guess runs.
+        const MapSection comma = TextSource::mapSection(TextKind::Comma);
         FieldMap again = mapOf({u"Mitglied"_s, u"mail"_s, u"Vorname"_s});
-        FieldMapMemory::PrepareMapPage(again, CommaSection, u"/data/list.csv"_s, {});
+        FieldMapMemory::PrepareMapPage(again, comma, u"/data/list.csv"_s, {});
         QCOMPARE(again.listIndex[0], 2);
         QCOMPARE(again.listIndex[12], -1);
         QCOMPARE(again.listIndex[3], -1);
@@ -303,7 +284,7 @@ private slots:
         // Another file (a trailing blank makes one): the guess runs, yet the custom names
         // remembered for the kind survive.
         FieldMap other = mapOf({u"Name"_s, u"Mail"_s});
-        FieldMapMemory::PrepareMapPage(other, CommaSection, u"/data/list.csv "_s, {});
+        FieldMapMemory::PrepareMapPage(other, comma, u"/data/list.csv "_s, {});
         QCOMPARE(other.listIndex[12], -1);
         QCOMPARE(other.text[0], u"Name"_s);
         QCOMPARE(other.customNames, (std::array<QString, 3>{u"Member No"_s, QString(), u"Custom Field 3"_s}));
