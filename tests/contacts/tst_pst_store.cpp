@@ -260,7 +260,7 @@ private slots:
         QVERIFY(!client->items(u"pst:/nowhere.pst#7"_s).ok());
     }
 
-    void folderWalk_withoutTopFolder_showsTheRoot_andStopsAtItsDepthBound()
+    void unusualFiles_noTopFolder_tooDeep_orDamaged_endCleanly()
     {
         auto file = std::make_unique<FakeFile>();
         file->top = 0x7777; // named but absent: the root stands in for it
@@ -277,10 +277,8 @@ private slots:
         QVERIFY(pst->GetFolderFromID(id(PstStore::MaxDepth)));
         QVERIFY(pst->GetFolderFromID(id(2000)));
         QVERIFY(!pst->GetFolderFromID(id(PstStore::MaxDepth + 1)));
-    }
 
-    void damagedFolders_endWithAMessage_namingTheFileAndFolder()
-    {
+        // A folder whose sub-folders, or messages, cannot be read: a message names the file and folder.
         auto unreadableTree = personalFolders();
         unreadableTree->root.folders[0].folders[2].brokenTree = true; // Calendar
         QString tree;
@@ -290,9 +288,9 @@ private slots:
 
         auto unreadableItems = personalFolders();
         unreadableItems->root.folders[0].folders[1].folders[0].brokenMessages = true; // Clients, a leaf
-        const std::unique_ptr<PstStore> pst = store(std::move(unreadableItems));
-        QVERIFY(pst);
-        const QString items = pst->items(id(0x8102)).error().message;
+        const std::unique_ptr<PstStore> damaged = store(std::move(unreadableItems));
+        QVERIFY(damaged);
+        const QString items = damaged->items(id(0x8102)).error().message;
         QVERIFY2(items.contains(u"Clients"_s) && items.contains(u"unreadable messages"_s), qPrintable(items));
     }
 
