@@ -29,6 +29,16 @@ QStringList values(const MailContactItem& item)
     return QStringList(item.values.begin(), item.values.end());
 }
 
+// A card of the older form, its properties given as "Name=value".
+Card card(const QString& uid, const QStringList& properties)
+{
+    Card made{uid, {}};
+    for (const QString& property : properties) {
+        made.properties.append({property.section(u'=', 0, 0), property.section(u'=', 1)});
+    }
+    return made;
+}
+
 } // namespace
 
 class MailClientContactsTest : public QObject
@@ -60,24 +70,13 @@ private slots:
                           "user_pref(\"ldap_2.servers.lost.filename\", \"lost.sqlite\");\n"
                           "user_pref(\"ldap_2.servers.pab.description\", \"Mine\");\n"));
         QVERIFY(writeBook(home(u".thunderbird/w0rk.work/abook.sqlite"_s), {}));
-        QVERIFY(writeBook(home(u".thunderbird/w0rk.work/history.sqlite"_s), {{u"1"_s, {{u"FirstName"_s, u"Old"_s}}}}));
+        QVERIFY(writeBook(home(u".thunderbird/w0rk.work/history.sqlite"_s), {card(u"1"_s, {u"FirstName=Old"_s})}));
         QVERIFY(writeFile(home(u".thunderbird/w0rk.work/clients.sqlite"_s), QByteArray(4096, 'x'))); // no database
-        const Card ann{u"c1"_s,
-                       {{u"PrimaryEmail"_s, u"ann@example.com"_s},
-                        {u"FirstName"_s, u"Ann"_s},
-                        {u"LastName"_s, u"Lee"_s},
-                        {u"JobTitle"_s, u"Buyer"_s},
-                        {u"Company"_s, u"Acme"_s},
-                        {u"WorkAddress"_s, u"1 Quay Road"_s},
-                        {u"WorkAddress2"_s, u"Unit 4"_s},
-                        {u"WorkCity"_s, u"Cork"_s},
-                        {u"WorkState"_s, u"Munster"_s},
-                        {u"WorkZipCode"_s, u"T12"_s},
-                        {u"WorkCountry"_s, u"Ireland"_s},
-                        {u"WorkPhone"_s, u"+353 1"_s},
-                        {u"FaxNumber"_s, u"+353 2"_s},
-                        {u"WebPage1"_s, u"https://acme.example"_s},
-                        {u"HomeCity"_s, u"Cobh"_s}}};
+        const Card ann = card(u"c1"_s, {u"PrimaryEmail=ann@example.com"_s, u"FirstName=Ann"_s, u"LastName=Lee"_s,
+                                        u"JobTitle=Buyer"_s, u"Company=Acme"_s, u"WorkAddress=1 Quay Road"_s,
+                                        u"WorkAddress2=Unit 4"_s, u"WorkCity=Cork"_s, u"WorkState=Munster"_s,
+                                        u"WorkZipCode=T12"_s, u"WorkCountry=Ireland"_s, u"WorkPhone=+353 1"_s,
+                                        u"FaxNumber=+353 2"_s, u"WebPage1=https://acme.example"_s, u"HomeCity=Cobh"_s});
         const Card bo{u"c2"_s,
                       {{u"PrimaryEmail"_s, u"bo@example.com"_s},
                        {u"_vCard"_s, u"BEGIN:VCARD\r\nVERSION:4.0\r\nFN:Bo Berg\r\nN:Berg;Bo;;;\r\n"
@@ -87,7 +86,7 @@ private slots:
                                      u"ADR;TYPE=work:;;Kajen 1;Malm\u00f6;Sk\u00e5ne;21100;Sweden\r\n"
                                      u"TEL;TYPE=work;VALUE=TEXT:+46 40 1\r\nTEL;TYPE=fax:+46 40 2\r\n"
                                      u"URL;TYPE=work:https://berg.example\r\nEND:VCARD\r\n"_s}}};
-        const Card cy{u"c3"_s, {{u"DisplayName"_s, u"No Address"_s}, {u"FirstName"_s, u"Cy"_s}}};
+        const Card cy = card(u"c3"_s, {u"DisplayName=No Address"_s, u"FirstName=Cy"_s});
         QVERIFY(writeBook(home(u".thunderbird/abcd.default-release/abook.sqlite"_s), {ann, bo, cy}, {u"Team"_s}));
         QVERIFY(
             writeFile(home(u".mozilla-thunderbird/profiles.ini"_s),
