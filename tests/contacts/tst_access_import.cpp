@@ -200,6 +200,9 @@ private slots:
         QCOMPARE(rows.at(2).cells[1], u"Mataderos  2312"_s);
         QCOMPARE(rows.at(2).cells[15], QString());
         QVERIFY(rows.at(2).checked && rows.at(2).counted);
+        const QStringList quoted{QString(), QString(), QString(), QString(), u" \"Ann\" "_s};
+        QCOMPARE(AccessImport::AddAccessRow(quoted, columns).cells[1],
+                 u" \"Ann\" "_s); // no trimming, no quote handling
     }
 
     void accdb_readsItsTable()

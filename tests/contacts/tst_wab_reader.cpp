@@ -240,6 +240,7 @@ private slots:
         QCOMPARE(outer.at(0).mid(0, 2), (QStringList{u"outer@example.com"_s, u"Outer One"_s}));
 
         QVERIFY(AddressBook::hasAddressBookExtension(u"/a/Book.WAB"_s));
+        QVERIFY(AddressBook::hasAddressBookExtension(u"/a/cards.vcf"_s));
         QVERIFY(AddressBook::hasAddressBookExtension(u"/a/notawab"_s)); // only the last three characters count
         QVERIFY(!AddressBook::hasAddressBookExtension(u"/a/book.vcard"_s));
     }
