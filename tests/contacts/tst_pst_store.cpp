@@ -11,35 +11,46 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// A data file held in memory: a tree of folders with their messages; a broken one fails when asked.
-struct FakeFolder
-{
-    PstFolderEntry entry;
-    std::vector<FakeFolder> folders;
-    std::vector<PstMessage> messages;
-    bool brokenTree = false;
-    bool brokenMessages = false;
-};
-
+// A data file held in memory: its folders by path (child indices from the root, which is {}),
+// each with its messages; a broken one fails when asked for its sub-folders or its messages.
 class FakeFile : public PstFile
 {
 public:
-    FakeFolder root;
+    struct Folder
+    {
+        PstFolderEntry entry;
+        std::vector<PstMessage> messages;
+        bool brokenTree = false;
+        bool brokenMessages = false;
+    };
+    std::map<Path, Folder> folders{{Path(), Folder()}};
     QString name;
     quint32 top = 0;
+
+    // Adds a folder after the last sub-folder of parent; gives its path.
+    Path add(const Path& parent, quint32 id, const QString& folderName, const QString& containerClass)
+    {
+        Path path = parent;
+        path.push_back(0);
+        while (folders.contains(path)) {
+            ++path.back();
+        }
+        folders[path].entry = {id, folderName, containerClass};
+        return path;
+    }
 
     QString displayName() const override { return name; }
     quint32 topFolderIdentifier() const override { return top; }
 
     Result<std::vector<PstFolderEntry>> subFolders(const Path& path) const override
     {
-        const FakeFolder* folder = at(path);
-        if (folder == nullptr || folder->brokenTree) {
+        if (!folders.contains(path) || folders.at(path).brokenTree) {
             return Result<std::vector<PstFolderEntry>>::failure(1, u"unreadable folder"_s);
         }
         std::vector<PstFolderEntry> entries;
-        for (const FakeFolder& sub : folder->folders) {
-            entries.push_back(sub.entry);
+        Path child = path;
+        for (child.push_back(0); folders.contains(child); ++child.back()) {
+            entries.push_back(folders.at(child).entry);
         }
         return entries;
     }
@@ -47,11 +58,10 @@ public:
     // Like the file, gives only the values of the tags asked for.
     Result<std::vector<PstMessage>> messages(const Path& path, const std::vector<quint32>& tags) const override
     {
-        const FakeFolder* folder = at(path);
-        if (folder == nullptr || folder->brokenMessages) {
+        if (!folders.contains(path) || folders.at(path).brokenMessages) {
             return Result<std::vector<PstMessage>>::failure(1, u"unreadable messages"_s);
         }
-        std::vector<PstMessage> messages = folder->messages;
+        std::vector<PstMessage> messages = folders.at(path).messages;
         for (PstMessage& message : messages) {
             std::erase_if(message.values, [&tags](const auto& value) {
                 return std::find(tags.begin(), tags.end(), value.first) == tags.end();
@@ -59,25 +69,7 @@ public:
         }
         return messages;
     }
-
-private:
-    const FakeFolder* at(const Path& path) const
-    {
-        const FakeFolder* folder = &root;
-        for (const int index : path) {
-            if (index < 0 || static_cast<size_t>(index) >= folder->folders.size()) {
-                return nullptr;
-            }
-            folder = &folder->folders[static_cast<size_t>(index)];
-        }
-        return folder;
-    }
 };
-
-FakeFolder folder(quint32 id, const QString& name, const QString& containerClass, std::vector<FakeFolder> subs = {})
-{
-    return {{id, name, containerClass}, std::move(subs), {}, false, false};
-}
 
 PstMessage message(quint32 id, const QString& messageClass, const std::vector<quint32>& tags, const QStringList& values)
 {
@@ -94,12 +86,18 @@ std::unique_ptr<FakeFile> personalFolders()
     auto file = std::make_unique<FakeFile>();
     file->name = u"Personal Folders"_s;
     file->top = 0x8022;
-    FakeFolder contacts = folder(
-        0x8062, u"Contacts"_s, u"IPF.Contact"_s,
-        {folder(0x8102, u"Clients"_s, u"IPF.Contact.Custom"_s), folder(0x8122, u"Reminders"_s, u"IPF.StickyNote"_s)});
+    const PstFile::Path top = file->add({}, 0x8022, u"Top of Personal Folders"_s, {});
+    file->add({}, 0x9042, u"Search Root"_s, u"IPF.Contact"_s);
+    file->add(file->add(top, 0x8042, u"Inbox"_s, u"IPF.Note"_s), 0x8142, u"Contacts in mail"_s, u"IPF.Contact"_s);
+    const PstFile::Path contacts = file->add(top, 0x8062, u"Contacts"_s, u"IPF.Contact"_s);
+    file->add(contacts, 0x8102, u"Clients"_s, u"IPF.Contact.Custom"_s);
+    file->add(contacts, 0x8122, u"Reminders"_s, u"IPF.StickyNote"_s);
+    file->add(top, 0x8082, u"Calendar"_s, u"IPF.Appointment"_s);
+    file->add(top, 0x80A2, u"Tasks"_s, u"ipf.task"_s);
+    file->add(top, 0x80C2, u"Journal"_s, u"IPF.Journal"_s);
     // Ann has every field, with a named work street that her plain one wins over; Bo's work
     // address is only in the named properties, and his e-mail 1 only a display name.
-    contacts.messages = {
+    file->folders[contacts].messages = {
         message(0x200024, u"IPM.Contact"_s,
                 {0x8083, 0x3A06, 0x3A11, 0x3A17, 0x3A16, 0x3A29, 0x8045, 0x3A27, 0x3A28, 0x3A2A, 0x3A26, 0x3A08, 0x3A24,
                  0x3A51},
@@ -112,13 +110,6 @@ std::unique_ptr<FakeFile> personalFolders()
                  u"Bo (bo@example.com)"_s}),
         message(0x200084, u"IPM.Note"_s, {0x3A06}, {u"Not a contact"_s}),
     };
-    FakeFolder inbox =
-        folder(0x8042, u"Inbox"_s, u"IPF.Note"_s, {folder(0x8142, u"Contacts in mail"_s, u"IPF.Contact"_s)});
-    FakeFolder top =
-        folder(0x8022, u"Top of Personal Folders"_s, {},
-               {inbox, contacts, folder(0x8082, u"Calendar"_s, u"IPF.Appointment"_s),
-                folder(0x80A2, u"Tasks"_s, u"ipf.task"_s), folder(0x80C2, u"Journal"_s, u"IPF.Journal"_s)});
-    file->root = folder(0x122, {}, {}, {top, folder(0x8042 + 0x1000, u"Search Root"_s, u"IPF.Contact"_s)});
     return file;
 }
 
@@ -210,7 +201,7 @@ private slots:
         // Every identifier is found again; others are not.
         QCOMPARE(pst->GetFolderFromID(id(0x8102))->name, u"Clients"_s);
         QCOMPARE(pst->GetFolderFromID(id())->defaultItemType, MailItemType::Mail);
-        for (const QString& other : {id(0x9042), id(0x122), u"pst:/elsewhere.pst#"_s + QString::number(0x8062)}) {
+        for (const QString& other : {id(0x9042), u"pst:/elsewhere.pst#"_s + QString::number(0x8062)}) {
             QVERIFY2(!pst->GetFolderFromID(other), qPrintable(other));
         }
         // The default contacts folder is the first contact folder below the top; there is no inbox.
@@ -247,7 +238,7 @@ private slots:
         // Joined behind a store without a contact folder: identifiers go to their own store, and
         // the default contacts folder is the second store's.
         auto first = std::make_unique<FakeFile>();
-        first->root.folders = {folder(7, u"Contacts"_s, u"IPF.Note"_s)};
+        first->add({}, 7, u"Contacts"_s, u"IPF.Note"_s);
         first->name = u"First"_s;
         std::vector<std::unique_ptr<MailNamespace>> parts;
         parts.push_back(PstStore::read(m_dir.filePath(u"first.pst"_s), std::move(first)).value());
@@ -264,11 +255,11 @@ private slots:
     {
         auto file = std::make_unique<FakeFile>();
         file->top = 0x7777; // named but absent: the root stands in for it
-        FakeFolder deepest = folder(1000, u"level 100"_s, u"IPF.Contact"_s);
-        for (int level = 99; level >= 1; --level) {
-            deepest = folder(static_cast<quint32>(level), u"level %1"_s.arg(level), u"IPF.Contact"_s, {deepest});
+        PstFile::Path deepest;
+        for (quint32 level = 1; level <= 100; ++level) {
+            deepest = file->add(deepest, level, u"level %1"_s.arg(level), u"IPF.Contact"_s);
         }
-        file->root.folders = {deepest, folder(2000, u"Sibling"_s, u"IPF.Contact"_s)};
+        file->add({}, 2000, u"Sibling"_s, u"IPF.Contact"_s);
         const std::unique_ptr<PstStore> pst = store(std::move(file));
         QVERIFY(pst);
         const MailFolder top = pst->stores().front();
@@ -280,14 +271,14 @@ private slots:
 
         // A folder whose sub-folders, or messages, cannot be read: a message names the file and folder.
         auto unreadableTree = personalFolders();
-        unreadableTree->root.folders[0].folders[2].brokenTree = true; // Calendar
+        unreadableTree->folders[{0, 2}].brokenTree = true; // Calendar
         QString tree;
         QVERIFY(!store(std::move(unreadableTree), &tree));
         QVERIFY2(tree.contains(m_dir.filePath(u"archive.pst"_s)) && tree.contains(u"unreadable folder"_s),
                  qPrintable(tree));
 
         auto unreadableItems = personalFolders();
-        unreadableItems->root.folders[0].folders[1].folders[0].brokenMessages = true; // Clients, a leaf
+        unreadableItems->folders[{0, 1, 0}].brokenMessages = true; // Clients, a leaf
         const std::unique_ptr<PstStore> damaged = store(std::move(unreadableItems));
         QVERIFY(damaged);
         const QString items = damaged->items(id(0x8102)).error().message;
