@@ -52,14 +52,11 @@ private:
 
     QString path(const QString& name) const { return m_dir.filePath(name); }
 
+    // The sheet as the importer reads it; an empty one where it cannot be read.
     Worksheet sheetOf(const QString& file, int number)
     {
         Result<Worksheet> sheet = ExcelImport::readSheet(path(file), number);
-        if (!sheet.ok()) {
-            qWarning("%s: %s", qPrintable(file), qPrintable(sheet.error().message));
-            return {};
-        }
-        return std::move(sheet).value();
+        return sheet.ok() ? std::move(sheet).value() : Worksheet();
     }
 
 private slots:
