@@ -1,13 +1,11 @@
 #!/usr/bin/python3
-"""Makes the workbooks the spreadsheet tests read.
+"""Makes the workbooks the spreadsheet tests read: make_workbook.py KIND PATH [ARGUMENTS]
 
-make_workbook.py xlsx PATH [--1904]   numbers, dates, booleans through openpyxl, three sheets and a chart sheet
-make_workbook.py raw PATH             an .xlsx written part by part: rich and inline strings, cached formula
-                                      results, cells and rows without a reference, _xHHHH_ escapes
-make_workbook.py xls PATH [--1904]    the same contacts as a BIFF .xls through xlwt
-make_workbook.py broken DIR           damaged packages: a missing shared string, a reference beyond the sheet,
-                                      no workbook part, a number that is none; a workbook of no worksheets
-make_workbook.py big PATH ROWS COLS   a plain sheet of ROWS contacts with COLS columns
+xlsx PATH           numbers, dates and booleans through openpyxl: five worksheets and a chart sheet
+raw PATH            an .xlsx written part by part: rich and inline strings, formulas, escapes
+xls PATH [--1904]   the same contacts as a BIFF .xls through xlwt
+broken DIR          damaged packages, and one whose only sheet is a chart sheet
+big PATH ROWS COLS  a plain sheet of ROWS contacts with COLS columns
 """
 import datetime
 import sys
@@ -21,13 +19,11 @@ CONTACTS = [
 ]
 
 
-def make_xlsx(path, date1904):
+def make_xlsx(path):
     import openpyxl
     from openpyxl.chart import BarChart, Reference
 
     book = openpyxl.Workbook()
-    if date1904:
-        book.epoch = openpyxl.utils.datetime.CALENDAR_MAC_1904
     sheet = book.active
     sheet.title = "Contacts"
     for row in CONTACTS:
@@ -35,17 +31,8 @@ def make_xlsx(path, date1904):
     for row in sheet.iter_rows(min_row=2, min_col=5, max_col=5):
         row[0].number_format = "m/d/yyyy"
     values = book.create_sheet("Values")
-    cases = [
-        ("integer", 12),
-        ("tenth", 0.1),
-        ("sum", 0.1 + 0.2),
-        ("third", 1 / 3),
-        ("huge", 1e20),
-        ("tiny", -2.5e-7),
-        ("negative", -42.0),
-        ("true", True),
-        ("false", False),
-    ]
+    cases = [("integer", 12), ("tenth", 0.1), ("sum", 0.1 + 0.2), ("third", 1 / 3), ("huge", 1e20),
+             ("tiny", -2.5e-7), ("negative", -42.0), ("true", True), ("false", False)]
     for label, value in cases:
         values.append((label, value))
     dated = [
@@ -77,44 +64,37 @@ def make_xlsx(path, date1904):
 
 
 RAW_PARTS = {
-    "[Content_Types].xml": """<?xml version="1.0" encoding="UTF-8"?>
-<Types xmlns="http://schemas.openxmlformats.org/package/2006/content-types">
+    "[Content_Types].xml": """<Types xmlns="http://schemas.openxmlformats.org/package/2006/content-types">
 <Default Extension="rels" ContentType="application/vnd.openxmlformats-package.relationships+xml"/>
 <Default Extension="xml" ContentType="application/xml"/>
 </Types>""",
-    "_rels/.rels": """<?xml version="1.0" encoding="UTF-8"?>
-<Relationships xmlns="http://schemas.openxmlformats.org/package/2006/relationships">
+    "_rels/.rels": """<Relationships xmlns="http://schemas.openxmlformats.org/package/2006/relationships">
 <Relationship Id="rId1" Type="http://schemas.openxmlformats.org/officeDocument/2006/relationships/officeDocument" Target="book/main.xml"/>
 </Relationships>""",
-    "book/main.xml": """<?xml version="1.0" encoding="UTF-8"?>
-<x:workbook xmlns:x="http://schemas.openxmlformats.org/spreadsheetml/2006/main" xmlns:rel="http://schemas.openxmlformats.org/officeDocument/2006/relationships">
+    "book/main.xml": """<x:workbook xmlns:x="http://schemas.openxmlformats.org/spreadsheetml/2006/main" xmlns:rel="http://schemas.openxmlformats.org/officeDocument/2006/relationships">
 <x:workbookPr date1904="true"/>
 <x:sheets><x:sheet name="Raw &amp; Rich" sheetId="7" rel:id="rIdS"/></x:sheets>
 </x:workbook>""",
-    "book/_rels/main.xml.rels": """<?xml version="1.0" encoding="UTF-8"?>
-<Relationships xmlns="http://schemas.openxmlformats.org/package/2006/relationships">
+    "book/_rels/main.xml.rels": """<Relationships xmlns="http://schemas.openxmlformats.org/package/2006/relationships">
 <Relationship Id="rIdS" Type="http://schemas.openxmlformats.org/officeDocument/2006/relationships/worksheet" Target="/book/sheets/one.xml"/>
 <Relationship Id="rIdT" Type="http://schemas.openxmlformats.org/officeDocument/2006/relationships/sharedStrings" Target="strings.xml"/>
 <Relationship Id="rIdY" Type="http://schemas.openxmlformats.org/officeDocument/2006/relationships/styles" Target="../book/styles.xml"/>
 </Relationships>""",
-    "book/strings.xml": """<?xml version="1.0" encoding="UTF-8"?>
-<sst xmlns="http://schemas.openxmlformats.org/spreadsheetml/2006/main" count="4" uniqueCount="4">
+    "book/strings.xml": """<sst xmlns="http://schemas.openxmlformats.org/spreadsheetml/2006/main" count="4" uniqueCount="4">
 <si><t>Name</t></si>
 <si><r><rPr><b/></rPr><t xml:space="preserve">Mary </t></r><r><t>Ann</t></r><rPh sb="0" eb="1"><t>PHONETIC</t></rPh></si>
 <si><t>Line_x000D__x000A_Two_x005F_x0041_</t></si>
 <si><t xml:space="preserve"> </t></si>
 </sst>""",
-    "book/styles.xml": """<?xml version="1.0" encoding="UTF-8"?>
-<styleSheet xmlns="http://schemas.openxmlformats.org/spreadsheetml/2006/main">
+    "book/styles.xml": """<styleSheet xmlns="http://schemas.openxmlformats.org/spreadsheetml/2006/main">
 <numFmts count="1"><numFmt numFmtId="170" formatCode="yyyy\\-mm\\-dd"/></numFmts>
 <cellXfs count="3"><xf numFmtId="0"/><xf numFmtId="170"/><xf numFmtId="14"/></cellXfs>
 </styleSheet>""",
-    "book/sheets/one.xml": """<?xml version="1.0" encoding="UTF-8"?>
-<worksheet xmlns="http://schemas.openxmlformats.org/spreadsheetml/2006/main">
+    "book/sheets/one.xml": """<worksheet xmlns="http://schemas.openxmlformats.org/spreadsheetml/2006/main">
 <dimension ref="A1:Z99"/>
 <sheetData>
 <row r="1"><c r="A1" t="s"><v>0</v></c><c t="inlineStr"><is><t>Tab_x0009_bed</t></is></c><c t="str"><f>A1&amp;"!"</f><v>Name!</v></c></row>
-<row><c t="s"><v>1</v></c><c><f>1+1</f><v>2</v></c><c t="b"><v>1</v></c><c r="E2" s="1"><v>0</v></c></row>
+<row><c t="s"><v>1</v></c><c><f>1+1</f><v>2</v></c><c t="b"><v>1</v></c><c r="E2" s="1"><v>0</v></c><c r="D2"><v>7</v></c><c r="D2"><v>8</v></c></row>
 <row r="4"><c r="A4"><v>0.30000000000000004</v></c><c r="B4" t="s"><v>2</v></c><c t="e"><f>1/0</f><v>#DIV/0!</v></c><c s="2"><v>366</v></c><c r="F4" t="s"><v>3</v></c></row>
 </sheetData>
 </worksheet>""",
@@ -192,16 +172,14 @@ def make_big(path, rows, columns):
 
 
 if __name__ == "__main__":
-    kind, target = sys.argv[1], sys.argv[2]
-    if kind == "xlsx":
-        make_xlsx(target, "--1904" in sys.argv)
-    elif kind == "raw":
-        make_raw(target)
-    elif kind == "xls":
-        make_xls(target, "--1904" in sys.argv)
-    elif kind == "broken":
-        make_broken(target)
-    elif kind == "big":
-        make_big(target, int(sys.argv[3]), int(sys.argv[4]))
-    else:
+    kind, target, date1904 = sys.argv[1], sys.argv[2], "--1904" in sys.argv
+    makers = {
+        "xlsx": lambda: make_xlsx(target),
+        "raw": lambda: make_raw(target),
+        "xls": lambda: make_xls(target, date1904),
+        "broken": lambda: make_broken(target),
+        "big": lambda: make_big(target, int(sys.argv[3]), int(sys.argv[4])),
+    }
+    if kind not in makers:
         sys.exit("unknown kind " + kind)
+    makers[kind]()

@@ -1,5 +1,9 @@
 #include "TestSupport.h"
 #include "contacts/DelimitedText.h"
+#include "contacts/MergeFieldTable.h"
+#include "contacts/TextSource.h"
+#include "core/SettingsKeys.h"
+#include "core/SettingsStore.h"
 
 #include <QFile>
 #include <QTemporaryDir>
@@ -22,20 +26,35 @@ std::array<int, 16> nameEmailCompany()
     return columns;
 }
 
+FieldMap mapOf(const QStringList& columns)
+{
+    FieldMap map;
+    map.setColumns(columns);
+    return map;
+}
+
 } // namespace
 
 class DelimitedTextTest : public QObject
 {
     Q_OBJECT
 
+private:
+    QTemporaryDir m_dir;
+
+    QString write(const QString& name, const QByteArray& bytes)
+    {
+        const QString path = m_dir.filePath(name);
+        return TestSupport::writeFile(path, bytes) ? path : QString();
+    }
+
 private slots:
+    void initTestCase() { TestSupport::isolateUserFolders(); }
+    void init() { TestSupport::resetSettings(); }
+
     void psplit_followsItsRules()
     {
-        const struct
-        {
-            QString line;
-            QStringList fields;
-        } cases[] = {
+        const std::pair<QString, QStringList> cases[] = {
             {u"\"Smith, John\",x"_s, {u"Smith, John"_s, u"x"_s}},
             {u"a,\"b,c\",d"_s, {u"a"_s, u"b,c"_s, u"d"_s}},
             {u"a,\"b\""_s, {u"a"_s, u"\"b\""_s}}, // the last field keeps its quotes
@@ -51,21 +70,17 @@ private slots:
             {u"alone"_s, {u"alone"_s}},
             {u",,"_s, {QString(), QString(), QString()}},
         };
-        for (const auto& row : cases) {
-            const SplitFields split = DelimitedText::PSplit(row.line);
-            QVERIFY2(split.state == SplitFields::State::Fields, qPrintable(row.line));
-            QCOMPARE(split.fields, row.fields);
+        for (const auto& [line, fields] : cases) {
+            const SplitFields split = DelimitedText::PSplit(line);
+            QVERIFY2(split.state == SplitFields::State::Fields, qPrintable(line));
+            QCOMPARE(split.fields, fields);
         }
         QCOMPARE(DelimitedText::PSplit(QString()).state, SplitFields::State::Unset);
         // Nothing consumed yet, and after fields were taken: both fail instead of looping.
         QCOMPARE(DelimitedText::PSplit(u"\"open,b"_s).state, SplitFields::State::Failed);
         QCOMPARE(DelimitedText::PSplit(u"a,b,\"open,c"_s).state, SplitFields::State::Failed);
-    }
-
-    void stripQuotes_trimsThenDropsOneQuoteEachSide()
-    {
-        QCOMPARE(DelimitedText::StripQuotes(u"  \"Ann\"  "_s), u"Ann"_s);
-        QCOMPARE(DelimitedText::StripQuotes(u"\"\"Ann\"\""_s), u"\"Ann\""_s);
+        // A field is trimmed, then loses one quote at each end; tabs are no blanks here.
+        QCOMPARE(DelimitedText::StripQuotes(u"  \"\"Ann\"\"  "_s), u"\"Ann\""_s);
         QCOMPARE(DelimitedText::StripQuotes(u"\""_s), QString());
         QCOMPARE(DelimitedText::StripQuotes(u"\tAnn\t"_s), u"\tAnn\t"_s);
     }
@@ -96,43 +111,43 @@ private slots:
         QCOMPARE(DelimitedText::CountFileLines(""), 1);
     }
 
-    void files_readAsUtf8WithOrWithoutMark_elseWindows1252()
-    {
-        QTemporaryDir dir;
-        const QString path = dir.filePath(u"list.csv"_s);
-        for (const QByteArray& bytes :
-             {QByteArray("\xEF\xBB\xBFName,Email\r\nBj\xC3\xB6rn \xC3\x89lo\xC3\xAFse,b@x.org\r\n"),
-              QByteArray("Name,Email\r\nBj\xC3\xB6rn \xC3\x89lo\xC3\xAFse,b@x.org\r\n"),
-              QByteArray("Name,Email\r\nBj\xF6rn \xC9lo\xEFse,b@x.org\r\n")}) {
-            QVERIFY(TestSupport::writeFile(path, bytes));
-            QByteArray raw;
-            const Result<QString> text = DelimitedText::readText(path, &raw);
-            QVERIFY(text.ok());
-            QCOMPARE(raw, bytes);
-            // The mark is no part of the first column's name.
-            QCOMPARE(DelimitedText::firstLineColumns(text.value(), TextKind::Comma),
-                     (QStringList{u"Name"_s, u"Email"_s}));
-            const std::vector<Contact> rows =
-                DelimitedText::importRows(text.value(), TextKind::Comma, true, nameEmailCompany());
-            QCOMPARE(rows.size(), size_t{1});
-            QCOMPARE(rows.front().cells[0], u"b@x.org"_s);
-            QCOMPARE(rows.front().cells[1], u"Bj\u00f6rn \u00c9lo\u00efse"_s);
-        }
-    }
-
     void onlyPlainFilesAreRead_aFolderOrAPipeSaysWhy()
     {
-        QTemporaryDir dir;
-        QVERIFY(!DelimitedText::readText(dir.filePath(u"missing.csv"_s)).ok());
-        const Result<QString> folder = DelimitedText::readText(dir.path());
-        QVERIFY(!folder.ok());
+        QCOMPARE(TextSource::open(m_dir.filePath(u"gone.csv"_s), TextKind::Comma).error().code,
+                 int(ErrorCode::FileMissing));
+        const Result<TextSource::OpenedList> folder = TextSource::open(m_dir.path(), TextKind::Comma);
+        QCOMPARE(folder.error().code, int(ErrorCode::NotAFile));
         QVERIFY(folder.error().message.contains(u"folder"_s));
         // Nobody writes to the pipe: reading it would wait for ever.
-        const QString pipe = dir.filePath(u"pipe.csv"_s);
+        const QString pipe = m_dir.filePath(u"pipe.csv"_s);
         QCOMPARE(::mkfifo(QFile::encodeName(pipe).constData(), 0600), 0);
         const Result<QString> special = DelimitedText::readText(pipe);
-        QVERIFY(!special.ok());
-        QVERIFY(special.error().message.contains(u"not a plain file"_s));
+        QVERIFY(!special.ok() && special.error().message.contains(u"not a plain file"_s));
+        const QString empty = write(u"empty.csv"_s, {});
+        const Result<TextSource::OpenedList> none = TextSource::open(empty, TextKind::Comma);
+        QCOMPARE(none.error().code, int(ErrorCode::NoContacts));
+        QVERIFY(none.error().message.contains(empty));
+    }
+
+    // The wizard opens a list for its columns and reads its rows on a later Next: the rows are
+    // those of the file as it is then, read in the program's text decoding.
+    void lists_readAsUtf8ElseWindows1252_andAsTheyAreWhenTheRowsAreRead()
+    {
+        const QString path = write(u"list.csv"_s, "\xEF\xBB\xBFName,Email\nAnn,ann@x.org\n");
+        const Result<TextSource::OpenedList> opened = TextSource::open(path, TextKind::Comma);
+        QCOMPARE(opened->columns, (QStringList{u"Name"_s, u"Email"_s})); // the mark is no part of a name
+        QCOMPARE(TextSource::open(path, TextKind::Tab)->columns, QStringList{u"Name,Email"_s});
+        FieldMap map = mapOf(opened->columns);
+        map.listIndex = nameEmailCompany();
+        write(u"list.csv"_s, "Name,Email\r\nBj\xF6rn \xC9lo\xEFse,b@x.org\r\nCy,c@x.org\r\n"); // Windows-1252 now
+        int lines = 0;
+        const std::vector<Contact> rows =
+            TextSource::readRows(path, TextKind::Comma, true, map, [&lines](int count) { lines = count; });
+        QCOMPARE(lines, 3);
+        QCOMPARE(rows.size(), size_t(2));
+        QCOMPARE(rows.front().cells[0], u"b@x.org"_s);
+        QCOMPARE(rows.front().cells[1], u"Bj\u00f6rn \u00c9lo\u00efse"_s);
+        QVERIFY(TextSource::readRows(m_dir.filePath(u"gone.csv"_s), TextKind::Comma, true, map).empty());
     }
 
     void importRows_readsLineByLine_andPassesOverLinesThatAddNoRow()
@@ -160,8 +175,40 @@ private slots:
         QCOMPARE(fromLineFeeds[2].cells, withHeader[2].cells);
     }
 
-    void header_splitsDifferentlyFromTheRows()
+    void rows_takeTheirMappedColumns_andTheHeaderSplitsOtherwise()
     {
+        const auto row = [](const QString& line, TextKind kind = TextKind::Comma) {
+            return DelimitedText::AddTextRow(line, kind, nameEmailCompany());
+        };
+        const auto comma = row(u"Ann ,\"ann@x.org\",\"Acme, Inc\""_s);
+        QVERIFY(comma && comma->checked && comma->counted);
+        QCOMPARE(comma->cells[0], u"ann@x.org"_s);
+        QCOMPARE(comma->cells[1], u"Ann "_s);      // no quote: left as it stands, blanks included
+        QCOMPARE(comma->cells[4], u"Acme, Inc"_s); // the last field keeps its quotes, stripped here
+        // A blank before a quoted field is taken for its opening character: the span then swallows
+        // the next comma's field and the company comes out empty.
+        QCOMPARE(row(u"Ann, \"ann@x.org\" ,\"Acme\""_s)->cells[4], QString());
+        QCOMPARE(row(u"Bob,bob@x.org"_s)->cells[4], QString()); // too few fields: the row stands
+        QVERIFY(!row(u"Cy"_s));                                 // the e-mail column missing: no row
+        QVERIFY(!row(u"Di,\"di@x.org,Acme"_s));                 // an unterminated quote: no row
+
+        // Tab fields lose their quotes only where they hold one, even one closing a quoted word.
+        const auto tab = row(u" Ann \t\"ann@x.org\"\tsay \"hi\" there "_s, TextKind::Tab);
+        QCOMPARE(tab->cells[1], u" Ann "_s);
+        QCOMPARE(tab->cells[0], u"ann@x.org"_s);
+        QCOMPARE(tab->cells[4], u"say \"hi\" there"_s);
+        QCOMPARE(row(u"x\ty@z\tsay \"hi\" "_s, TextKind::Tab)->cells[4], u"say \"hi"_s);
+
+        // A blank line adds no row while the address is mapped; without it, an unticked one in a
+        // comma list and a ticked one in a tab list.
+        QVERIFY(!row(QString()) && !row(QString(), TextKind::Tab));
+        std::array<int, 16> noEmail = nameEmailCompany();
+        noEmail[12] = -1;
+        const auto blankComma = DelimitedText::AddTextRow(QString(), TextKind::Comma, noEmail);
+        QVERIFY(blankComma && !blankComma->checked && !blankComma->counted);
+        QVERIFY(DelimitedText::AddTextRow(QString(), TextKind::Tab, noEmail)->checked);
+
+        // The header deletes quotes and splits at every comma; a tab header keeps its quotes.
         QCOMPARE(DelimitedText::headerColumns(u"\"Name\",\"Town, State\",Email"_s, TextKind::Comma),
                  (QStringList{u"Name"_s, u"Town"_s, u" State"_s, u"Email"_s}));
         QCOMPARE(DelimitedText::headerColumns(u"\"Name\"\tEmail"_s, TextKind::Tab),
@@ -169,61 +216,95 @@ private slots:
         QVERIFY(DelimitedText::headerColumns(QString(), TextKind::Comma).isEmpty());
     }
 
-    void rows_takeTheirMappedColumns()
+    void guess_takesTheFirstMatchingColumnPerField_andLeavesCustomFields()
     {
-        const auto row =
-            DelimitedText::AddTextRow(u"Ann ,\"ann@x.org\",\"Acme, Inc\""_s, TextKind::Comma, nameEmailCompany());
-        QVERIFY(row);
-        QCOMPARE(row->cells[0], u"ann@x.org"_s);
-        QCOMPARE(row->cells[1], u"Ann "_s);      // no quote: left as it stands, blanks included
-        QCOMPARE(row->cells[4], u"Acme, Inc"_s); // the last field keeps its quotes, stripped here
-        QVERIFY(row->checked);
-        QVERIFY(row->counted);
+        FieldMap map = mapOf({u"email2address"_s, u"EMAIL"_s, u"First Name "_s, u"zip"_s, u"Company"_s});
+        map.choose(3, 0);
+        map.choose(13, 2);
+        FieldMapMemory::DefaultMap(map);
+        QCOMPARE(map.text[12], u"email2address"_s); // first in source order, not in alias order
+        QCOMPARE(map.text[0], QString());           // a trailing blank is not trimmed
+        QCOMPARE(map.text[7], u"zip"_s);
+        QCOMPARE(map.listIndex[3], 4); // standard fields are guessed anew, custom ones stay
+        QCOMPARE(map.text[13], u"First Name "_s);
+        QCOMPARE(map.listIndex[1], -1);
+        const std::pair<int, QString> matches[] = {{0, u"first-name"_s},          {3, u"party"_s},
+                                                   {7, u"Business-Postalcode"_s}, {7, u"Business Postal Code"_s},
+                                                   {11, u"WebSiteURL"_s},         {12, u"E-mail 2 Address"_s}};
+        for (const auto& [field, column] : matches) {
+            QVERIFY2(FieldDictionary::MatchDictionary(field, 9, column) == 9, qPrintable(column));
+        }
+        const std::pair<int, QString> others[] = {
+            {1, u"Surname"_s}, {3, u"CompanyURL"_s}, {7, u"Business Postalcode"_s},
+            {12, u"Mail"_s},   {12, u" Email"_s},    {13, u"Custom"_s}};
+        for (const auto& [field, column] : others) {
+            QVERIFY2(FieldDictionary::MatchDictionary(field, 9, column) == -1, qPrintable(column));
+        }
 
-        // A blank before a quoted field is taken for its opening character: the span then swallows
-        // the next comma's field and the company comes out empty.
-        const auto shifted =
-            DelimitedText::AddTextRow(u"Ann, \"ann@x.org\" ,\"Acme\""_s, TextKind::Comma, nameEmailCompany());
-        QVERIFY(shifted);
-        QCOMPARE(shifted->cells[0], u"ann@x.org"_s);
-        QCOMPARE(shifted->cells[4], QString());
-
-        // Too few fields: the missing company is empty, the row stands.
-        const auto shortRow = DelimitedText::AddTextRow(u"Bob,bob@x.org"_s, TextKind::Comma, nameEmailCompany());
-        QVERIFY(shortRow);
-        QCOMPARE(shortRow->cells[4], QString());
-        // The e-mail column missing: no row at all.
-        QVERIFY(!DelimitedText::AddTextRow(u"Cy"_s, TextKind::Comma, nameEmailCompany()));
-        // An unterminated quote: no row, and the import can go on.
-        QVERIFY(!DelimitedText::AddTextRow(u"Di,\"di@x.org,Acme"_s, TextKind::Comma, nameEmailCompany()));
+        // Clearing leaves only the custom fields, which do not count as a map; typed text does.
+        FieldMapMemory::ClearMap(map);
+        QVERIFY(FieldMapMemory::MapIsEmpty(map));
+        QCOMPARE(map.text[13], u"First Name "_s);
+        map.typeText(5, u"no such column"_s);
+        QVERIFY(!FieldMapMemory::MapIsEmpty(map));
     }
 
-    void tabRows_stripQuotesOnlyFromFieldsThatHoldOne()
+    void savedMap_isRememberedPerKind_andTakenByColumnNameWithCase_forTheSameSourceOnly()
     {
-        const auto row =
-            DelimitedText::AddTextRow(u" Ann \t\"ann@x.org\"\tsay \"hi\" there "_s, TextKind::Tab, nameEmailCompany());
-        QVERIFY(row);
-        QCOMPARE(row->cells[1], u" Ann "_s);
-        QCOMPARE(row->cells[0], u"ann@x.org"_s);
-        QCOMPARE(row->cells[4], u"say \"hi\" there"_s);
-        // A quote at an end after trimming is dropped, even when it closes a quoted word.
-        const auto ending = DelimitedText::AddTextRow(u"x\ty@z\tsay \"hi\" "_s, TextKind::Tab, nameEmailCompany());
-        QCOMPARE(ending->cells[4], u"say \"hi"_s);
+        FieldMap map = mapOf({u"Vorname"_s, u"Mail"_s, u"Firma"_s, u"Mitglied"_s});
+        map.choose(0, 0);
+        map.choose(12, 1);
+        map.choose(3, 2);
+        map.choose(13, 3);
+        map.customNames = {u"Member No"_s, QString(), u"Custom Field 3"_s};
+        TextSource::remember(TextKind::Comma, u"/data/list.csv"_s, map);
+        TextSource::remember(TextKind::Tab, u"/data/list.txt"_s, mapOf({u"Mail"_s})); // each kind keeps its own
+        QCOMPARE(SettingsStore::instance().value(Keys::CommaFile), u"/data/list.csv"_s);
+        QCOMPARE(SettingsStore::instance().value(Keys::TabFile), u"/data/list.txt"_s);
+        QCOMPARE(GetSetting(u"CommaValues"_s, u"12"_s), u"Mail"_s);
+        QCOMPARE(GetSetting(u"CommaValues"_s, u"13CD"_s), u"Mitglied"_s);
+        QCOMPARE(GetSetting(u"CommaValues"_s, u"13C"_s), u"Member No"_s);
+
+        // The same file with its columns moved, "Firma" gone and "Mail" now "mail": names decide
+        // with their case, the rest stays empty and no guess runs.
+        const MapSection comma = TextSource::mapSection(TextKind::Comma);
+        FieldMap again = mapOf({u"Mitglied"_s, u"mail"_s, u"Vorname"_s});
+        FieldMapMemory::PrepareMapPage(again, comma, u"/data/list.csv"_s, {});
+        QCOMPARE(again.listIndex[0], 2);
+        QCOMPARE(again.listIndex[12], -1);
+        QCOMPARE(again.listIndex[3], -1);
+        QCOMPARE(again.listIndex[13], 0);
+        QCOMPARE(again.customNames, (std::array<QString, 3>{u"Member No"_s, QString(), u"Custom Field 3"_s}));
+
+        // Another file (a trailing blank makes one): the guess runs, yet the custom names
+        // remembered for the kind survive.
+        FieldMap other = mapOf({u"Name"_s, u"Mail"_s});
+        FieldMapMemory::PrepareMapPage(other, comma, u"/data/list.csv "_s, {});
+        QCOMPARE(other.listIndex[12], -1);
+        QCOMPARE(other.text[0], u"Name"_s);
+        QCOMPARE(other.customNames, (std::array<QString, 3>{u"Member No"_s, QString(), u"Custom Field 3"_s}));
+
+        // Custom names alone count as a saved map, though an empty one.
+        TestSupport::resetSettings();
+        SaveSetting(u"CommaValues"_s, u"14C"_s, u"Region"_s);
+        FieldMap names = mapOf({u"Email"_s, u"Name"_s});
+        QVERIFY(FieldMapMemory::LoadSavedMap(names, u"CommaValues"_s));
+        QCOMPARE(names.customNames, (std::array<QString, 3>{QString(), u"Region"_s, QString()}));
+        QVERIFY(FieldMapMemory::MapIsEmpty(names));
     }
 
-    void blankLines_dependOnTheKindAndTheAddressColumn()
+    void sheetMemory_needsTheSameSheet()
     {
-        std::array<int, 16> noEmail = nameEmailCompany();
-        noEmail[12] = -1;
-        QVERIFY(!DelimitedText::AddTextRow(QString(), TextKind::Comma, nameEmailCompany()));
-        QVERIFY(!DelimitedText::AddTextRow(QString(), TextKind::Tab, nameEmailCompany()));
-        const auto comma = DelimitedText::AddTextRow(QString(), TextKind::Comma, noEmail);
-        QVERIFY(comma);
-        QVERIFY(!comma->checked);
-        QVERIFY(!comma->counted);
-        const auto tab = DelimitedText::AddTextRow(QString(), TextKind::Tab, noEmail);
-        QVERIFY(tab);
-        QVERIFY(tab->checked);
+        const MapSection sheet{u"XlSheet"_s, u"ExFilename"_s};
+        SettingsStore::instance().setValue(Keys::ExcelFileName, u"/data/book.xlsx"_s);
+        SettingsStore::instance().setValue(Keys::ExcelSheetNameWrite, u"Members"_s);
+        SaveSetting(u"XlSheet"_s, u"0"_s, u"Surname"_s);
+        FieldMap map = mapOf({u"Surname"_s, u"Name"_s});
+        FieldMapMemory::PrepareMapPage(map, sheet, u"/data/book.xlsx"_s, u"Other sheet"_s);
+        QCOMPARE(map.text[0], u"Name"_s);
+        QCOMPARE(map.customNames[2], u"Custom Field 3"_s); // nothing remembered: the default name
+        FieldMapMemory::PrepareMapPage(map, sheet, u"/data/book.xlsx"_s, u"Members"_s);
+        QCOMPARE(map.text[0], u"Surname"_s);
     }
 };
 

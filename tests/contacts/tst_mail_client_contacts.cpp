@@ -29,21 +29,14 @@ QStringList values(const MailContactItem& item)
     return QStringList(item.values.begin(), item.values.end());
 }
 
-// A card of the older form: its properties given as parallel lists of names and values.
-Card card(const QString& uid, const QStringList& properties, const QStringList& values)
+// A card of the older form, its properties given as "Name=value".
+Card card(const QString& uid, const QStringList& properties)
 {
     Card made{uid, {}};
-    for (qsizetype k = 0; k < properties.size(); ++k) {
-        made.properties.append({properties.at(k), values.at(k)});
+    for (const QString& property : properties) {
+        made.properties.append({property.section(u'=', 0, 0), property.section(u'=', 1)});
     }
     return made;
-}
-
-// Makes a home with one profile "p" and gives the path of its personal book.
-QString homeWithBook(const QTemporaryDir& home)
-{
-    writeFile(home.filePath(u".thunderbird/profiles.ini"_s), "[Profile0]\nName=p\nIsRelative=1\nPath=p\n");
-    return home.filePath(u".thunderbird/p/abook.sqlite"_s);
 }
 
 } // namespace
@@ -76,16 +69,14 @@ private slots:
                           "user_pref(\"ldap_2.servers.clients.filename\", \"clients.sqlite\");\n"
                           "user_pref(\"ldap_2.servers.lost.filename\", \"lost.sqlite\");\n"
                           "user_pref(\"ldap_2.servers.pab.description\", \"Mine\");\n"));
-        for (const QString& book : {u"abook"_s, u"history"_s, u"clients"_s}) {
-            QVERIFY(writeBook(home(u".thunderbird/w0rk.work/%1.sqlite"_s.arg(book)), {}));
-        }
-        const Card ann = card(u"c1"_s,
-                              {u"PrimaryEmail"_s, u"FirstName"_s, u"LastName"_s, u"JobTitle"_s, u"Company"_s,
-                               u"WorkAddress"_s, u"WorkAddress2"_s, u"WorkCity"_s, u"WorkState"_s, u"WorkZipCode"_s,
-                               u"WorkCountry"_s, u"WorkPhone"_s, u"FaxNumber"_s, u"WebPage1"_s, u"HomeCity"_s},
-                              {u"ann@example.com"_s, u"Ann"_s, u"Lee"_s, u"Buyer"_s, u"Acme"_s, u"1 Quay Road"_s,
-                               u"Unit 4"_s, u"Cork"_s, u"Munster"_s, u"T12"_s, u"Ireland"_s, u"+353 1"_s, u"+353 2"_s,
-                               u"https://acme.example"_s, u"Cobh"_s});
+        QVERIFY(writeBook(home(u".thunderbird/w0rk.work/abook.sqlite"_s), {}));
+        QVERIFY(writeBook(home(u".thunderbird/w0rk.work/history.sqlite"_s), {card(u"1"_s, {u"FirstName=Old"_s})}));
+        QVERIFY(writeFile(home(u".thunderbird/w0rk.work/clients.sqlite"_s), QByteArray(4096, 'x'))); // no database
+        const Card ann = card(u"c1"_s, {u"PrimaryEmail=ann@example.com"_s, u"FirstName=Ann"_s, u"LastName=Lee"_s,
+                                        u"JobTitle=Buyer"_s, u"Company=Acme"_s, u"WorkAddress=1 Quay Road"_s,
+                                        u"WorkAddress2=Unit 4"_s, u"WorkCity=Cork"_s, u"WorkState=Munster"_s,
+                                        u"WorkZipCode=T12"_s, u"WorkCountry=Ireland"_s, u"WorkPhone=+353 1"_s,
+                                        u"FaxNumber=+353 2"_s, u"WebPage1=https://acme.example"_s, u"HomeCity=Cobh"_s});
         const Card bo{u"c2"_s,
                       {{u"PrimaryEmail"_s, u"bo@example.com"_s},
                        {u"_vCard"_s, u"BEGIN:VCARD\r\nVERSION:4.0\r\nFN:Bo Berg\r\nN:Berg;Bo;;;\r\n"
@@ -95,7 +86,7 @@ private slots:
                                      u"ADR;TYPE=work:;;Kajen 1;Malm\u00f6;Sk\u00e5ne;21100;Sweden\r\n"
                                      u"TEL;TYPE=work;VALUE=TEXT:+46 40 1\r\nTEL;TYPE=fax:+46 40 2\r\n"
                                      u"URL;TYPE=work:https://berg.example\r\nEND:VCARD\r\n"_s}}};
-        const Card cy = card(u"c3"_s, {u"DisplayName"_s, u"FirstName"_s}, {u"No Address"_s, u"Cy"_s});
+        const Card cy = card(u"c3"_s, {u"DisplayName=No Address"_s, u"FirstName=Cy"_s});
         QVERIFY(writeBook(home(u".thunderbird/abcd.default-release/abook.sqlite"_s), {ann, bo, cy}, {u"Team"_s}));
         QVERIFY(
             writeFile(home(u".mozilla-thunderbird/profiles.ini"_s),
@@ -103,7 +94,7 @@ private slots:
         QVERIFY(writeBook(home(u"elsewhere/old.profile/abook.sqlite"_s), {}));
     }
 
-    void profiles_areStores_andTheirBooksContactFolders()
+    void profiles_areStores_theirBooksContactFolders_andABookThatIsNoDatabaseSaysSo()
     {
         const ThunderbirdProfiles client(m_home.path());
         const std::vector<MailFolder> stores = client.stores();
@@ -127,9 +118,15 @@ private slots:
         // The default contact folder is the personal book of the profile the installation starts.
         QCOMPARE(client.GetDefaultFolder(DefaultFolder::Contacts)->entryId, stores[1].folders[0].entryId);
         QVERIFY(!client.GetDefaultFolder(DefaultFolder::Inbox));
-        QTemporaryDir empty;
-        QVERIFY(ThunderbirdProfiles(empty.path()).stores().empty());
-        QVERIFY(!ThunderbirdProfiles(empty.path()).GetDefaultFolder(DefaultFolder::Contacts));
+        const ThunderbirdProfiles none(home(u"elsewhere"_s));
+        QVERIFY(none.stores().empty() && !none.GetDefaultFolder(DefaultFolder::Contacts));
+
+        const Result<std::vector<MailContactItem>> clients = client.items(stores[0].folders[1].entryId);
+        const QString path = home(u".thunderbird/w0rk.work/clients.sqlite"_s);
+        QVERIFY2(!clients.ok() &&
+                     clients.error().message.startsWith(u"The address book %1 cannot be read: "_s.arg(path)),
+                 qPrintable(clients.ok() ? QString() : clients.error().message));
+        QVERIFY(!client.items(stores[0].entryId).ok()); // a store holds no cards
     }
 
     void cards_fromLegacyPropertiesOrTheirVCard_listsAsOtherItems_bookUntouched()
@@ -159,41 +156,24 @@ private slots:
 
     void aBookThatThunderbirdHasOpen_isReadWithItsNewestCards()
     {
-        QTemporaryDir home;
-        const QString path = homeWithBook(home);
-        QVERIFY(writeBook(path, {{u"1"_s, {{u"FirstName"_s, u"Old"_s}}}}));
+        const ThunderbirdProfiles profiles(m_home.path());
+        const QString history = profiles.stores()[0].folders[2].entryId;
         const QString connection = u"thunderbird-at-work"_s;
         {
             // The client's own connection adds a card to its log and keeps it there.
             QSqlDatabase client = QSqlDatabase::addDatabase(u"QSQLITE"_s, connection);
-            client.setDatabaseName(path);
+            client.setDatabaseName(home(u".thunderbird/w0rk.work/history.sqlite"_s));
             QVERIFY(client.open());
             QSqlQuery query(client);
             QVERIFY(query.exec(u"PRAGMA wal_autocheckpoint=0"_s));
             QVERIFY(query.exec(u"INSERT INTO properties VALUES ('2', 'FirstName', 'New')"_s));
-            QVERIFY(QFile::exists(path + u"-wal"_s));
-            const ThunderbirdProfiles profiles(home.path());
-            const Result<std::vector<MailContactItem>> items =
-                profiles.items(profiles.GetDefaultFolder(DefaultFolder::Contacts)->entryId);
+            QVERIFY(QFile::exists(client.databaseName() + u"-wal"_s));
+            const Result<std::vector<MailContactItem>> items = profiles.items(history);
             QVERIFY2(items.ok(), qPrintable(items.error().message));
             QCOMPARE(items->size(), size_t(2));
             QCOMPARE(items->at(1).values[1], u"New"_s);
         }
         QSqlDatabase::removeDatabase(connection);
-    }
-
-    void aBookThatIsNoDatabase_saysSo()
-    {
-        QTemporaryDir home;
-        const QString path = homeWithBook(home);
-        QVERIFY(writeFile(path, QByteArray(4096, 'x')));
-        const ThunderbirdProfiles client(home.path());
-        const Result<std::vector<MailContactItem>> items =
-            client.items(client.GetDefaultFolder(DefaultFolder::Contacts)->entryId);
-        QVERIFY(!items.ok());
-        QVERIFY2(items.error().message.startsWith(u"The address book %1 cannot be read: "_s.arg(path)),
-                 qPrintable(items.error().message));
-        QVERIFY(!client.items(client.stores()[0].entryId).ok()); // a store holds no cards
     }
 };
 

@@ -1,7 +1,6 @@
 #include "ThunderbirdBooks.h"
 
 #include <QDir>
-#include <QFile>
 #include <QFileInfo>
 #include <QSqlDatabase>
 #include <QSqlQuery>
@@ -19,31 +18,28 @@ bool writeBook(const QString& path, const std::vector<Card>& cards, const QStrin
     {
         QSqlDatabase database = QSqlDatabase::addDatabase(u"QSQLITE"_s, connection);
         database.setDatabaseName(path);
-        if (database.open()) {
-            QSqlQuery query(database);
-            // Thunderbird keeps its books in write-ahead-log mode.
-            written = query.exec(u"PRAGMA journal_mode=WAL"_s) &&
-                      query.exec(u"CREATE TABLE properties (card TEXT, name TEXT, value TEXT)"_s) &&
-                      query.exec(u"CREATE TABLE lists (uid TEXT PRIMARY KEY, name TEXT, nickName TEXT, "
-                                 u"description TEXT)"_s) &&
-                      query.exec(u"CREATE TABLE list_cards (list TEXT, card TEXT, PRIMARY KEY(list, card))"_s) &&
-                      query.prepare(u"INSERT INTO properties VALUES (?, ?, ?)"_s);
-            for (const Card& card : cards) {
-                for (const auto& [name, value] : card.properties) {
-                    query.addBindValue(card.uid);
-                    query.addBindValue(name);
-                    query.addBindValue(value);
-                    written = written && query.exec();
-                }
+        QSqlQuery query(database);
+        const auto insert = [&query](const QString& statement, const QVariantList& values) {
+            query.prepare(statement);
+            for (const QVariant& value : values) {
+                query.addBindValue(value);
             }
-            written = written && query.prepare(u"INSERT INTO lists VALUES (?, ?, '', '')"_s);
-            for (const QString& name : listNames) {
-                query.addBindValue(u"list-"_s + name);
-                query.addBindValue(name);
-                written = written && query.exec();
+            return query.exec();
+        };
+        written =
+            database.open() && query.exec(u"PRAGMA journal_mode=WAL"_s) &&
+            query.exec(u"CREATE TABLE properties (card TEXT, name TEXT, value TEXT)"_s) &&
+            query.exec(u"CREATE TABLE lists (uid TEXT PRIMARY KEY, name TEXT, nickName TEXT, description TEXT)"_s) &&
+            query.exec(u"CREATE TABLE list_cards (list TEXT, card TEXT, PRIMARY KEY(list, card))"_s);
+        for (const Card& card : cards) {
+            for (const auto& [name, value] : card.properties) {
+                written = written && insert(u"INSERT INTO properties VALUES (?, ?, ?)"_s, {card.uid, name, value});
             }
-            database.close();
         }
+        for (const QString& name : listNames) {
+            written = written && insert(u"INSERT INTO lists VALUES (?, ?, '', '')"_s, {u"list-"_s + name, name});
+        }
+        database.close();
     }
     QSqlDatabase::removeDatabase(connection);
     return written;

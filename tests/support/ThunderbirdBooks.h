@@ -4,11 +4,9 @@
 #include <QString>
 #include <QStringList>
 
-#include <utility>
 #include <vector>
 
-// Writes Thunderbird address books for the tests: an SQLite file with the tables properties
-// (card, name, value), lists (uid, name, nickName, description) and list_cards (list, card).
+// Writes Thunderbird address books for the tests.
 namespace ThunderbirdBooks {
 
 struct Card
@@ -17,8 +15,8 @@ struct Card
     QList<std::pair<QString, QString>> properties; // name, value; "_vCard" for the newer form
 };
 
-// Writes the book in write-ahead-log mode, as Thunderbird does (the folder is made); false when
-// SQLite refuses.
+// An SQLite file in write-ahead-log mode, as Thunderbird keeps it, with the tables properties
+// (card, name, value), lists and list_cards; the folder is made. False when SQLite refuses.
 bool writeBook(const QString& path, const std::vector<Card>& cards, const QStringList& listNames = {});
 
 } // namespace ThunderbirdBooks

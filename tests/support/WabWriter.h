@@ -6,46 +6,32 @@
 
 #include <vector>
 
-// Writes small Windows Address Book files for the tests, in the layout the reader expects:
-// the signature, six table descriptors (the record index of type 0xFA0 in the third), the index
-// of (record id, offset) pairs, then the records, each eight header words, its property tags
-// and its length-prefixed values.
+// Writes small Windows Address Book files in the layout the reader expects: the signature, six
+// table descriptors (the record index, type 0xFA0, the third), the index of (record id, offset)
+// pairs, then the records, each eight header words, its property tags and its values.
 class WabWriter
 {
 public:
-    // One property: its tag (id in the high half, type in the low half) and its raw values; a
-    // single-valued type takes exactly one.
+    // A property's tag (id high, type low) and its length-prefixed values.
     struct Property
     {
         quint32 tag;
         QList<QByteArray> values;
     };
 
-    // Properties given as text: a type of 0x001F is written as UTF-16LE with a closing NUL,
-    // 0x001E as the bytes of the text in Windows-1252 (Latin-1 here) with a closing NUL, and
-    // 0x101F as a list of UTF-16LE values.
+    // Type 0x001F is UTF-16LE, 0x001E Windows-1252 (Latin-1 here), each with a closing NUL;
+    // a list (0x101F) holds UTF-16LE values.
     static Property text(quint16 id, const QString& value, quint16 type = 0x001F);
     static Property list(quint16 id, const QStringList& values);
 
-    void addRecord(const std::vector<Property>& properties, bool live = true);
-    // A record whose id is given, to make an index that names one id twice.
-    void addRecord(quint32 id, const std::vector<Property>& properties, bool live = true);
-
+    // Id 0 takes the record's number; a given one may name an id twice.
+    void addRecord(const std::vector<Property>& properties, bool live = true, quint32 id = 0);
     QByteArray bytes() const;
 
-    // Where the record index's descriptor lies (its count word is 12 bytes further), and the
-    // offset of record k in bytes().
+    // The record index's descriptor (its count word 12 bytes on), and record k's offset in bytes().
     static constexpr int IndexDescriptorAt = 24 + 2 * 16;
     qsizetype recordOffset(int k) const;
 
 private:
-    struct Record
-    {
-        quint32 id;
-        bool live;
-        std::vector<Property> properties;
-    };
-    QByteArray recordBytes(const Record& record) const;
-
-    std::vector<Record> m_records;
+    std::vector<std::pair<quint32, QByteArray>> m_records; // id, bytes
 };
