@@ -31,18 +31,6 @@ private slots:
         QVERIFY(!FileExists(QString()));
     }
 
-    void makeFolder_makesOneLevel_andSwallowsErrors()
-    {
-        QTemporaryDir dir;
-        const QString folder = dir.filePath(u"letters"_s);
-        MakeFolder(folder);
-        QVERIFY(QDir(folder).exists());
-        MakeFolder(folder); // already there: nothing happens
-        QVERIFY(QDir(folder).exists());
-        MakeFolder(dir.filePath(u"a/b/c"_s));
-        QVERIFY(!QDir(dir.filePath(u"a"_s)).exists());
-    }
-
     void specialFolders_mapToExistingFoldersOnly()
     {
         const QString home = TestSupport::homeFolder();
