@@ -189,36 +189,8 @@ private slots:
 
     void multiLineReplies_passOnTheirFirstLine_andOneConnectionCarriesTheRun()
     {
-        ScriptedServer server(happyScript(2));
-        useServer(server, 5);
-        Send send(m_account);
-        send.run.RunSmtpSend(input(2));
-        const FakeRunView& view = send.view;
-        QCOMPARE(send.run.accepted(), 2);
-        QCOMPARE(server.connections, 1);
-        QVERIFY(server.lines.contains("MAIL FROM: news@example.org"));
-        QVERIFY(server.lines.contains("RCPT TO: bob@example.com"));
-        QCOMPARE(server.lines.last(), QByteArray("QUIT"));
-        QCOMPARE(view.header, u"Sending Mails via Quillbay+ SMTP"_s);
-        QCOMPARE(view.runPage, u"Send Mail"_s);
-        QCOMPARE(view.processes, (QStringList{QString(), u"Sending 1 of 2"_s, u"Sending 2 of 2"_s,
-                                              u"All mails are successfully Sent."_s}));
-        // The login ends by showing the first address again; each later contact
-        // shows its own.
-        QCOMPARE(view.statuses, (QStringList{QString(), u"Connecting 127.0.0.1"_s, u"Connected"_s, u"ann@example.com"_s,
-                                             u"bob@example.com"_s, QString()}));
-        QVERIFY(!view.waitCursor);
-        QCOMPARE(view.bar, 1.0);
-        QVERIFY(view.backEnabled);
-        QVERIFY(!view.cancelEnabled);
-        QCOMPARE(view.nextCaption, u"Finish"_s);
-    }
-
-    void aMultiLineHelloInSeveralReads_isReadWhole_beforeTheFirstCommand()
-    {
-        // With encryption allowed the client looks for STARTTLS in the whole EHLO
-        // reply, so the late lines of that reply cannot be taken for the answer to
-        // MAIL FROM.
+        // The EHLO reply comes in several reads; with encryption allowed the client looks for
+        // STARTTLS in the whole reply, so its late lines cannot be taken for the answer to MAIL FROM.
         Script script = happyScript(2);
         script[1].pieces = {"250-scripted greets you\r\n", "250-SIZE 1000000\r\n", "250 HELP\n"};
         ScriptedServer server(script);
@@ -226,10 +198,26 @@ private slots:
         m_account.noEncryption = false;
         Send send(m_account);
         send.run.RunSmtpSend(input(2));
+        const FakeRunView& view = send.view;
         QCOMPARE(send.run.accepted(), 2);
+        QCOMPARE(server.connections, 1);
         QCOMPARE(server.lines.at(0), QByteArray("EHLO ") + QHostInfo::localHostName().toUtf8());
         QCOMPARE(server.lines.at(1), QByteArray("MAIL FROM: news@example.org"));
         QVERIFY(!server.lines.contains("STARTTLS"));
+        QVERIFY(server.lines.contains("RCPT TO: bob@example.com"));
+        QCOMPARE(server.lines.last(), QByteArray("QUIT"));
+        QCOMPARE(view.header, u"Sending Mails via Quillbay+ SMTP"_s);
+        QCOMPARE(view.runPage, u"Send Mail"_s);
+        QCOMPARE(view.processes, (QStringList{QString(), u"Sending 1 of 2"_s, u"Sending 2 of 2"_s,
+                                              u"All mails are successfully Sent."_s}));
+        // The login ends by showing the first address again; each later contact shows its own.
+        QCOMPARE(view.statuses, (QStringList{QString(), u"Connecting 127.0.0.1"_s, u"Connected"_s, u"ann@example.com"_s,
+                                             u"bob@example.com"_s, QString()}));
+        QVERIFY(!view.waitCursor);
+        QCOMPARE(view.bar, 1.0);
+        QVERIFY(view.backEnabled);
+        QVERIFY(!view.cancelEnabled);
+        QCOMPARE(view.nextCaption, u"Finish"_s);
     }
 
     void aRefusal_endsTheWaitAtOnce_withTheServersWords()
@@ -297,19 +285,41 @@ private slots:
         }
     }
 
-    void withoutTimeout_aSilentServerWaitsUntilCancel()
+    void aCancel_endsTheWaitAtOnce_sendsNoQuit_andTheNextRunLogsInAfresh()
     {
-        ScriptedServer server(Script{});
+        // Without a timeout a silent server is waited for until Cancel, which is seen before the
+        // time-out text could be written.
+        ScriptedServer silent(Script{});
+        useServer(silent, 0);
+        Send waiting(m_account);
+        silent.onLine = [&waiting](const QByteArray&) {
+            waiting.run.CmdCancelSend_Click();
+        };
+        waiting.run.RunSmtpSend(input(3));
+        QCOMPARE(waiting.view.process(), u"Process Cancelled!"_s);
+        QVERIFY(!waiting.view.processes.contains(u"SMTP service error, unable to get a response!"_s));
+        QCOMPARE(waiting.view.bar, 1.0);
+
+        ScriptedServer server(Script{Greeting, Hello, MailFrom, RcptTo, {"DATA", {}}});
         useServer(server, 0);
         Send send(m_account);
-        server.onLine = [&send](const QByteArray&) {
-            send.run.CmdCancelSend_Click();
+        server.onLine = [&send](const QByteArray& line) {
+            if (line == "DATA") {
+                send.run.CmdCancelSend_Click();
+            }
         };
-        send.run.RunSmtpSend(input(3));
+        send.run.RunSmtpSend(input(2));
         QCOMPARE(send.view.process(), u"Process Cancelled!"_s);
-        // Cancel is seen before the time-out text could be written.
-        QVERIFY(!send.view.processes.contains(u"SMTP service error, unable to get a response!"_s));
-        QCOMPARE(send.view.bar, 1.0);
+        QVERIFY(!send.view.processes.contains(u"Sending 2 of 2"_s));
+        QCOMPARE(server.lines.last(), QByteArray("DATA"));
+        QVERIFY(send.view.backEnabled);
+        QVERIFY(!send.view.cancelEnabled);
+        // The same run again: the flag of the finished login is cleared, so it connects anew.
+        server.onLine = nullptr;
+        m_account.interval = 1;
+        send.run.RunSmtpSend(input(1));
+        QCOMPARE(server.connections, 2);
+        QCOMPARE(server.lines.count("EHLO " + QHostInfo::localHostName().toUtf8()), 2);
     }
 
     void aWrongPassword_isNotRecognised_andEachContactLogsInAgain()
@@ -362,10 +372,10 @@ private slots:
         QCOMPARE(send.view.process(), u"All mails are successfully Sent."_s);
     }
 
-    void quitGoesOutOnceAfterTheLastContact_andAMissing221CostsTheWaitSilently()
+    void skippedContacts_areNotCalled_andQuitGoesOutOnceAfterTheLast()
     {
         Script script = happyScript(1);
-        script.last().pieces.clear(); // QUIT is never answered
+        script.last().pieces.clear(); // QUIT is never answered: that costs the wait, silently
         ScriptedServer server(script);
         useServer(server, 1);
         Send send(m_account);
@@ -376,9 +386,22 @@ private slots:
         send.run.RunSmtpSend(in);
         QVERIFY2(timer.elapsed() >= 900, qPrintable(QString::number(timer.elapsed())));
         QCOMPARE(send.run.accepted(), 1);
+        QVERIFY(!server.lines.contains("RCPT TO: bob at example.com"));
         QCOMPARE(server.lines.count("QUIT"), 1);
         QCOMPARE(server.lines.mid(server.lines.size() - 2), (QList<QByteArray>{"RSET", "QUIT"}));
         QCOMPARE(send.view.process(), u"All mails are successfully Sent."_s);
+
+        // An empty list, and a body of blanks only: every contact is skipped in silence, nobody is
+        // called.
+        SendRunInput blanks = input(3);
+        blanks.html = u"   "_s;
+        for (const SendRunInput& nobody : {input(0), blanks}) {
+            Send none(m_account);
+            none.run.RunSmtpSend(nobody);
+            QCOMPARE(none.run.accepted(), 0);
+            QCOMPARE(none.view.process(), u"All mails are successfully Sent."_s);
+        }
+        QCOMPARE(server.connections, 1);
     }
 
     void aSocketError_isShownInABox_andEndsTheRunWithoutQuit()
@@ -404,33 +427,7 @@ private slots:
         QCOMPARE(send.view.process(), u"Process Cancelled!"_s);
     }
 
-    void aCancelledRun_sendsNoQuit_andTheNextRunLogsInAfresh()
-    {
-        ScriptedServer server(Script{Greeting, Hello, MailFrom, RcptTo, {"DATA", {}}});
-        useServer(server, 0);
-        Send send(m_account);
-        server.onLine = [&send](const QByteArray& line) {
-            if (line == "DATA") {
-                send.run.CmdCancelSend_Click();
-            }
-        };
-        send.run.RunSmtpSend(input(2));
-        QCOMPARE(send.view.process(), u"Process Cancelled!"_s);
-        QVERIFY(!send.view.processes.contains(u"Sending 2 of 2"_s));
-        QCOMPARE(server.lines.last(), QByteArray("DATA"));
-        QVERIFY(send.view.backEnabled);
-        QVERIFY(!send.view.cancelEnabled);
-
-        // The same run again: the flag of the finished login is cleared, so it
-        // connects anew.
-        server.onLine = nullptr;
-        m_account.interval = 1;
-        send.run.RunSmtpSend(input(1));
-        QCOMPARE(server.connections, 2);
-        QCOMPARE(server.lines.count("EHLO " + QHostInfo::localHostName().toUtf8()), 2);
-    }
-
-    void anUnreadableImage_endsTheRunBeforeAnyContact()
+    void runsThatCannotStart_endBeforeAnyContact()
     {
         ScriptedServer server(happyScript(1));
         useServer(server, 1);
@@ -442,42 +439,13 @@ private slots:
         QCOMPARE(send.view.process(), u"Process Cancelled!"_s);
         QVERIFY(!send.view.processes.contains(u"Sending 1 of 2"_s));
         QVERIFY(send.view.backEnabled);
-    }
 
-    void contactsWithoutAnAt_areSkipped_andAnEmptyListRunsNoTurn()
-    {
-        ScriptedServer server(happyScript(1));
-        useServer(server, 2);
-        Send send(m_account);
-        SendRunInput in = input(2);
-        in.addresses[0] = u"no address"_s;
-        send.run.RunSmtpSend(in);
-        QCOMPARE(send.run.accepted(), 1);
-        QVERIFY(!server.lines.contains("RCPT TO: no address"));
-
-        Send none(m_account);
-        none.run.RunSmtpSend(input(0));
-        QCOMPARE(none.view.process(), u"All mails are successfully Sent."_s);
-        QCOMPARE(server.connections, 1);
-
-        // A body of blanks only: every contact is skipped in silence, and nobody is
-        // called.
-        Send blank(m_account);
-        SendRunInput blanks = input(3);
-        blanks.html = u"   "_s;
-        blank.run.RunSmtpSend(blanks);
-        QCOMPARE(server.connections, 1);
-        QCOMPARE(blank.run.accepted(), 0);
-        QCOMPARE(blank.view.process(), u"All mails are successfully Sent."_s);
-    }
-
-    void anIncompleteAccount_showsTheSettingsFirst()
-    {
-        const SmtpAccount incomplete;
-        Send send(incomplete);
+        // An incomplete account shows the settings first.
+        const SmtpAccount none;
+        Send incomplete(none);
         TestSupport::MessageRecorder messages;
-        send.run.RunSmtpSend(input(0));
-        QCOMPARE(send.view.settingsShown, 1);
+        incomplete.run.RunSmtpSend(input(0));
+        QCOMPARE(incomplete.view.settingsShown, 1);
     }
 };
 
