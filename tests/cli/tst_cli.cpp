@@ -1,3 +1,4 @@
+#include "CliRun.h"
 #include "DocumentText.h"
 #include "SmtpSink.h"
 #include "TestSupport.h"
@@ -12,7 +13,6 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QJsonArray>
-#include <QProcess>
 #include <QRegularExpression>
 #include <QTcpServer>
 #include <QTemporaryDir>
@@ -21,37 +21,11 @@
 #include <sys/stat.h>
 
 using namespace Qt::StringLiterals;
+using TestSupport::readFile;
+using TestSupport::writeFile;
 
 namespace {
 
-struct CliResult
-{
-    int exitCode = -1; // -1: the program did not end by itself
-    QString out;
-    QString err;
-};
-
-CliResult runCli(const QStringList& arguments, const QProcessEnvironment& environment = {})
-{
-    QProcess cli;
-    if (!environment.isEmpty()) {
-        cli.setProcessEnvironment(environment);
-    }
-    cli.start(QStringLiteral(QUILLBAY_CLI), arguments);
-    CliResult result;
-    if (cli.waitForFinished(120000) && cli.exitStatus() == QProcess::NormalExit) {
-        result.exitCode = cli.exitCode();
-    } else {
-        cli.kill();
-        cli.waitForFinished();
-    }
-    result.out = QString::fromUtf8(cli.readAllStandardOutput());
-    result.err = QString::fromUtf8(cli.readAllStandardError());
-    return result;
-}
-
-using TestSupport::readFile;
-using TestSupport::writeFile;
 // The date line differs from run to run; everything else of a message is fixed.
 QByteArray withoutDate(QByteArray message)
 {
@@ -72,16 +46,35 @@ private:
 
     QString path(const QString& name) const { return m_dir.filePath(name); }
 
+    // A command line as typed: words split at blanks, '' an empty one, "@name" that file of the
+    // test folder and "@" the folder itself.
+    QStringList words(const QString& line) const
+    {
+        QStringList arguments = line.split(u' ', Qt::SkipEmptyParts);
+        for (QString& word : arguments) {
+            if (word == u"''"_s) {
+                word.clear();
+            } else if (word.startsWith(u'@')) {
+                word = word.size() == 1 ? m_dir.path() : path(word.mid(1));
+            }
+        }
+        return arguments;
+    }
+
     // The mail options every mail test shares, with the run's target behind them.
     QStringList mailArguments(const QStringList& target) const
     {
-        return QStringList{u"mail"_s,        u"--contacts"_s,
-                           m_contacts,       u"--skip-first-row"_s,
-                           u"--subject"_s,   u"News for [[FirstName]] [[LastName]]"_s,
-                           u"--body"_s,      m_body,
-                           u"--from"_s,      u"news@example.com"_s,
-                           u"--from-name"_s, u"Quillbay News"_s} +
+        return words(u"mail --contacts @contacts.csv --skip-first-row --body @body.html --from news@example.com"_s) +
+               QStringList{u"--subject"_s, u"News for [[FirstName]] [[LastName]]"_s, u"--from-name"_s,
+                           u"Quillbay News"_s} +
                target;
+    }
+
+    // A mail run of Hi to an .eml folder, each contact one message.
+    CliResult mailHi(const QString& contacts, const QString& body, const QString& folder, const QString& more = {})
+    {
+        return runCli(words(u"mail --skip-first-row --subject Hi --contacts %1 --body %2 --eml-dir %3 %4"_s.arg(
+            contacts, body, folder, more)));
     }
 
 private slots:
@@ -115,29 +108,6 @@ private slots:
 
     void badArguments_endWithStatusTwoAndOneLine()
     {
-        const QString csv = path(u"contacts.csv"_s);
-        const QString body = path(u"body.html"_s);
-        const QStringList toFolder = {u"--eml-dir"_s, path(u"never"_s)};
-        // A mail run of these contacts, with this body, and these options.
-        const auto mailOf = [&](const QString& contacts, const QStringList& more = {}, const QString& bodyFile = {}) {
-            return QStringList{u"mail"_s,
-                               u"--contacts"_s,
-                               contacts,
-                               u"--subject"_s,
-                               u"Hi"_s,
-                               u"--body"_s,
-                               bodyFile.isEmpty() ? body : bodyFile} +
-                   more + toFolder;
-        };
-        const auto mail = [&](const QStringList& more) {
-            return mailOf(csv, more);
-        };
-        const auto smtp = [&](const QStringList& more) {
-            return mailOf(csv).mid(0, 7) + QStringList{u"--smtp"_s, u"localhost"_s} + more;
-        };
-        const auto access = [&](const QStringList& more) {
-            return mail(QStringList{u"--kind"_s, u"access"_s} + more);
-        };
         QVERIFY(writeFile(path(u"noColumns.csv"_s), "\r\nAnn,ann@example.com\r\n"));
         QVERIFY(writeFile(path(u"headerOnly.csv"_s), "Name,Email\r\n"));
         QVERIFY(writeFile(path(u"strangeColumns.csv"_s), "Nick,Mail\r\nAl,al@example.com\r\n"));
@@ -147,69 +117,73 @@ private slots:
         QVERIFY(::mkfifo(QFile::encodeName(path(u"pipe.html"_s)).constData(), 0600) == 0);
         QVERIFY(TestSupport::makeDocx(u"plain"_s, path(u"letter.docx"_s), u"Dear [[FirstName]]"_s));
         QVERIFY(TestSupport::makeWorkbook(u"xls"_s, path(u"people.xls"_s)));
-        const QStringList letters = {u"letters"_s, u"--contacts"_s, csv, u"--template"_s, path(u"letter.docx"_s)};
-        QStringList emptySubject = mail({});
-        emptySubject[emptySubject.indexOf(u"Hi"_s)] = QString();
-
-        const std::pair<QString, QStringList> rows[] = {
-            {u"no command given"_s, {}},
-            {u"unknown command \"merge\""_s, {u"merge"_s}},
-            {u"Unknown option 'colour'"_s, {u"mail"_s, u"--colour"_s}},
-            {u"unexpected argument \"extra\""_s, {u"search"_s, u"--folder"_s, m_dir.path(), u"extra"_s}},
-            {u"--contacts FILE is required"_s, QStringList{u"mail"_s, u"--subject"_s, u"Hi"_s} + toFolder},
-            {u"unknown --kind \"tsv\""_s, mail({u"--kind"_s, u"tsv"_s})},
-            {u"cannot read the workbook: %1 is not an Excel workbook"_s.arg(csv),
-             mail({u"--kind"_s, u"excel"_s, u"--sheet"_s, u"Sheet1"_s})},
-            {u"the workbook has no sheet \"Third\" (its sheets: People, Second)"_s,
-             mailOf(path(u"people.xls"_s), {u"--sheet"_s, u"Third"_s})},
-            {u"--db-password-env belongs to --kind access"_s, mail({u"--db-password-env"_s, u"HOME"_s})},
-            {u"give the password either with --password or with --db-password-env"_s,
-             access({u"--password"_s, u"x"_s, u"--db-password-env"_s, u"HOME"_s})},
-            {u"--db-password-env: the environment variable QB_NOT_SET_ANYWHERE is not set"_s,
-             access({u"--db-password-env"_s, u"QB_NOT_SET_ANYWHERE"_s})},
-            {u"--skip-first-row does not apply to --kind access"_s, access({u"--skip-first-row"_s})},
-            {u"File Doesn't Exists: "_s + path(u"people.vcf"_s),
-             {u"letters"_s, u"--contacts"_s, path(u"people.vcf"_s), u"--template"_s, path(u"letter.docx"_s),
-              u"--out-dir"_s, path(u"never"_s)}},
-            {u"Choose a Valid file!"_s, mail({u"--kind"_s, u"addressbook"_s})},
-            {u"--map belongs to the kinds with columns"_s, mailOf(path(u"cut.vcf"_s), {u"--map"_s, u"FirstName=FN"_s})},
-            {u"the mail client has no default address book"_s,
-             QStringList{u"mail"_s, u"--kind"_s, u"mailclient"_s, u"--subject"_s, u"Hi"_s, u"--body"_s, body} +
-                 toFolder},
-            {u"--sheet belongs to --kind excel"_s, mail({u"--sheet"_s, u"S"_s})},
-            {u"File Doesn't Exists"_s, mailOf(path(u"absent.csv"_s))},
-            {u"names no columns"_s, mailOf(path(u"noColumns.csv"_s))},
-            {u"holds no contacts"_s, mailOf(path(u"headerOnly.csv"_s), {u"--skip-first-row"_s})},
-            {u"Please Map any Field"_s, mailOf(path(u"strangeColumns.csv"_s))},
-            {u"no merge field is called \"Nick\""_s, mail({u"--map"_s, u"Nick=Region"_s})},
-            {u"the contact list has no column \"Nickname\""_s, mail({u"--map"_s, u"FirstName=Nickname"_s})},
-            {u"--map wants FIELD=COLUMN"_s, mail({u"--map"_s, u"FirstName"_s})},
-            {u"at most three --custom fields"_s, mail({u"--custom"_s, u"A=Region"_s, u"--custom"_s, u"B=Region"_s,
-                                                       u"--custom"_s, u"C=Region"_s, u"--custom"_s, u"D=Region"_s})},
-            {u"--blank wants FirstName, LastName"_s, mail({u"--blank"_s, u"WebPage=x"_s})},
-            {u"--subject TEXT is required"_s,
-             QStringList{u"mail"_s, u"--contacts"_s, csv, u"--body"_s, body} + toFolder},
-            {u"Please Specify a Subject"_s, emptySubject},
-            {u"cannot read the body"_s, mailOf(csv, {}, path(u"absent.html"_s))},
-            {u"names an image that cannot be read"_s, mailOf(csv, {}, path(u"picture.html"_s))},
-            {u"Select a Valid Template File"_s, mail({u"--attach"_s, path(u"absent.docx"_s)})},
-            {u"give one of --eml-dir DIR, --smtp HOST[:PORT] and --sendmail"_s, mailOf(csv).mid(0, 7)},
-            {u"--smtp wants HOST or HOST:PORT"_s,
-             mailOf(csv).mid(0, 7) + QStringList{u"--smtp"_s, u"localhost:99999"_s}},
-            {u"--tls wants auto, starttls, ssl or off"_s, smtp({u"--tls"_s, u"always"_s})},
-            {u"the environment variable QB_NOT_SET_ANYWHERE is not set"_s,
-             smtp({u"--password-env"_s, u"QB_NOT_SET_ANYWHERE"_s})},
-            {u"no sender address"_s, smtp({})},
-            {u"give either --out-dir DIR or --combined FILE"_s, letters},
-            {u"Document Name Invalid"_s, letters + QStringList{u"--combined"_s, path(u"letter.docx"_s)}},
-            {u"Select a Valid Template File"_s, {u"letters"_s, u"--contacts"_s, csv, u"--out-dir"_s, path(u"never"_s)}},
-            {u"is not a plain file"_s, mailOf(csv, {}, path(u"pipe.html"_s))},
-            {u"is a folder, not a file"_s, mailOf(m_dir.path())},
-            {u"--folder DIR must name an existing folder"_s, {u"search"_s, u"--words"_s, u"x"_s}},
-            {u"--replace needs --words TEXT"_s, {u"search"_s, u"--folder"_s, m_dir.path(), u"--replace"_s, u"y"_s}},
+        const QString run = u"mail --contacts @contacts.csv --subject Hi --body @body.html "_s;
+        const QString mail = run + u"--eml-dir @never "_s;
+        const QString smtp = run + u"--smtp localhost "_s;
+        const QString access = mail + u"--kind access "_s;
+        const auto mailOf = [&mail](const QString& contacts) {
+            return QString(mail).replace(u"@contacts.csv"_s, contacts);
         };
-        for (const auto& [expected, arguments] : rows) {
-            const CliResult result = runCli(arguments);
+        const auto withBody = [&mail](const QString& body) {
+            return QString(mail).replace(u"@body.html"_s, body);
+        };
+        const QString letters = u"letters --contacts @contacts.csv --template @letter.docx "_s;
+
+        const std::pair<QString, QString> rows[] = {
+            {u"no command given"_s, {}},
+            {u"unknown command \"merge\""_s, u"merge"_s},
+            {u"Unknown option 'colour'"_s, u"mail --colour"_s},
+            {u"unexpected argument \"extra\""_s, u"search --folder @ extra"_s},
+            {u"--contacts FILE is required"_s, u"mail --subject Hi --eml-dir @never"_s},
+            {u"unknown --kind \"tsv\""_s, mail + u"--kind tsv"_s},
+            {u"cannot read the workbook: %1 is not an Excel workbook"_s.arg(m_contacts),
+             mail + u"--kind excel --sheet Sheet1"_s},
+            {u"the workbook has no sheet \"Third\" (its sheets: People, Second)"_s,
+             mailOf(u"@people.xls"_s) + u"--sheet Third"_s},
+            {u"--db-password-env belongs to --kind access"_s, mail + u"--db-password-env HOME"_s},
+            {u"give the password either with --password or with --db-password-env"_s,
+             access + u"--password x --db-password-env HOME"_s},
+            {u"--db-password-env: the environment variable QB_NOT_SET_ANYWHERE is not set"_s,
+             access + u"--db-password-env QB_NOT_SET_ANYWHERE"_s},
+            {u"--skip-first-row does not apply to --kind access"_s, access + u"--skip-first-row"_s},
+            {u"File Doesn't Exists: "_s + path(u"people.vcf"_s),
+             u"letters --contacts @people.vcf --template @letter.docx --out-dir @never"_s},
+            {u"Choose a Valid file!"_s, mail + u"--kind addressbook"_s},
+            {u"--map belongs to the kinds with columns"_s, mailOf(u"@cut.vcf"_s) + u"--map FirstName=FN"_s},
+            {u"the mail client has no default address book"_s,
+             u"mail --kind mailclient --subject Hi --body @body.html --eml-dir @never"_s},
+            {u"--sheet belongs to --kind excel"_s, mail + u"--sheet S"_s},
+            {u"File Doesn't Exists"_s, mailOf(u"@absent.csv"_s)},
+            {u"names no columns"_s, mailOf(u"@noColumns.csv"_s)},
+            {u"holds no contacts"_s, mailOf(u"@headerOnly.csv"_s) + u"--skip-first-row"_s},
+            {u"Please Map any Field"_s, mailOf(u"@strangeColumns.csv"_s)},
+            {u"no merge field is called \"Nick\""_s, mail + u"--map Nick=Region"_s},
+            {u"the contact list has no column \"Nickname\""_s, mail + u"--map FirstName=Nickname"_s},
+            {u"--map wants FIELD=COLUMN"_s, mail + u"--map FirstName"_s},
+            {u"at most three --custom fields"_s,
+             mail + u"--custom A=Region --custom B=Region --custom C=Region --custom D=Region"_s},
+            {u"--blank wants FirstName, LastName"_s, mail + u"--blank WebPage=x"_s},
+            {u"--subject TEXT is required"_s, u"mail --contacts @contacts.csv --body @body.html --eml-dir @never"_s},
+            {u"Please Specify a Subject"_s, QString(mail).replace(u"Hi"_s, u"''"_s)},
+            {u"cannot read the body"_s, withBody(u"@absent.html"_s)},
+            {u"names an image that cannot be read"_s, withBody(u"@picture.html"_s)},
+            {u"is not a plain file"_s, withBody(u"@pipe.html"_s)},
+            {u"is a folder, not a file"_s, mailOf(u"@"_s)},
+            {u"Select a Valid Template File"_s, mail + u"--attach @absent.docx"_s},
+            {u"give one of --eml-dir DIR, --smtp HOST[:PORT] and --sendmail"_s, run},
+            {u"--smtp wants HOST or HOST:PORT"_s, run + u"--smtp localhost:99999"_s},
+            {u"--tls wants auto, starttls, ssl or off"_s, smtp + u"--tls always"_s},
+            {u"the environment variable QB_NOT_SET_ANYWHERE is not set"_s,
+             smtp + u"--password-env QB_NOT_SET_ANYWHERE"_s},
+            {u"no sender address"_s, smtp},
+            {u"give either --out-dir DIR or --combined FILE"_s, letters},
+            {u"Document Name Invalid"_s, letters + u"--combined @letter.docx"_s},
+            {u"Select a Valid Template File"_s, u"letters --contacts @contacts.csv --out-dir @never"_s},
+            {u"--folder DIR must name an existing folder"_s, u"search --words x"_s},
+            {u"--replace needs --words TEXT"_s, u"search --folder @ --replace y"_s},
+        };
+        for (const auto& [expected, line] : rows) {
+            const CliResult result = runCli(words(line));
             QVERIFY2(result.exitCode == 2 && result.out.isEmpty() && result.err.startsWith(u"quillbay-cli: "_s) &&
                          result.err.count(u'\n') == 1 && result.err.endsWith(u'\n') && result.err.contains(expected),
                      qPrintable(expected + u" / "_s + result.err));
@@ -254,59 +228,38 @@ private slots:
     void mail_withoutMap_remembersTheMapOfThatFileOnly()
     {
         // "Mail" and "Firm" are in no alias list; "Name" is guessed for the first name.
-        const QByteArray list = "Name,Mail,Firm\r\nAl,al@example.com,Zeta\r\n";
-        const QString first = path(u"remembered/list.csv"_s);
-        const QString copy = path(u"remembered/copy.csv"_s);
-        QVERIFY(writeFile(first, list));
-        QVERIFY(writeFile(copy, list));
-        QVERIFY(writeFile(path(u"remembered/body.html"_s), "[[FirstName]]|[[CompanyName]]"));
-        const auto run = [this](const QString& contacts, const QStringList& more, const QString& folder) {
-            return runCli(QStringList{u"mail"_s, u"--contacts"_s, contacts, u"--skip-first-row"_s, u"--subject"_s,
-                                      u"Hi"_s, u"--body"_s, path(u"remembered/body.html"_s), u"--eml-dir"_s,
-                                      path(folder)} +
-                          more);
-        };
+        QVERIFY(writeFile(path(u"list.csv"_s), "Name,Mail,Firm\r\nAl,al@example.com,Zeta\r\n"));
+        QVERIFY(QFile::copy(path(u"list.csv"_s), path(u"copy.csv"_s)));
+        QVERIFY(writeFile(path(u"fields.html"_s), "[[FirstName]]|[[CompanyName]]"));
 
         // --map replaces the standard fields: the guessed first name is gone, so its blank text shows.
         CliResult result =
-            run(first, {u"--map"_s, u"Email1Address=Mail"_s, u"--map"_s, u"CompanyName=Firm"_s}, u"r1"_s);
+            mailHi(u"@list.csv"_s, u"@fields.html"_s, u"@r1"_s, u"--map Email1Address=Mail --map CompanyName=Firm"_s);
         QCOMPARE(result.out.section(u'\n', 0, 0), u"1\tal@example.com\tsent"_s);
         QVERIFY(readFile(path(u"r1/00001.eml"_s)).endsWith("\r\n\r\nSir|Zeta\r\n"));
-
-        result = run(first, {}, u"r2"_s);
+        result = mailHi(u"@list.csv"_s, u"@fields.html"_s, u"@r2"_s);
         QCOMPARE(result.out.section(u'\n', 0, 0), u"1\tal@example.com\tsent"_s);
         QVERIFY(readFile(path(u"r2/00001.eml"_s)).endsWith("\r\n\r\nSir|Zeta\r\n"));
-
         // Another file with the same columns gets the dictionary guess: no address column.
-        result = run(copy, {}, u"r3"_s);
+        result = mailHi(u"@copy.csv"_s, u"@fields.html"_s, u"@r3"_s);
         QCOMPARE(result.exitCode, 0);
         QCOMPARE(result.out.section(u'\n', 0, 0), u"1\t\tskipped: no address"_s);
     }
 
     void mail_fromAWorkbook_readsTheSheetThroughTheWizardsImporter()
     {
-        const QString book = path(u"workbook/contacts.xlsx"_s);
-        QVERIFY(QDir().mkpath(path(u"workbook"_s)));
-        QVERIFY(TestSupport::makeWorkbook(u"xlsx"_s, book));
-        QVERIFY(writeFile(path(u"workbook/body.html"_s), "[[FirstName]]|[[CompanyName]]|[[Joined]]|[[Amount]]"));
-        const auto run = [this, &book](const QStringList& more, const QString& folder) {
-            return runCli(QStringList{u"mail"_s, u"--contacts"_s, book, u"--skip-first-row"_s, u"--subject"_s, u"Hi"_s,
-                                      u"--body"_s, path(u"workbook/body.html"_s), u"--eml-dir"_s, path(folder)} +
-                          more);
-        };
-        CliResult result =
-            run({u"--sheet"_s, u"Contacts"_s, u"--custom"_s, u"Joined=Joined"_s, u"--custom"_s, u"Amount=Amount"_s},
-                u"workbook/one"_s);
+        QVERIFY(TestSupport::makeWorkbook(u"xlsx"_s, path(u"contacts.xlsx"_s)));
+        QVERIFY(writeFile(path(u"book.html"_s), "[[FirstName]]|[[CompanyName]]|[[Joined]]|[[Amount]]"));
+        CliResult result = mailHi(u"@contacts.xlsx"_s, u"@book.html"_s, u"@book1"_s,
+                                  u"--sheet Contacts --custom Joined=Joined --custom Amount=Amount"_s);
         QCOMPARE(result.err, QString());
         QCOMPARE(result.exitCode, 0);
-        QVERIFY(readFile(path(u"workbook/one/00001.eml"_s)).endsWith("\r\n\r\nAnn|Acme|1/15/2024|12\r\n"));
-
+        QVERIFY(readFile(path(u"book1/00001.eml"_s)).endsWith("\r\n\r\nAnn|Acme|1/15/2024|12\r\n"));
         // Without --sheet the first sheet is read; the map remembered for this workbook and sheet
         // comes back with its custom fields.
-        result = run({}, u"workbook/two"_s);
+        result = mailHi(u"@contacts.xlsx"_s, u"@book.html"_s, u"@book2"_s);
         QCOMPARE(result.exitCode, 0);
-        QVERIFY(
-            readFile(path(u"workbook/two/00002.eml"_s)).endsWith("\r\n\r\nBj\xC3\xB6rn|Nord, AB|12/31/1999|0.1\r\n"));
+        QVERIFY(readFile(path(u"book2/00002.eml"_s)).endsWith("\r\n\r\nBj\xC3\xB6rn|Nord, AB|12/31/1999|0.1\r\n"));
     }
 
     void mail_aTemplateThatCannotBeRead_stopsBeforeTheFirstMail_andEachContactHasOneLine()
@@ -441,16 +394,15 @@ private slots:
                           WabWriter::text(0x3003, u"moe@example.com"_s)});
         const QString book = path(u"friends.wab"_s);
         QVERIFY(writeFile(book, writer.bytes()));
-        const QString folder = path(u"fromBook"_s);
-        const CliResult result =
-            runCli({u"mail"_s, u"--contacts"_s, book, u"--subject"_s, u"News for [[FirstName]] [[LastName]]"_s,
-                    u"--body"_s, m_body, u"--from"_s, u"news@example.com"_s, u"--eml-dir"_s, folder});
+        QStringList arguments = mailArguments({u"--eml-dir"_s, path(u"fromBook"_s)});
+        arguments.removeOne(u"--skip-first-row"_s);
+        arguments[arguments.indexOf(m_contacts)] = book;
+        const CliResult result = runCli(arguments);
         QCOMPARE(result.err, QString());
-        QCOMPARE(result.exitCode, 0);
-        QCOMPARE(QDir(folder).entryList(QDir::Files), (QStringList{u"00001.eml"_s, u"00002.eml"_s}));
-        QVERIFY(readFile(folder + u"/00001.eml"_s).contains("Subject: News for Ann Lee\r\n"));
+        QCOMPARE(QDir(path(u"fromBook"_s)).entryList(QDir::Files), (QStringList{u"00001.eml"_s, u"00002.eml"_s}));
+        QVERIFY(readFile(path(u"fromBook/00001.eml"_s)).contains("Subject: News for Ann Lee\r\n"));
         // Blank-field texts belong to the mapped sources: Moe's empty first name stays empty.
-        QVERIFY(readFile(folder + u"/00002.eml"_s).contains("Subject: News for  Moe\r\n"));
+        QVERIFY(readFile(path(u"fromBook/00002.eml"_s)).contains("Subject: News for  Moe\r\n"));
         SettingsStore::instance().reload();
         QCOMPARE(SettingsStore::instance().value(Keys::WabFilename), book);
     }
@@ -473,15 +425,14 @@ private slots:
                                                              u"EMAIL:cy@example.com\r\nEND:VCARD\r\n"_s}}}}));
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
         environment.insert(u"HOME"_s, home.path());
-        const QStringList mail = {u"mail"_s,   u"--kind"_s, u"mailclient"_s, u"--subject"_s, u"Hi [[FirstName]]"_s,
-                                  u"--body"_s, m_body,      u"--eml-dir"_s};
-        CliResult result = runCli(mail + QStringList{path(u"client1"_s)}, environment);
+        const QString mail = u"mail --kind mailclient --subject Hi --body @body.html --eml-dir "_s;
+        CliResult result = runCli(words(mail + u"@client1"_s), environment);
         QCOMPARE(result.err, QString());
         QCOMPARE(QDir(path(u"client1"_s)).entryList(QDir::Files), (QStringList{u"00001.eml"_s, u"00002.eml"_s}));
-        result = runCli(mail + QStringList{path(u"client2"_s), u"--contacts"_s, u"Clients"_s}, environment);
+        result = runCli(words(mail + u"@client2 --contacts Clients"_s), environment);
         QCOMPARE(result.exitCode, 0);
-        QVERIFY(readFile(path(u"client2/00001.eml"_s)).contains("Subject: Hi Cy\r\n"));
-        result = runCli(mail + QStringList{path(u"client3"_s), u"--contacts"_s, u"Friends"_s}, environment);
+        QVERIFY(readFile(path(u"client2/00001.eml"_s)).contains("<p>Dear Cy of"));
+        result = runCli(words(mail + u"@client3 --contacts Friends"_s), environment);
         QCOMPARE(result.exitCode, 2);
         QVERIFY2(result.err.contains(u"no address book \"Friends\"; it has \"Personal Address Book\""_s),
                  qPrintable(result.err));
