@@ -18,16 +18,15 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// A server that answers from a script: each received line is matched against
-// the next step's command, and the step's reply pieces are sent (each as a
-// write of its own, with a pause between them). A step with no command is sent
-// at connection (the greeting).
+// A server that answers from a script: each line the client sends is matched against the next
+// step's command, and the step's reply pieces are sent, each as a write of its own 150 ms apart.
+// A step with no command is sent at connection (the greeting).
 class ScriptedServer : public QObject
 {
 public:
     struct Step
     {
-        QByteArray command; // the beginning of the awaited line; empty for the greeting
+        QByteArray command; // the beginning of the awaited line
         QList<QByteArray> pieces;
         bool hangUp = false; // close the connection after the pieces
         int pauseMs = 0;     // before the first piece
@@ -41,7 +40,6 @@ public:
             QTcpSocket* socket = m_server.nextPendingConnection();
             ++connections;
             m_position = 0;
-            m_pending.clear();
             m_inData = false;
             connect(socket, &QTcpSocket::readyRead, this, [this, socket] { received(socket); });
             if (!m_script.isEmpty() && m_script.first().command.isEmpty()) {
@@ -56,28 +54,22 @@ public:
     quint16 port() const { return m_server.serverPort(); }
     int connections = 0;
     QList<QByteArray> lines;
-    // Called with each line the client sends, and with an empty one when it
-    // connects.
+    // Called with each line the client sends, and with an empty one when it connects.
     std::function<void(const QByteArray&)> onLine;
 
 private:
     void received(QTcpSocket* socket)
     {
-        m_pending += socket->readAll();
-        qsizetype end = 0;
-        while ((end = m_pending.indexOf("\r\n")) >= 0) {
-            const QByteArray line = m_pending.left(end);
-            m_pending.remove(0, end + 2);
+        while (socket->canReadLine()) {
+            const QByteArray line = socket->readLine().chopped(2);
             lines << line;
             if (onLine) {
                 onLine(line);
             }
-            if (m_inData) {
-                m_inData = line != ".";
-                if (m_inData) {
-                    continue;
-                }
+            if (m_inData && line != ".") {
+                continue; // a line of the message
             }
+            m_inData = false;
             if (m_position < m_script.size() && line.startsWith(m_script.at(m_position).command)) {
                 const Step step = m_script.at(m_position++);
                 m_inData = step.command == "DATA" && !step.hangUp;
@@ -104,7 +96,6 @@ private:
     QTcpServer m_server;
     QList<Step> m_script;
     qsizetype m_position = 0;
-    QByteArray m_pending;
     bool m_inData = false;
 };
 
