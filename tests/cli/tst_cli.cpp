@@ -1,4 +1,3 @@
-#include "CliRun.h"
 #include "DocumentText.h"
 #include "SmtpSink.h"
 #include "TestSupport.h"
@@ -10,14 +9,18 @@
 
 #include <QDateTime>
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QFileInfo>
 #include <QJsonArray>
+#include <QProcess>
 #include <QRegularExpression>
+#include <QStandardPaths>
 #include <QTcpServer>
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <csignal>
 #include <sys/stat.h>
 
 using namespace Qt::StringLiterals;
@@ -25,6 +28,33 @@ using TestSupport::readFile;
 using TestSupport::writeFile;
 
 namespace {
+
+// One run of the command-line companion to its end.
+struct CliResult
+{
+    int exitCode = -1; // -1: the program did not end by itself
+    QString out;
+    QString err;
+};
+
+CliResult runCli(const QStringList& arguments, const QProcessEnvironment& environment = {})
+{
+    QProcess cli;
+    if (!environment.isEmpty()) {
+        cli.setProcessEnvironment(environment);
+    }
+    cli.start(QStringLiteral(QUILLBAY_CLI), arguments);
+    CliResult result;
+    if (cli.waitForFinished(120000) && cli.exitStatus() == QProcess::NormalExit) {
+        result.exitCode = cli.exitCode();
+    } else {
+        cli.kill();
+        cli.waitForFinished();
+    }
+    result.out = QString::fromUtf8(cli.readAllStandardOutput());
+    result.err = QString::fromUtf8(cli.readAllStandardError());
+    return result;
+}
 
 // The date line differs from run to run; everything else of a message is fixed.
 QByteArray withoutDate(QByteArray message)
@@ -40,6 +70,7 @@ class CliTest : public QObject
     Q_OBJECT
 
 private:
+    static constexpr int Members = 60;
     QTemporaryDir m_dir;
     QString m_contacts;
     QString m_body;
@@ -70,6 +101,22 @@ private:
                target;
     }
 
+    // A mail run of these contacts with a body without a lone dot line (the SMTP server takes the
+    // transparency dot off).
+    QStringList plainMail(const QStringList& target, const QString& list = u"contacts.csv"_s) const
+    {
+        QStringList arguments = mailArguments(target);
+        arguments[arguments.indexOf(m_body)] = path(u"plain.html"_s);
+        arguments[arguments.indexOf(m_contacts)] = path(list);
+        return arguments;
+    }
+
+    // To this server, as it is.
+    static QStringList smtp(const SmtpSink& sink)
+    {
+        return {u"--smtp"_s, u"127.0.0.1:%1"_s.arg(sink.port()), u"--tls"_s, u"off"_s};
+    }
+
     // A mail run of Hi to an .eml folder, each contact one message.
     CliResult mailHi(const QString& contacts, const QString& body, const QString& folder, const QString& more = {})
     {
@@ -90,6 +137,12 @@ private slots:
                                       "Bob,Ray,no-address,Gamma,East\r\n"));
         m_body = path(u"body.html"_s);
         QVERIFY(writeFile(m_body, "<p>Dear [[FirstName]] of [[CompanyName]] ([[Region]])</p>\r\n.\r\n<p>.x</p>"));
+        QVERIFY(writeFile(path(u"plain.html"_s), "<p>Dear [[FirstName]] of [[CompanyName]]</p>"));
+        QByteArray members = "First Name,Email\r\n";
+        for (int i = 1; i <= Members; ++i) {
+            members += "Member" + QByteArray::number(i) + ",member" + QByteArray::number(i) + "@example.com\r\n";
+        }
+        QVERIFY(writeFile(path(u"members.csv"_s), members));
     }
 
     void init() { TestSupport::resetSettings(); }
@@ -309,14 +362,6 @@ private slots:
             {"starttls", {}, u"offers no STARTTLS"_s},
             {"ssl", {false, true, {}, {}}, {}}, // TLS from the first byte on any port
         };
-        // No lone dot line here: the server takes the transparency dot off.
-        const QString body = path(u"plain.html"_s);
-        QVERIFY(writeFile(body, "<p>Dear [[FirstName]] of [[CompanyName]]</p>"));
-        const auto withBody = [&](const QStringList& options) {
-            QStringList arguments = mailArguments(options);
-            arguments[arguments.indexOf(m_body)] = body;
-            return arguments;
-        };
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
         environment.insert(u"QB_MAIL_PASSWORD"_s, u"s3cret"_s);
         for (const auto& one : cases) {
@@ -328,7 +373,7 @@ private slots:
             if (!one.server.login.isEmpty()) {
                 options << u"--user"_s << u"mailer"_s << u"--password-env"_s << u"QB_MAIL_PASSWORD"_s;
             }
-            const CliResult result = runCli(withBody(options), environment);
+            const CliResult result = runCli(plainMail(options), environment);
             if (!one.error.isEmpty()) {
                 QCOMPARE(result.exitCode, 1);
                 QVERIFY2(result.err.contains(one.error) && result.err.count(u'\n') == 1, qPrintable(result.err));
@@ -344,7 +389,7 @@ private slots:
                 QVERIFY(received.at(1).envelope.value(u"authenticated"_s).toBool());
                 QCOMPARE(received.at(1).envelope.value(u"to"_s).toArray(), QJsonArray{u"moe@example.com"_s});
                 QCOMPARE(received.at(1).envelope.value(u"from"_s).toString(), u"news@example.com"_s);
-                const CliResult written = runCli(withBody({u"--eml-dir"_s, path(u"same"_s)}));
+                const CliResult written = runCli(plainMail({u"--eml-dir"_s, path(u"same"_s)}));
                 QCOMPARE(written.out.section(u"Delivery report: "_s, 0, 0),
                          result.out.section(u"Delivery report: "_s, 0, 0));
                 QCOMPARE(withoutDate(received.at(1).content), withoutDate(readFile(path(u"same/00002.eml"_s))));
@@ -519,6 +564,97 @@ private slots:
             {u"letters"_s, u"--contacts"_s, empty, u"--template"_s, letter, u"--out-dir"_s, path(u"access/none"_s)});
         QCOMPARE(result.exitCode, 2);
         QVERIFY2(result.err.contains(u"(No Tables)"_s), qPrintable(result.err));
+    }
+
+    void aKilledRun_resumed_reachesEachContactExactlyOnce()
+    {
+        SmtpSink sink;
+        QVERIFY2(sink.isRunning(), qPrintable(sink.errorText()));
+        const QString journal = path(u"killed.csv"_s);
+        QProcess cli;
+        cli.start(QStringLiteral(QUILLBAY_CLI),
+                  plainMail(smtp(sink) + QStringList{u"--journal"_s, journal}, u"members.csv"_s));
+        QVERIFY(sink.messages(20, 60000).size() >= 20);
+        ::kill(static_cast<pid_t>(cli.processId()), SIGKILL);
+        QVERIFY(cli.waitForFinished());
+        QCOMPARE(cli.exitStatus(), QProcess::CrashExit);
+
+        const CliResult resumed = runCli(plainMail(smtp(sink) + QStringList{u"--resume"_s, journal}, u"members.csv"_s));
+        QCOMPARE(resumed.exitCode, 0);
+        QVERIFY2(resumed.out.contains(u"Delivery report: "_s + journal), qPrintable(resumed.out.right(300)));
+        QMap<QString, int> received;
+        for (const SmtpSink::StoredMessage& message : sink.messages(Members, 20000)) {
+            ++received[message.envelope.value(u"to"_s).toArray().first().toString()];
+        }
+        QCOMPARE(received.size(), Members);
+        for (auto it = received.cbegin(); it != received.cend(); ++it) {
+            QVERIFY2(it.value() == 1, qPrintable(u"%1 got %2 mails"_s.arg(it.key()).arg(it.value())));
+        }
+
+        // Another subject is another run: the journal is not taken for it.
+        QStringList other = plainMail(smtp(sink) + QStringList{u"--resume"_s, journal}, u"members.csv"_s);
+        other[other.indexOf(u"News for [[FirstName]] [[LastName]]"_s)] = u"Other news"_s;
+        const CliResult refused = runCli(other);
+        QCOMPARE(refused.exitCode, 2);
+        QVERIFY(refused.err.contains(u"belongs to another run"_s));
+    }
+
+    void rateAndTestAddress_reachTheRun()
+    {
+        // The pace and the test mail are the SMTP run's; here only that the options reach it.
+        SmtpSink sink;
+        QVERIFY2(sink.isRunning(), qPrintable(sink.errorText()));
+        QElapsedTimer clock;
+        clock.start();
+        QCOMPARE(runCli(plainMail(smtp(sink) + QStringList{u"--rate"_s, u"120"_s})).exitCode, 0);
+        QVERIFY2(clock.elapsed() >= 500, qPrintable(QString::number(clock.elapsed()))); // one wait of 500 ms
+        QCOMPARE(sink.messages(2).size(), 2);
+
+        const CliResult test = runCli(plainMail(smtp(sink) + QStringList{u"--test-to"_s, u"me@example.com"_s}));
+        QCOMPARE(test.exitCode, 0);
+        QVERIFY2(test.out.startsWith(u"Test mail of row 1 to me@example.com: sent"_s), qPrintable(test.out));
+        const QList<SmtpSink::StoredMessage> stored = sink.messages(3);
+        QCOMPARE(stored.size(), 3);
+        QCOMPARE(stored.last().envelope.value(u"to"_s).toArray(), QJsonArray{u"me@example.com"_s});
+    }
+
+    void theOutbox_handsEachMailToTheSystemsTransport()
+    {
+        const QString msmtp = QStandardPaths::findExecutable(u"msmtp"_s);
+        if (msmtp.isEmpty()) {
+            QSKIP("msmtp is not installed (scripts/install-deps.sh installs it)");
+        }
+        SmtpSink sink;
+        QVERIFY2(sink.isRunning(), qPrintable(sink.errorText()));
+        const QString configuration = path(u"msmtprc"_s);
+        QVERIFY(TestSupport::writeFile(configuration, "account default\nhost 127.0.0.1\nport " +
+                                                          QByteArray::number(sink.port()) +
+                                                          "\nfrom news@example.com\nauth off\ntls off\n"));
+        QFile::setPermissions(configuration, QFile::ReadOwner | QFile::WriteOwner);
+        QStringList arguments = plainMail({});
+        arguments << u"--sendmail"_s << u"--sendmail-path"_s << msmtp + u" -C "_s + configuration;
+        CliResult result = runCli(arguments);
+        QCOMPARE(result.exitCode, 0);
+        QVERIFY2(result.out.startsWith(u"1\tann@example.com\tsent\n2\tmoe@example.com\tsent\n"
+                                       u"3\tno-address\tskipped: no address\nAll mails are successfully sent. "
+                                       u"(2 sent, 0 failed, 1 skipped)\n"_s),
+                 qPrintable(result.out));
+        const QList<SmtpSink::StoredMessage> stored = sink.messages(2);
+        QCOMPARE(stored.size(), 2);
+        QCOMPARE(stored.at(1).envelope.value(u"to"_s).toArray(), QJsonArray{u"moe@example.com"_s});
+        QVERIFY(SmtpSink::decodedHtml(stored.at(1).content).contains("<p>Dear Sir of Beta, Inc</p>"));
+
+        // A transport that refuses fails its contact; the run goes on.
+        arguments.last() = u"/bin/false"_s;
+        result = runCli(arguments);
+        QCOMPARE(result.exitCode, 0);
+        QVERIFY2(result.out.contains(u"1\tann@example.com\tfailed: /bin/false ended with status 1\n"_s),
+                 qPrintable(result.out));
+        // One that cannot start ends the run.
+        arguments.last() = path(u"no-such-transport"_s);
+        result = runCli(arguments);
+        QCOMPARE(result.exitCode, 1);
+        QVERIFY2(result.out.contains(u"Process Cancelled!"_s), qPrintable(result.out));
     }
 
     void search_byNameAndWords()
