@@ -195,10 +195,8 @@ private slots:
         QCOMPARE(server.lines.at(0), QByteArray("EHLO ") + QHostInfo::localHostName().toUtf8());
         QCOMPARE(server.lines.at(1), QByteArray("MAIL FROM: news@example.org"));
         QVERIFY(!server.lines.contains("STARTTLS"));
-        QVERIFY(server.lines.contains("RCPT TO: bob@example.com"));
         QCOMPARE(server.lines.last(), QByteArray("QUIT"));
         QCOMPARE(view.header, u"Sending Mails via Quillbay+ SMTP"_s);
-        QCOMPARE(view.runPage, u"Send Mail"_s);
         QCOMPARE(view.processes, (QStringList{QString(), u"Sending 1 of 2"_s, u"Sending 2 of 2"_s,
                                               u"All mails are successfully Sent."_s}));
         // The login ends by showing the first address again; each later contact shows its own.
