@@ -247,8 +247,8 @@ private slots:
     void mailToEmlDir_writesTheBytesThatFollowData()
     {
         const QString folder = path(u"eml"_s);
-        CliResult result = runCli(mailArguments(
-            {u"--custom"_s, u"Region=Region"_s, u"--reply-to"_s, u"answers@example.com"_s, u"--eml-dir"_s, folder}));
+        CliResult result =
+            runCli(mailArguments(words(u"--custom Region=Region --reply-to answers@example.com --eml-dir @eml"_s)));
         QCOMPARE(result.err, QString());
         QCOMPARE(result.exitCode, 0);
         QVERIFY2(result.out.startsWith(u"1\tann@example.com\tsent\n"
@@ -472,13 +472,12 @@ private slots:
 
     void letters_inAFolderAndCombined()
     {
-        const QString letter = path(u"letter.docx"_s);
-        QVERIFY(TestSupport::makeDocx(u"plain"_s, letter,
+        QVERIFY(TestSupport::makeDocx(u"plain"_s, path(u"post.docx"_s),
                                       u"Dear [[FirstName]] [[LastName]]|[[CompanyName]], [[Region]]"_s));
-        const QStringList source = {u"letters"_s,  u"--contacts"_s,    m_contacts,      u"--skip-first-row"_s,
-                                    u"--custom"_s, u"Region=Region"_s, u"--template"_s, letter};
+        const QString source =
+            u"letters --contacts @contacts.csv --skip-first-row --custom Region=Region --template @post.docx "_s;
         const QString folder = path(u"post/letters"_s);
-        CliResult result = runCli(source + QStringList{u"--out-dir"_s, folder});
+        CliResult result = runCli(words(source + u"--out-dir @post/letters"_s));
         QCOMPARE(result.err, QString());
         QCOMPARE(result.exitCode, 0);
         QCOMPARE(result.out, folder + u"/Quillbay+1.docx\n"_s + folder + u"/Quillbay+2.docx\n"_s + folder +
@@ -487,7 +486,7 @@ private slots:
         QCOMPARE(TestSupport::documentText(folder + u"/Quillbay+2.docx"_s), u"Dear  Moe\rBeta, Inc, South\r"_s);
 
         const QString combined = path(u"post/all.docx"_s);
-        result = runCli(source + QStringList{u"--combined"_s, combined});
+        result = runCli(words(source + u"--combined @post/all.docx"_s));
         QCOMPARE(result.exitCode, 0);
         QCOMPARE(result.out, combined + u"\nall.docx is Successfully Stored\n"_s);
         const QString text = TestSupport::documentText(combined);
@@ -497,9 +496,8 @@ private slots:
 
         // A template the document engine cannot open stops the run at the first letter, with its reason.
         QVERIFY(writeFile(path(u"broken.docx"_s), "this is no zip package"));
-        QStringList broken = source + QStringList{u"--out-dir"_s, path(u"brokenLetters"_s)};
-        broken[broken.indexOf(letter)] = path(u"broken.docx"_s);
-        result = runCli(broken);
+        result =
+            runCli(words(QString(source).replace(u"@post.docx"_s, u"@broken.docx"_s) + u"--out-dir @brokenLetters"_s));
         QCOMPARE(result.exitCode, 1);
         QCOMPARE(result.out, u"0 of 3 letters written\n"_s);
         QVERIFY2(result.err.startsWith(u"quillbay-cli: the run stopped at letter 1: not a Word 2007 document"_s),
@@ -514,26 +512,25 @@ private slots:
         const QString database = path(u"access/shop.mdb"_s);
         QVERIFY(QDir().mkpath(path(u"access"_s)));
         QVERIFY(TestSupport::makeProtectedMdb(nwind, database, u"Nord;wind 1"_s));
-        const QString letter = path(u"access/letter.docx"_s);
-        QVERIFY(TestSupport::makeDocx(u"plain"_s, letter, u"[[CompanyName]]: [[Business-Phone]]"_s));
-        const QStringList letters = {u"letters"_s,   u"--contacts"_s,      database, u"--template"_s, letter,
-                                     u"--out-dir"_s, path(u"access/out"_s)};
+        QVERIFY(
+            TestSupport::makeDocx(u"plain"_s, path(u"access/letter.docx"_s), u"[[CompanyName]]: [[Business-Phone]]"_s));
+        const QString letters = u"letters --template @access/letter.docx --out-dir @access/out --contacts "_s;
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
         environment.insert(u"SHOP_PASSWORD"_s, u"Nord;wind 1"_s);
 
         // The kind comes from the file's ending; without the password the database stays shut.
-        CliResult result = runCli(letters + QStringList{u"--table"_s, u"Shippers"_s});
+        CliResult result = runCli(words(letters + u"@access/shop.mdb --table Shippers"_s));
         QCOMPARE(result.exitCode, 2);
         QVERIFY2(result.err.contains(u"Please enter a valid password!"_s), qPrintable(result.err));
-        result = runCli(letters + QStringList{u"--table"_s, u"Clients"_s, u"--db-password-env"_s, u"SHOP_PASSWORD"_s},
-                        environment);
+        result =
+            runCli(words(letters + u"@access/shop.mdb --table Clients --db-password-env SHOP_PASSWORD"_s), environment);
         QCOMPARE(result.exitCode, 2);
         QVERIFY2(result.err.contains(u"has no table \"Clients\" (its tables: Categories, Customers, Employees, "
                                      u"Order Details, Orders, Products, Shippers, Suppliers)"_s),
                  qPrintable(result.err));
 
         // The dictionary takes CompanyName and Phone; no address column is needed for letters.
-        result = runCli(letters + QStringList{u"--table"_s, u"Shippers"_s, u"--db-password-env"_s, u"SHOP_PASSWORD"_s},
+        result = runCli(words(letters + u"@access/shop.mdb --table Shippers --db-password-env SHOP_PASSWORD"_s),
                         environment);
         QCOMPARE(result.err, QString());
         QCOMPARE(result.exitCode, 0);
@@ -547,8 +544,7 @@ private slots:
         QCOMPARE(SettingsStore::instance().value(Keys::AccessPassword), u"Nord;wind 1"_s);
         QCOMPARE(GetSetting(u"MSAccess"_s, u"9"_s), u"Phone"_s);
 
-        result = runCli(
-            {u"letters"_s, u"--contacts"_s, empty, u"--template"_s, letter, u"--out-dir"_s, path(u"access/none"_s)});
+        result = runCli(words(letters) << empty);
         QCOMPARE(result.exitCode, 2);
         QVERIFY2(result.err.contains(u"(No Tables)"_s), qPrintable(result.err));
     }
