@@ -6,46 +6,9 @@
 #include <QElapsedTimer>
 #include <QFile>
 #include <QJsonDocument>
-#include <QTemporaryDir>
 #include <QThread>
 
 using namespace Qt::StringLiterals;
-
-namespace {
-
-// The folder of the test certificates, made once for the process (openssl takes a while): an
-// authority, and the server certificate it signed for localhost. Empty when they could not be made.
-QString certificateFolder()
-{
-    static QTemporaryDir folder;
-    static const bool made = [] {
-        QFile extensions(folder.filePath(u"server.ext"_s));
-        if (!extensions.open(QIODevice::WriteOnly)) {
-            return false;
-        }
-        extensions.write("subjectAltName=DNS:localhost,IP:127.0.0.1\nbasicConstraints=CA:FALSE\n");
-        extensions.close();
-        const QString steps[] = {
-            u"req -x509 -newkey rsa:2048 -nodes -days 2 -subj /CN=Quillbay-Test-Authority -keyout ca.key -out ca.pem"_s,
-            u"req -newkey rsa:2048 -nodes -subj /CN=localhost -keyout server.key -out server.csr"_s,
-            u"x509 -req -in server.csr -CA ca.pem -CAkey ca.key -CAcreateserial -days 2 -extfile server.ext "
-            u"-out server.pem"_s,
-        };
-        for (const QString& step : steps) {
-            QProcess openssl;
-            openssl.setWorkingDirectory(folder.path());
-            openssl.start(u"openssl"_s, step.split(u' '));
-            if (!openssl.waitForFinished(30000) || openssl.exitStatus() != QProcess::NormalExit ||
-                openssl.exitCode() != 0) {
-                return false;
-            }
-        }
-        return true;
-    }();
-    return made ? folder.path() : QString();
-}
-
-} // namespace
 
 SmtpSink::SmtpSink()
     : SmtpSink(Options{})
@@ -57,13 +20,12 @@ SmtpSink::SmtpSink(const Options& options)
     QStringList arguments{TestSupport::sourceDir() + u"/tests/support/smtp_sink.py"_s, u"--dir"_s,
                           m_folder.filePath(u"messages"_s)};
     if (options.starttls || options.implicitTls) {
-        const QString certificates = certificateFolder();
-        if (certificates.isEmpty()) {
+        if (!makeCertificates()) {
             m_error = u"openssl could not make the test certificates"_s;
             return;
         }
-        arguments << (options.starttls ? u"--starttls"_s : u"--implicit-tls"_s) << certificates + u"/server.pem"_s
-                  << certificates + u"/server.key"_s;
+        arguments << (options.starttls ? u"--starttls"_s : u"--implicit-tls"_s) << m_folder.filePath(u"server.pem"_s)
+                  << m_folder.filePath(u"server.key"_s);
     }
     if (!options.login.isEmpty()) {
         arguments << u"--auth"_s << options.login;
@@ -91,6 +53,33 @@ SmtpSink::~SmtpSink()
             m_process.waitForFinished(2000);
         }
     }
+}
+
+bool SmtpSink::makeCertificates()
+{
+    QFile extensions(m_folder.filePath(u"server.ext"_s));
+    if (!extensions.open(QIODevice::WriteOnly)) {
+        return false;
+    }
+    extensions.write("subjectAltName=DNS:localhost,IP:127.0.0.1\nbasicConstraints=CA:FALSE\n");
+    extensions.close();
+    // An authority, then the server's key and request, then the request signed by the authority.
+    const QString steps[] = {
+        u"req -x509 -newkey rsa:2048 -nodes -days 2 -subj /CN=Quillbay-Test-Authority -keyout ca.key -out ca.pem"_s,
+        u"req -newkey rsa:2048 -nodes -subj /CN=localhost -keyout server.key -out server.csr"_s,
+        u"x509 -req -in server.csr -CA ca.pem -CAkey ca.key -CAcreateserial -days 2 -extfile server.ext "
+        u"-out server.pem"_s,
+    };
+    for (const QString& step : steps) {
+        QProcess openssl;
+        openssl.setWorkingDirectory(m_folder.path());
+        openssl.start(u"openssl"_s, step.split(u' '));
+        if (!openssl.waitForFinished(30000) || openssl.exitStatus() != QProcess::NormalExit ||
+            openssl.exitCode() != 0) {
+            return false;
+        }
+    }
+    return true;
 }
 
 QList<SmtpSink::StoredMessage> SmtpSink::messages(int atLeast, int timeoutMs) const
@@ -149,9 +138,4 @@ QByteArray SmtpSink::decodedHtml(const QByteArray& message)
         }
     }
     return decoded;
-}
-
-QString SmtpSink::authorityCertificate()
-{
-    return certificateFolder() + u"/ca.pem"_s;
 }

@@ -35,8 +35,8 @@ public:
     bool isRunning() const { return m_port != 0; }
     quint16 port() const { return m_port; }
     QString errorText() const { return m_error; }
-    // The certificate authority that signed the servers' certificate (with a TLS option).
-    static QString authorityCertificate();
+    // The certificate authority that signed the server's certificate (with a TLS option).
+    QString authorityCertificate() const { return m_folder.filePath(QStringLiteral("ca.pem")); }
 
     // The messages stored so far, in the order they arrived; waits up to timeoutMs for `atLeast`.
     QList<StoredMessage> messages(int atLeast = 0, int timeoutMs = 5000) const;
@@ -50,6 +50,8 @@ public:
     static QByteArray decodedHtml(const QByteArray& message);
 
 private:
+    bool makeCertificates();
+
     QTemporaryDir m_folder;
     QProcess m_process;
     quint16 m_port = 0;
