@@ -79,12 +79,6 @@ OutgoingMessage withParts(bool images, bool attachment, const QString& body = u"
     return message;
 }
 
-// Bytes of a literal that holds zero characters.
-template <size_t N> QByteArray literal(const char (&text)[N])
-{
-    return QByteArray(text, N - 1);
-}
-
 // A message for the mail parser, with the picture and document bytes its parts must give back.
 struct ParsedCase
 {
@@ -187,13 +181,13 @@ private slots:
         OutgoingMessage message = plainMessage();
         message.body = u"<p>a</p>\r\n.\r\n.x\n<p>b</p>\n."_s;
         const QByteArray bytes = MessageLayout::bytes(message, When);
-        QVERIFY(bytes.endsWith(literal("<p>a</p>\r\n.\0\r\n.x\r\n<p>b</p>\r\n.\0\r\n")));
+        QVERIFY(bytes.endsWith(QByteArrayLiteral("<p>a</p>\r\n.\0\r\n.x\r\n<p>b</p>\r\n.\0\r\n")));
 
         // Lone dots on consecutive lines, the first at the very start of the body: none of them
         // may end the data early.
         message = withParts(true, false, u".\n.\n.\n<p>c</p>"_s);
         const QByteArray withPart = MessageLayout::bytes(message, When);
-        QVERIFY(withPart.contains(literal("7bit\r\n\r\n.\0\r\n.\0\r\n.\0\r\n<p>c</p>\r\n")));
+        QVERIFY(withPart.contains(QByteArrayLiteral("7bit\r\n\r\n.\0\r\n.\0\r\n.\0\r\n<p>c</p>\r\n")));
         QVERIFY(!withPart.contains("\r\n.\r\n"));
     }
 

@@ -1,17 +1,8 @@
 #!/usr/bin/python3
-"""A real SMTP server for the tests: aiosmtpd on a free loopback port.
-
-Each message is stored in the folder given by --dir as NNNNN.eml (the bytes that followed
-DATA) and NNNNN.json (envelope sender and recipients, whether the session was encrypted and
-logged in). The port is printed on the first line of standard output; the server runs until
-its standard input closes.
-
-  --starttls CERT KEY      offer STARTTLS with this certificate
-  --implicit-tls CERT KEY  speak TLS from the first byte
-  --auth USER:PASSWORD     accept AUTH LOGIN (and PLAIN) with these credentials
-  --discard                accept messages without storing them (for benchmarks)
-  --reject ADDR            refuse this recipient with 550
-"""
+"""A real SMTP server for the tests: aiosmtpd on a free loopback port, printed on the first line of
+standard output; it runs until its standard input closes. Each message is stored in --dir as
+NNNNN.eml (the bytes that followed DATA) and NNNNN.json (envelope sender and recipients, whether
+the session was encrypted and logged in); --discard (for benchmarks) stores nothing."""
 import argparse
 import json
 import os
