@@ -18,9 +18,9 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// A server that answers from a script: each line the client sends is matched against the next
-// step's command, and the step's reply pieces are sent, each as a write of its own 150 ms apart.
-// A step with no command is sent at connection (the greeting).
+// A server that answers from a script: each line the client sends is matched against the next step's command, and the
+// step's reply pieces are sent, each as a write of its own 150 ms apart. A step with no command is sent at connection
+// (the greeting).
 class ScriptedServer : public QObject
 {
 public:
@@ -180,8 +180,8 @@ private slots:
 
     void multiLineReplies_passOnTheirFirstLine_andOneConnectionCarriesTheRun()
     {
-        // The EHLO reply comes in several reads; with encryption allowed the client looks for
-        // STARTTLS in the whole reply, so its late lines cannot be taken for the answer to MAIL FROM.
+        // The EHLO reply comes in several reads; with encryption allowed the client looks for STARTTLS in the whole
+        // reply, so its late lines cannot be taken for the answer to MAIL FROM.
         Script script = happyScript(2);
         script[1].pieces = {"250-scripted greets you\r\n", "250-SIZE 1000000\r\n", "250 HELP\n"};
         ScriptedServer server(script);
@@ -211,30 +211,25 @@ private slots:
 
     void aRefusal_endsTheWaitAtOnce_withTheServersWords()
     {
-        // With no reply timeout a refusal that went unrecognised would wait for
-        // ever.
+        // With no reply timeout a refusal that went unrecognised would wait for ever.
         const ScriptedServer::Step offersTls{"EHLO", {"250-ready\r\n250 STARTTLS\r\n"}};
         const ScriptedServer::Step data{"DATA", {"354 go\r\n"}};
         const ScriptedServer::Step spam{".", {"554 looks like spam\r\n"}};
         const struct
         {
-            const char* name;
             Script script;
             bool startTls;
             QString reply;
         } cases[] = {
-            {"greeting", {{{}, {"554 no service here\r\n"}}}, false, u"554 no service here"_s},
-            {"EHLO", {Greeting, {"EHLO", {"502 not today\r\n"}}}, false, u"502 not today"_s},
-            {"STARTTLS", {Greeting, offersTls, {"STARTTLS", {"454 no TLS now\r\n"}}}, true, u"454 no TLS now"_s},
-            {"RCPT TO",
-             {Greeting, Hello, MailFrom, {"RCPT TO", {"550-no such\r\n550 user\r\n"}}},
+            {{{{}, {"554 no service here\r\n"}}}, false, u"554 no service here"_s},
+            {{Greeting, {"EHLO", {"502 not today\r\n"}}}, false, u"502 not today"_s},
+            {{Greeting, offersTls, {"STARTTLS", {"454 no TLS now\r\n"}}}, true, u"454 no TLS now"_s},
+            {{Greeting, Hello, MailFrom, {"RCPT TO", {"550-no such\r\n550 user\r\n"}}},
              false,
              u"550-no such 550 user"_s},
-            {"after the data", {Greeting, Hello, MailFrom, RcptTo, data, spam}, false, u"554 looks like spam"_s},
-            // A 250 that no command asked for, arriving before the data, is not the
-            // answer to it.
-            {"stray 250",
-             {Greeting, Hello, MailFrom, RcptTo, {"DATA", {"354 go\r\n250 stray\r\n"}}, spam},
+            {{Greeting, Hello, MailFrom, RcptTo, data, spam}, false, u"554 looks like spam"_s},
+            // A 250 that no command asked for, arriving before the data, is not the answer to it.
+            {{Greeting, Hello, MailFrom, RcptTo, {"DATA", {"354 go\r\n250 stray\r\n"}}, spam},
              false,
              u"554 looks like spam"_s},
         };
@@ -249,15 +244,15 @@ private slots:
             message.fromEmail = m_account.fromEmail;
             message.to = u"ann@example.com"_s;
             message.body = u"<p>Hello</p>"_s;
-            QVERIFY2(conversation.SendSmtpMessage(message, message.to) == MailTransport::Outcome::Failed, one.name);
+            QVERIFY2(conversation.SendSmtpMessage(message, message.to) == MailTransport::Outcome::Failed,
+                     qPrintable(one.reply));
             QCOMPARE(conversation.lastReply(), one.reply);
         }
     }
 
     void aConnectionLostOrGarbled_endsTheRun()
     {
-        // None fails one contact and connects again for the next: the run ends at
-        // once.
+        // None fails one contact and connects again for the next: the run ends at once.
         const Script cases[] = {
             {{{}, {"220 ready\r\n"}, true}},     // hang-up after the greeting
             {{{}, {QByteArray(10 << 20, '2')}}}, // a reply without end
@@ -276,8 +271,8 @@ private slots:
 
     void aCancel_endsTheWaitAtOnce_sendsNoQuit_andTheNextRunLogsInAfresh()
     {
-        // Without a timeout a silent server is waited for until Cancel, which is seen before the
-        // time-out text could be written.
+        // Without a timeout a silent server is waited for until Cancel, which is seen before the time-out text could be
+        // written.
         ScriptedServer silent(Script{});
         useServer(silent, 0);
         Send waiting(m_account);
@@ -332,8 +327,8 @@ private slots:
 
     void aTimeoutOnRcptTo_leavesTheTransactionOpen_andTheNextContactGoesOn()
     {
-        // The answer to RCPT TO comes after its wait ran out, before the answer to
-        // the next command: it is passed over, not taken for that answer.
+        // The answer to RCPT TO comes after its wait ran out, before the answer to the next command: it is passed over,
+        // not taken for that answer.
         ScriptedServer server(Script{Greeting,
                                      Hello,
                                      MailFrom,
@@ -380,8 +375,7 @@ private slots:
         QCOMPARE(server.lines.mid(server.lines.size() - 2), (QList<QByteArray>{"RSET", "QUIT"}));
         QCOMPARE(send.view.process(), u"All mails are successfully Sent."_s);
 
-        // An empty list, and a body of blanks only: every contact is skipped in silence, nobody is
-        // called.
+        // An empty list, and a body of blanks only: every contact is skipped in silence, nobody is called.
         SendRunInput blanks = input(3);
         blanks.html = u"   "_s;
         for (const SendRunInput& nobody : {input(0), blanks}) {
@@ -403,8 +397,7 @@ private slots:
         }
         m_account.server = u"127.0.0.1"_s;
         m_account.port = closedPort;
-        m_account.fromEmail = u"news@example.org"_s; // no timeout: the error, not a
-                                                     // timer, ends the wait
+        m_account.fromEmail = u"news@example.org"_s; // no timeout: the error, not a timer, ends the wait
         TestSupport::MessageRecorder messages;
         Send send(m_account);
         send.run.RunSmtpSend(input(3));
