@@ -141,8 +141,7 @@ private slots:
             members += "Member" + QByteArray::number(i) + ",member" + QByteArray::number(i) + "@example.com\r\n";
         }
         QVERIFY(writeFile(path(u"members.csv"_s), members));
-        m_sink = std::make_unique<SmtpSink>();
-        QVERIFY2(m_sink->isRunning(), qPrintable(m_sink->errorText()));
+        m_sink = std::make_unique<SmtpSink>(); // each test that needs it says so when it did not start
     }
 
     void init() { TestSupport::resetSettings(); }
@@ -547,6 +546,7 @@ private slots:
 
     void aKilledRun_resumed_reachesEachContactExactlyOnce()
     {
+        QVERIFY2(m_sink->isRunning(), qPrintable(m_sink->errorText()));
         const qsizetype seen = m_sink->messages().size();
         const QString journal = path(u"killed.csv"_s);
         QProcess cli;
@@ -579,6 +579,7 @@ private slots:
 
     void rateAndTestAddress_reachTheRun()
     {
+        QVERIFY2(m_sink->isRunning(), qPrintable(m_sink->errorText()));
         // The pace and the test mail are the SMTP run's; here only that the options reach it.
         const qsizetype seen = m_sink->messages().size();
         QElapsedTimer clock;
@@ -601,6 +602,7 @@ private slots:
         if (msmtp.isEmpty()) {
             QSKIP("msmtp is not installed (scripts/install-deps.sh installs it)");
         }
+        QVERIFY2(m_sink->isRunning(), qPrintable(m_sink->errorText()));
         const qsizetype seen = m_sink->messages().size();
         const QString configuration = path(u"msmtprc"_s);
         QVERIFY(TestSupport::writeFile(configuration, "account default\nhost 127.0.0.1\nport " +
