@@ -63,32 +63,20 @@ const QByteArray Attachment = "\r\n--NextMimePart_000\r\nContent-Type: applicati
                               "\r\n0M8R4KGx\r\n\r\n"
                               "\r\n--NextMimePart_000--\r\n";
 
-void addImages(OutgoingMessage& message)
+// The message with two pictures and a document, or with either.
+OutgoingMessage withParts(bool images, bool attachment, const QString& body = u"<p>Hi</p>"_s)
 {
-    message.inlineImagePaths = {u"/pics/a.gif"_s, u"/pics/b.PNG"_s};
-    message.inlineImageData = {QByteArray("\r\nR0lGOD\r\n"), QByteArray("\r\niVBO\r\nRw0K\r\n")};
-}
-
-// Bytes of a literal that holds zero characters.
-template <size_t N> QByteArray literal(const char (&text)[N])
-{
-    return QByteArray(text, N - 1);
-}
-
-// A six-byte picture file in the folder; its Base64 text is "R0lGODlh".
-QString writeGif(const QTemporaryDir& dir, const QString& name)
-{
-    QFile picture(dir.filePath(name));
-    if (picture.open(QIODevice::WriteOnly)) {
-        picture.write("GIF89a");
+    OutgoingMessage message = plainMessage();
+    message.body = body;
+    if (images) {
+        message.inlineImagePaths = {u"/pics/a.gif"_s, u"/pics/b.PNG"_s};
+        message.inlineImageData = {QByteArray("\r\nR0lGOD\r\n"), QByteArray("\r\niVBO\r\nRw0K\r\n")};
     }
-    return picture.fileName();
-}
-
-void addAttachment(OutgoingMessage& message)
-{
-    message.attachmentName = u"letter.doc"_s;
-    message.attachmentData = "\r\n0M8R4KGx\r\n";
+    if (attachment) {
+        message.attachmentName = u"letter.doc"_s;
+        message.attachmentData = "\r\n0M8R4KGx\r\n";
+    }
+    return message;
 }
 
 // A message for the mail parser, with the picture and document bytes its parts must give back.
@@ -118,13 +106,12 @@ QList<ParsedCase> parserCases()
     QList<ParsedCase> cases;
     for (const auto& [label, body] : {std::pair{u"ascii"_s, ascii}, {u"utf8"_s, utf8}, {u"injected"_s, injected}}) {
         for (int layout = 0; layout < 4; ++layout) {
-            ParsedCase one{label + QString::number(layout), plainMessage(), {}, {}};
-            one.message.body = body;
+            ParsedCase one{label + QString::number(layout), withParts(false, false, body), {}, {}};
             if (label == u"utf8"_s) {
                 one.message.subject = u"Grüße aus Malmö, Björk"_s;
                 one.message.fromName = u"Zoë Quillbay"_s;
             } else if (label == u"injected"_s) {
-                one.message.fromName = u"Quillbay \"News\", Inc."_s;
+                one.message.fromName = u"Quillbay \"News\", Inc. \\ Co"_s; // quoted, with escapes
             }
             if ((layout & 1) != 0) {
                 one.message.inlineImagePaths = {u"/pics/a.gif"_s, u"/pics/b.PNG"_s};
@@ -169,37 +156,24 @@ private slots:
              MultipartHead + Related + Alternative + ImageA + ImageB + "\r\n--NextMimePart_001--\r\n" + Attachment},
         };
         for (const auto& one : cases) {
-            OutgoingMessage message = plainMessage();
-            if (one.images) {
-                addImages(message);
-            }
-            if (one.attachment) {
-                addAttachment(message);
-            }
-            QVERIFY2(MessageLayout::bytes(message, When) == one.expected, one.name);
+            QVERIFY2(MessageLayout::bytes(withParts(one.images, one.attachment), When) == one.expected, one.name);
         }
     }
 
-    void headerBlock_replyAndEmptyName()
+    void mergedHeaderValues_cannotAddHeaderLines()
     {
         OutgoingMessage message = plainMessage();
+        message.subject = u"Hi\r\nBcc: all@example.com"_s;
+        message.to = u"ann@example.com\nCc: eve@example.com"_s;
         message.replyEmail = u"reply@example.org"_s;
         message.fromName.clear();
         const QByteArray bytes = MessageLayout::bytes(message, When);
+        // A reply address comes first; an empty sender name leaves the bare address.
         QVERIFY(bytes.startsWith("Reply-To: reply@example.org\r\nFrom: <news@example.org>\r\nTo: "));
-    }
-
-    void senderName_standsWhole_beforeTheAddress()
-    {
-        const std::pair<QString, QByteArray> cases[] = {
-            {u"Quillbay News"_s, "Quillbay News"},
-            {u"Smith, Ann"_s, "\"Smith, Ann\""},
-            {u"A \"B\" \\ C."_s, "\"A \\\"B\\\" \\\\ C.\""},
-            {u"Zoë"_s, "=?UTF-8?B?" + u"Zoë"_s.toUtf8().toBase64() + "?= "},
-        };
-        for (const auto& [name, expected] : cases) {
-            QCOMPARE(MessageLayout::displayName(name), expected);
-        }
+        QVERIFY(bytes.contains("Subject: Hi  Bcc: all@example.com\r\n"));
+        QVERIFY(bytes.contains("To: ann@example.com Cc: eve@example.com\r\n"));
+        QVERIFY(!bytes.contains("\r\nBcc:"));
+        QVERIFY(!bytes.contains("\nCc:"));
     }
 
     void onlyALoneDotLineIsMadeSafe_andBodyLinesEndInCrLf()
@@ -207,15 +181,13 @@ private slots:
         OutgoingMessage message = plainMessage();
         message.body = u"<p>a</p>\r\n.\r\n.x\n<p>b</p>\n."_s;
         const QByteArray bytes = MessageLayout::bytes(message, When);
-        QVERIFY(bytes.endsWith(literal("<p>a</p>\r\n.\0\r\n.x\r\n<p>b</p>\r\n.\0\r\n")));
+        QVERIFY(bytes.endsWith(QByteArrayLiteral("<p>a</p>\r\n.\0\r\n.x\r\n<p>b</p>\r\n.\0\r\n")));
 
         // Lone dots on consecutive lines, the first at the very start of the body: none of them
         // may end the data early.
-        message.body = u".\n.\n.\n<p>c</p>"_s;
-        message.inlineImagePaths = {u"/pics/a.gif"_s};
-        message.inlineImageData = {QByteArray("\r\nR0lGOD\r\n")};
+        message = withParts(true, false, u".\n.\n.\n<p>c</p>"_s);
         const QByteArray withPart = MessageLayout::bytes(message, When);
-        QVERIFY(withPart.contains(literal("7bit\r\n\r\n.\0\r\n.\0\r\n.\0\r\n<p>c</p>\r\n")));
+        QVERIFY(withPart.contains(QByteArrayLiteral("7bit\r\n\r\n.\0\r\n.\0\r\n.\0\r\n<p>c</p>\r\n")));
         QVERIFY(!withPart.contains("\r\n.\r\n"));
     }
 
@@ -225,52 +197,37 @@ private slots:
             {QDateTime(QDate(2026, 11, 25), QTime(3, 40), QTimeZone(3600)), "Wed, 25 Nov 2026 03:40:00 +0100"},
             {QDateTime(QDate(2026, 12, 31), QTime(23, 59, 58), QTimeZone(-12600)), "Thu, 31 Dec 2026 23:59:58 -0330"},
             {QDateTime(QDate(2026, 1, 4), QTime(7, 5, 1), QTimeZone(20700)), "Sun, 04 Jan 2026 07:05:01 +0545"},
-            {QDateTime(QDate(2026, 6, 1), QTime(0, 0), QTimeZone::utc()), "Mon, 01 Jun 2026 00:00:00 +0000"},
         };
         QLocale::setDefault(QLocale(QLocale::German, QLocale::Germany));
         for (const auto& [moment, expected] : cases) {
-            const QByteArray text = MessageLayout::dateText(moment);
-            QCOMPARE(text, expected);
+            QCOMPARE(MessageLayout::dateText(moment), expected);
         }
         QLocale::setDefault(QLocale::c());
     }
 
     void nonAsciiText_goesAsUtf8_withEncodedWords()
     {
+        // The parser reads these back (see below); here what a reader cannot tell apart.
         OutgoingMessage message = plainMessage();
-        message.subject = u"Grüße aus Malmö"_s;
-        message.fromName = u"Zoë"_s;
         message.body = u"<p>Björn</p>"_s;
-        const QByteArray bytes = MessageLayout::bytes(message, When);
-        QVERIFY(bytes.contains("Subject: =?UTF-8?B?" + u"Grüße aus Malmö"_s.toUtf8().toBase64() + "?=\r\n"));
-        QVERIFY(bytes.contains("From: =?UTF-8?B?" + u"Zoë"_s.toUtf8().toBase64() + "?= <news@example.org>\r\n"));
-        QVERIFY(bytes.contains("Content-Type: text/html;\tcharset=utf-8\r\n"));
-        QVERIFY(bytes.contains(u"<p>Björn</p>"_s.toUtf8()));
-        // In a message with parts the UTF-8 body is really quoted-printable, as its part says.
-        addAttachment(message);
-        const QByteArray withPart = MessageLayout::bytes(message, When);
-        QVERIFY(withPart.contains("charset=utf-8\r\nContent-Transfer-Encoding: quoted-printable\r\n\r\n"
-                                  "<p>Bj=C3=B6rn</p>\r\n"));
-        message.attachmentName.clear();
-        // A long subject is cut into several encoded words, none longer than 75 characters.
         message.subject = QString(40, QChar(0x00E9));
-        const QByteArray subjectLine = MessageLayout::bytes(message, When).split('\n').at(3);
-        for (const QByteArray& word : subjectLine.mid(9).trimmed().split(' ')) {
-            QVERIFY(word.size() <= 75);
-            QVERIFY(word.startsWith("=?UTF-8?B?"));
-        }
-    }
-
-    void mergedHeaderValues_cannotAddHeaderLines()
-    {
-        OutgoingMessage message = plainMessage();
-        message.subject = u"Hi\r\nBcc: all@example.com"_s;
-        message.to = u"ann@example.com\nCc: eve@example.com"_s;
+        message.fromName = u"Zoë"_s;
         const QByteArray bytes = MessageLayout::bytes(message, When);
-        QVERIFY(bytes.contains("Subject: Hi  Bcc: all@example.com\r\n"));
-        QVERIFY(bytes.contains("To: ann@example.com Cc: eve@example.com\r\n"));
-        QVERIFY(!bytes.contains("\r\nBcc:"));
-        QVERIFY(!bytes.contains("\nCc:"));
+        // An encoded name needs a blank before the address.
+        QVERIFY(
+            bytes.contains("From: =?UTF-8?B?" + message.fromName.toUtf8().toBase64() + "?= <news@example.org>\r\n"));
+        QVERIFY(bytes.contains("Content-Type: text/html;\tcharset=utf-8\r\n\r\n" + message.body.toUtf8()));
+        // A long subject is cut into several encoded words, none longer than 75 characters.
+        const QList<QByteArray> words = bytes.split('\n').at(3).mid(9).trimmed().split(' ');
+        QVERIFY(words.size() > 1);
+        for (const QByteArray& word : words) {
+            QVERIFY2(word.size() <= 75 && word.startsWith("=?UTF-8?B?"), word.constData());
+        }
+        // In a message with parts the UTF-8 body is really quoted-printable, as its part says.
+        message.attachmentName = u"letter.doc"_s;
+        QVERIFY(MessageLayout::bytes(message, When)
+                    .contains("charset=utf-8\r\nContent-Transfer-Encoding: quoted-printable\r\n\r\n"
+                              "<p>Bj=C3=B6rn</p>\r\n"));
     }
 
     void quotedPrintable_encodesLinesSoTheyCannotEndDataOrOpenParts()
@@ -294,8 +251,7 @@ private slots:
             {"a dash behind a soft break", a74 + "a--NextMimePart_000", a74 + "a=\r\n=2D-NextMimePart_000"},
         };
         for (const auto& one : cases) {
-            const QByteArray encoded = QuotedPrintable::encode(one.text);
-            QVERIFY2(encoded == one.expected, one.name);
+            QVERIFY2(QuotedPrintable::encode(one.text) == one.expected, one.name);
         }
     }
 
@@ -313,43 +269,16 @@ private slots:
             {u"<p>"_s + QString(992, u'a') + u"</p>\n"_s, true},
         };
         for (const auto& [body, quoted] : cases) {
-            OutgoingMessage message = plainMessage();
-            message.body = body;
-            addImages(message);
-            addAttachment(message);
-            const QByteArray bytes = MessageLayout::bytes(message, When);
+            const QByteArray bytes = MessageLayout::bytes(withParts(true, true, body), When);
+            // Only the layout's own delimiter lines: two of the mixed part, three of the related one.
             const QList<QByteArray> lines = bytes.split('\n');
-            QCOMPARE(lines.count("--NextMimePart_000\r"), 2);
-            QCOMPARE(lines.count("--NextMimePart_001\r"), 3);
-            QCOMPARE(lines.count("--NextMimePart_002\r"), 1);
-            QCOMPARE(lines.count("--NextMimePart_002--\r"), 1);
+            QCOMPARE(lines.count("--NextMimePart_000\r") + lines.count("--NextMimePart_001\r"), 5);
             QVERIFY2(!bytes.contains("\n--NextMimePart_0001"), qPrintable(body.left(40)));
             QCOMPARE(bytes.contains("Content-Transfer-Encoding: quoted-printable\r\n"), quoted);
             // A body that needs no quoting goes as it stands.
             const QString crlf = QString(body).replace(u"\r\n"_s, u"\n"_s).replace(u'\n', u"\r\n"_s);
             QCOMPARE(bytes.contains(crlf.toUtf8()), !quoted);
         }
-    }
-
-    void nonAsciiImageName_isEncodedInItsNameOnly()
-    {
-        OutgoingMessage message = plainMessage();
-        message.inlineImagePaths = {u"/pics/été.png"_s};
-        message.inlineImageData = {QByteArray("\r\niVBO\r\n")};
-        const QByteArray bytes = MessageLayout::bytes(message, When);
-        QVERIFY(bytes.contains("Content-Type: image/png; name=\"=?UTF-8?B?" + u"été.png"_s.toUtf8().toBase64() +
-                               "?=\"\r\n"));
-        // The Content-ID is what the HTML's cid: reference names.
-        QVERIFY(bytes.contains("Content-ID: <" + u"été.png"_s.toUtf8() + ">\r\n"));
-    }
-
-    void emptyImageData_givesAPartWithoutLines()
-    {
-        OutgoingMessage message = plainMessage();
-        message.inlineImagePaths = {u"/pics/a.gif"_s};
-        message.inlineImageData = {QByteArray()};
-        QVERIFY(
-            MessageLayout::bytes(message, When).contains("Content-ID: <a.gif>\r\n\r\n\r\n\r\n--NextMimePart_001--"));
     }
 
     void embed_rewritesEverySrc_andListsTheFiles()
@@ -369,17 +298,30 @@ private slots:
         QCOMPARE(embedded.InlineImageList, u"x.gif"_s);
     }
 
-    void loadInlineImages_encodesEachFile_orFails()
+    void inlineImages_loadEachFile_andAnEmptySrcShiftsThemAgainstTheirNames()
     {
         QTemporaryDir dir;
-        const QString picture = writeGif(dir, u"a.gif"_s);
+        const QString picture = dir.filePath(u"été.png"_s);
+        QVERIFY(TestSupport::writeFile(picture, "GIF89a")); // its Base64 text is "R0lGODlh"
         const auto images = InlineImages::LoadInlineImages(picture + u"||"_s + picture);
         QVERIFY(images.ok());
-        QCOMPARE(images.value().size(), 3);
-        QCOMPARE(images.value().at(0), QByteArray("\r\nR0lGODlh\r\n"));
-        QCOMPARE(images.value().at(1), images.value().at(0));
-        QCOMPARE(images.value().at(2), QByteArray()); // the empty entry left its element at the end
+        QCOMPARE(images.value(), (QList<QByteArray>{"\r\nR0lGODlh\r\n", "\r\nR0lGODlh\r\n", {}}));
         QVERIFY(!InlineImages::LoadInlineImages(dir.filePath(u"gone/b.gif"_s)).ok());
+
+        // Each non-empty path fills the next data element, while the parts take their names by
+        // position in the list: an empty reference lends its name to the next image's data.
+        const EmbeddedHtml embedded = InlineImages::Embed(u"<img src=\"\"><img src=\"file://"_s + picture + u"\">"_s);
+        QCOMPARE(embedded.html, u"<img src=cid:><img src=cid:été.png>"_s);
+        OutgoingMessage message = plainMessage();
+        message.inlineImagePaths = InlineImages::paths(embedded.InlineImageList);
+        message.inlineImageData = InlineImages::LoadInlineImages(embedded.InlineImageList).value();
+        const QByteArray bytes = MessageLayout::bytes(message, When);
+        QVERIFY(bytes.contains("Content-Type: application/octet-stream; name=\"\"\r\n"
+                               "Content-Transfer-Encoding: base64\r\nContent-ID: <>\r\n\r\n\r\nR0lGODlh\r\n\r\n\r\n"));
+        // A name outside ASCII is encoded in the type line only: the Content-ID is what cid: names.
+        QVERIFY(bytes.contains("Content-Type: image/png; name=\"=?UTF-8?B?" + u"été.png"_s.toUtf8().toBase64() +
+                               "?=\"\r\n"));
+        QVERIFY(bytes.contains("Content-ID: <" + u"été.png"_s.toUtf8() + ">\r\n\r\n\r\n\r\n--NextMimePart_001--\r\n"));
     }
 
     void mimeTypes_byTheLastDotsEnding_inAnyCase()
@@ -389,31 +331,11 @@ private slots:
             {u".gif"_s, "image/gif"},
             {u"archive.png.tar"_s, "application/octet-stream"},
             {u"png"_s, "application/octet-stream"}, // no dot: compared whole
-            {u"a.jp"_s, "application/octet-stream"},
             {u"a.gifs"_s, "application/octet-stream"},
-            {QString(), "application/octet-stream"},
         };
         for (const auto& [name, type] : cases) {
             QCOMPARE(MimeTypes::MimeTypeForFile(name), type);
         }
-    }
-
-    void anEmptySrc_shiftsTheImagesAgainstTheirNames()
-    {
-        // Each non-empty path fills the next data element, while the parts take their names by
-        // position in the list: an empty reference lends its name to the next image's data.
-        QTemporaryDir dir;
-        const QString picture = writeGif(dir, u"x.gif"_s);
-        const EmbeddedHtml embedded = InlineImages::Embed(u"<img src=\"\"><img src=\"file://"_s + picture + u"\">"_s);
-        QCOMPARE(embedded.html, u"<img src=cid:><img src=cid:x.gif>"_s);
-        QCOMPARE(embedded.InlineImageList, u"|"_s + picture);
-        OutgoingMessage message = plainMessage();
-        message.inlineImagePaths = InlineImages::paths(embedded.InlineImageList);
-        message.inlineImageData = InlineImages::LoadInlineImages(embedded.InlineImageList).value();
-        const QByteArray bytes = MessageLayout::bytes(message, When);
-        QVERIFY(bytes.contains("Content-Type: application/octet-stream; name=\"\"\r\n"
-                               "Content-Transfer-Encoding: base64\r\nContent-ID: <>\r\n\r\n\r\nR0lGODlh\r\n\r\n\r\n"));
-        QVERIFY(bytes.contains("Content-ID: <x.gif>\r\n\r\n\r\n\r\n--NextMimePart_001--\r\n"));
     }
 
     void everyLayout_readsCleanlyInAStandardMailParser()
@@ -425,10 +347,8 @@ private slots:
         QTemporaryDir dir;
         QStringList arguments{TestSupport::sourceDir() + u"/tests/delivery/read_mime.py"_s};
         for (const ParsedCase& one : cases) {
-            QFile file(dir.filePath(one.name + u".eml"_s));
-            QVERIFY(file.open(QIODevice::WriteOnly));
-            file.write(MessageLayout::bytes(one.message, When));
-            arguments << file.fileName();
+            arguments << dir.filePath(one.name + u".eml"_s);
+            QVERIFY(TestSupport::writeFile(arguments.last(), MessageLayout::bytes(one.message, When)));
         }
         QProcess python;
         python.start(QString::fromLatin1(TestSupport::DebianPython), arguments);

@@ -10,18 +10,6 @@
 
 using namespace Qt::StringLiterals;
 
-namespace {
-
-bool run(const QString& program, const QStringList& arguments, const QString& folder)
-{
-    QProcess process;
-    process.setWorkingDirectory(folder);
-    process.start(program, arguments);
-    return process.waitForFinished(30000) && process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
-}
-
-} // namespace
-
 SmtpSink::SmtpSink()
     : SmtpSink(Options{})
 {
@@ -41,12 +29,6 @@ SmtpSink::SmtpSink(const Options& options)
     }
     if (!options.login.isEmpty()) {
         arguments << u"--auth"_s << options.login;
-    }
-    if (options.port != 0) {
-        arguments << u"--port"_s << QString::number(options.port);
-    }
-    if (options.dropAtMail > 0) {
-        arguments << u"--drop-at"_s << QString::number(options.dropAtMail);
     }
     if (!options.rejectAddress.isEmpty()) {
         arguments << u"--reject"_s << options.rejectAddress;
@@ -75,26 +57,29 @@ SmtpSink::~SmtpSink()
 
 bool SmtpSink::makeCertificates()
 {
-    const QString folder = m_folder.path();
-    const QString openssl = u"openssl"_s;
     QFile extensions(m_folder.filePath(u"server.ext"_s));
     if (!extensions.open(QIODevice::WriteOnly)) {
         return false;
     }
     extensions.write("subjectAltName=DNS:localhost,IP:127.0.0.1\nbasicConstraints=CA:FALSE\n");
     extensions.close();
-    return run(openssl,
-               {u"req"_s, u"-x509"_s, u"-newkey"_s, u"rsa:2048"_s, u"-nodes"_s, u"-days"_s, u"2"_s, u"-subj"_s,
-                u"/CN=Quillbay Test Authority"_s, u"-keyout"_s, u"ca.key"_s, u"-out"_s, u"ca.pem"_s},
-               folder) &&
-           run(openssl,
-               {u"req"_s, u"-newkey"_s, u"rsa:2048"_s, u"-nodes"_s, u"-subj"_s, u"/CN=localhost"_s, u"-keyout"_s,
-                u"server.key"_s, u"-out"_s, u"server.csr"_s},
-               folder) &&
-           run(openssl,
-               {u"x509"_s, u"-req"_s, u"-in"_s, u"server.csr"_s, u"-CA"_s, u"ca.pem"_s, u"-CAkey"_s, u"ca.key"_s,
-                u"-CAcreateserial"_s, u"-days"_s, u"2"_s, u"-extfile"_s, u"server.ext"_s, u"-out"_s, u"server.pem"_s},
-               folder);
+    // An authority, then the server's key and request, then the request signed by the authority.
+    const QString steps[] = {
+        u"req -x509 -newkey rsa:2048 -nodes -days 2 -subj /CN=Quillbay-Test-Authority -keyout ca.key -out ca.pem"_s,
+        u"req -newkey rsa:2048 -nodes -subj /CN=localhost -keyout server.key -out server.csr"_s,
+        u"x509 -req -in server.csr -CA ca.pem -CAkey ca.key -CAcreateserial -days 2 -extfile server.ext "
+        u"-out server.pem"_s,
+    };
+    for (const QString& step : steps) {
+        QProcess openssl;
+        openssl.setWorkingDirectory(m_folder.path());
+        openssl.start(u"openssl"_s, step.split(u' '));
+        if (!openssl.waitForFinished(30000) || openssl.exitStatus() != QProcess::NormalExit ||
+            openssl.exitCode() != 0) {
+            return false;
+        }
+    }
+    return true;
 }
 
 QList<SmtpSink::StoredMessage> SmtpSink::messages(int atLeast, int timeoutMs) const

@@ -17,8 +17,6 @@ public:
         bool starttls = false;
         bool implicitTls = false;
         QString login;         // "user:password" to accept AUTH LOGIN
-        quint16 port = 0;      // a free port when 0
-        int dropAtMail = 0;    // closes the connection at the MAIL FROM of this message, once
         QString rejectAddress; // refuses this recipient with 550
     };
 

@@ -1,19 +1,8 @@
 #!/usr/bin/python3
-"""A real SMTP server for the tests: aiosmtpd on a free loopback port.
-
-Each message is stored in the folder given by --dir as NNNNN.eml (the bytes that followed
-DATA) and NNNNN.json (envelope sender and recipients, whether the session was encrypted and
-logged in). The port is printed on the first line of standard output; the server runs until
-its standard input closes.
-
-  --starttls CERT KEY   offer STARTTLS with this certificate
-  --implicit-tls CERT KEY  speak TLS from the first byte
-  --auth USER:PASSWORD  accept AUTH LOGIN (and PLAIN) with these credentials
-  --port N              listen on this port instead of a free one
-  --discard             accept messages without storing them (for benchmarks)
-  --drop-at N           close the connection at the MAIL FROM of the N-th message, once
-  --reject ADDR         refuse this recipient with 550
-"""
+"""A real SMTP server for the tests: aiosmtpd on a free loopback port, printed on the first line of
+standard output; it runs until its standard input closes. Each message is stored in --dir as
+NNNNN.eml (the bytes that followed DATA) and NNNNN.json (envelope sender and recipients, whether
+the session was encrypted and logged in); --discard (for benchmarks) stores nothing."""
 import argparse
 import json
 import os
@@ -26,22 +15,11 @@ from aiosmtpd.smtp import SMTP, AuthResult, LoginPassword
 
 
 class Store:
-    def __init__(self, folder, discard=False, drop_at=0, reject=None):
+    def __init__(self, folder, discard, reject):
         self.folder = folder
         self.count = 0
         self.discard = discard
-        self.mails = 0
-        self.drop_at = drop_at
         self.reject = reject
-
-    async def handle_MAIL(self, server, session, envelope, address, mail_options):
-        self.mails += 1
-        if self.mails == self.drop_at:
-            server.transport.close()
-            return "421 Closing the connection"
-        envelope.mail_from = address
-        envelope.mail_options.extend(mail_options)
-        return "250 OK"
 
     async def handle_RCPT(self, server, session, envelope, address, rcpt_options):
         if address == self.reject:
@@ -72,18 +50,14 @@ class LongLineSMTP(SMTP):
 
 
 class SinkController(Controller):
-    def __init__(self, *args, implicit=None, **kwargs):
-        self._implicit = implicit
-        super().__init__(*args, **kwargs)
-
     def factory(self):
         return LongLineSMTP(self.handler, **self.SMTP_kwargs)
 
 
-def free_port():
-    with socket.socket() as probe:
-        probe.bind(("127.0.0.1", 0))
-        return probe.getsockname()[1]
+def tls_context(pair):
+    context = ssl.create_default_context(ssl.Purpose.CLIENT_AUTH)
+    context.load_cert_chain(pair[0], pair[1])
+    return context
 
 
 def main():
@@ -92,9 +66,7 @@ def main():
     parser.add_argument("--starttls", nargs=2, metavar=("CERT", "KEY"))
     parser.add_argument("--implicit-tls", nargs=2, metavar=("CERT", "KEY"))
     parser.add_argument("--auth")
-    parser.add_argument("--port", type=int, default=0)
-    parser.add_argument("--discard", action="store_true", help="count messages without storing them")
-    parser.add_argument("--drop-at", type=int, default=0)
+    parser.add_argument("--discard", action="store_true")
     parser.add_argument("--reject")
     args = parser.parse_args()
     os.makedirs(args.dir, exist_ok=True)
@@ -111,19 +83,15 @@ def main():
 
         kwargs["authenticator"] = authenticator
         kwargs["auth_require_tls"] = bool(args.starttls)
-    controller_kwargs = {}
     if args.starttls:
-        context = ssl.create_default_context(ssl.Purpose.CLIENT_AUTH)
-        context.load_cert_chain(args.starttls[0], args.starttls[1])
-        kwargs["tls_context"] = context
-    if args.implicit_tls:
-        context = ssl.create_default_context(ssl.Purpose.CLIENT_AUTH)
-        context.load_cert_chain(args.implicit_tls[0], args.implicit_tls[1])
-        controller_kwargs["ssl_context"] = context
+        kwargs["tls_context"] = tls_context(args.starttls)
+    controller_kwargs = {"ssl_context": tls_context(args.implicit_tls)} if args.implicit_tls else {}
 
-    port = args.port or free_port()
-    controller = SinkController(Store(args.dir, args.discard, args.drop_at, args.reject), hostname="127.0.0.1", port=port, server_kwargs=kwargs,
-                                ready_timeout=10, **controller_kwargs)
+    with socket.socket() as probe:
+        probe.bind(("127.0.0.1", 0))
+        port = probe.getsockname()[1]
+    controller = SinkController(Store(args.dir, args.discard, args.reject), hostname="127.0.0.1", port=port,
+                                server_kwargs=kwargs, ready_timeout=10, **controller_kwargs)
     controller.start()
     print(port, flush=True)
     sys.stdin.read()
