@@ -122,8 +122,7 @@ private slots:
             QVERIFY(!ExcelImport::readSheet(path(file), 1).ok());
         }
         // These open; only their sheet fails.
-        for (const QString& file : {u"bad_string.xlsx"_s, u"bad_reference.xlsx"_s, u"bad_row.xlsx"_s,
-                                    u"bad_number.xlsx"_s, u"bad_xml.xlsx"_s}) {
+        for (const QString& file : {u"bad_string.xlsx"_s, u"bad_row.xlsx"_s, u"bad_xml.xlsx"_s}) {
             Result<std::unique_ptr<Workbook>> book = Workbook::open(path(file));
             QVERIFY2(book.ok(), qPrintable(file));
             const Result<Worksheet> sheet = book.value()->sheet(1);
@@ -141,18 +140,6 @@ private slots:
         QCOMPARE(rows.size(), size_t(1));
         QCOMPARE(rows[0].cells[0], u"dee@example.com"_s);
         QCOMPARE(rows[0].cells[1], u"Dee"_s);
-
-        const Worksheet contacts = sheetOf(u"book.xlsx"_s, 1);
-        QCOMPARE(ExcelImport::ReadSheetHeadings(contacts),
-                 (QStringList{u"Name"_s, u"Email"_s, u"Company"_s, u"Amount"_s, u"Joined"_s}));
-        QList<int> seen;
-        const std::vector<Contact> all = ExcelImport::importRows(contacts, false, columnsOf({{12, 1}, {3, 2}, {14, 4}}),
-                                                                 [&seen](int row) { seen << row; });
-        QCOMPARE(seen, (QList<int>{1, 2, 3, 4}));
-        QCOMPARE(all.size(), size_t(4)); // unskipped, the heading row is a contact too
-        QCOMPARE(all[0].cells[0], u"Email"_s);
-        QCOMPARE(all[2].cells[4], u"Nord, AB"_s);
-        QCOMPARE(all[1].cells[14], u"1/15/2024"_s);
 
         // A single cell is its own heading and gives no rows; an empty sheet is A1 alone.
         const Worksheet single = sheetOf(u"book.xlsx"_s, 4);
@@ -177,8 +164,6 @@ private slots:
         QCOMPARE(listed.value()->sheetNames(), QStringList{u"Sheet"_s});
         QCOMPARE(listed.value()->sheet(1).error().code, int(Workbook::Corrupt));
 
-        XlsWorkbook::setReaderProgram(path(u"missing"_s));
-        QCOMPARE(XlsWorkbook::open(book).error().code, int(Workbook::Unreadable));
         XlsWorkbook::setReaderProgram({});
     }
 };
