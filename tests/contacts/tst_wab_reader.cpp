@@ -121,7 +121,6 @@ private slots:
             // Bo's list: the count word follows his two tags and his name (length word, 6 bytes).
             {withWord(good, second + 32 + 8 + 4 + 6, 1'000'000'000), u"value of record 2 runs past the end"_s},
             {withWord(good, secondIndexEntry, quint32(writer.recordOffset(0) + 4)), u"overlaps the record before it"_s},
-            {withWord(good, Writer::IndexDescriptorAt, 0x11), u"has no record index"_s},
             {"BEGIN:VCARD\nFN:A\nEND:VCARD\n\nBEGIN:VCARD\nFN:B\nEMAIL:b@",
              u"the vCard that begins on line 5 has no END:VCARD"_s},
             {"Name,Email\r\nAnn,ann@example.com\r\n", u"holds no vCard"_s},
