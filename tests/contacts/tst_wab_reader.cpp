@@ -164,7 +164,7 @@ private slots:
         }
         const QByteArray good = writer.bytes();
         int failed = 0;
-        for (qsizetype at = 0; at + 4 <= good.size(); at += 2) {
+        for (qsizetype at = 0; at + 4 <= good.size(); at += 4) {
             for (const quint32 value :
                  {0u, 3u, 0x7FFFFFFFu, quint32(writer.recordOffset(0) + 8), quint32(writer.recordOffset(3) - 2)}) {
                 const QByteArray bytes = withWord(good, at, value);
