@@ -111,8 +111,6 @@ def make_broken(folder):
     sheet = RAW_PARTS["book/sheets/one.xml"]
     damaged = {
         "bad_string.xlsx": sheet.replace('<c r="B4" t="s"><v>2</v>', '<c r="B4" t="s"><v>99</v>'),
-        "bad_reference.xlsx": sheet.replace('r="F4"', 'r="XFE4"'),
-        "bad_number.xlsx": sheet.replace("<v>366</v>", "<v>12abc</v>"),
         "bad_row.xlsx": sheet.replace('<row r="4">', '<row r="1048577">'),
         "bad_xml.xlsx": sheet.replace("</sheetData>", ""),
     }

