@@ -61,14 +61,6 @@ private slots:
         QCOMPARE(GetSetting(u"XlSheet"_s, u"ExSheetName"_s), u"Contacts"_s);
         QCOMPARE(GetSetting(u"XlSheet"_s, u"13CD"_s), u"Amount"_s);
 
-        // Back to the first page and on: the rows stand while nothing changed.
-        m_wizard->CmdBack_Click();
-        m_wizard->CmdBack_Click();
-        table.setChecked(1, false);
-        m_wizard->CmdNext_Click();
-        m_wizard->CmdNext_Click();
-        QVERIFY(!table.at(1).checked);
-
         // Another sheet is read anew: a lone cell names one column and gives no rows, silently.
         m_wizard->CmdBack_Click();
         m_wizard->CmdBack_Click();
@@ -95,36 +87,6 @@ private slots:
         QCOMPARE(m_wizard->contactTable().cell(1, 0), u"Email"_s);
     }
 
-    void reopening_listsTheRememberedWorkbook_andChoosesItsSheet()
-    {
-        SaveSetting(u"XlSheet"_s, u"ExFileName"_s, m_xlsx);
-        SaveSetting(u"XlSheet"_s, u"ExSheetName"_s, u"Offset"_s);
-        TestSupport::MessageRecorder messages;
-        openWizard();
-        QCOMPARE(source()->txtXlSheet->text(), m_xlsx);
-        QCOMPARE(source()->cboSheets->currentText(), u"Offset"_s);
-        chooseWorkbook(m_xlsx); // picked anew: its first sheet
-        QCOMPARE(source()->cboSheets->currentText(), u"Contacts"_s);
-        source()->cboSheets->setCurrentIndex(1);
-        m_wizard->close();
-        QCOMPARE(GetSetting(u"XlSheet"_s, u"ExSheetName"_s), u"Values"_s);
-
-        // A remembered sheet that is gone shows none; a remembered workbook that is gone, nothing.
-        SaveSetting(u"XlSheet"_s, u"ExSheetName"_s, u"Gone"_s);
-        openWizard();
-        QCOMPARE(sheetList().size(), 5);
-        QCOMPARE(source()->cboSheets->currentText(), QString());
-        m_wizard->close();
-        SaveSetting(u"XlSheet"_s, u"ExFileName"_s, m_dir.filePath(u"moved.xlsx"_s));
-        openWizard();
-        QCOMPARE(sheetList(), QStringList());
-        QVERIFY(messages.messages().isEmpty());
-        chooseWorkbook(m_xlsx); // emptying the box empties the list
-        source()->txtXlSheet->clear();
-        emit source()->txtXlSheet->editingFinished();
-        QCOMPARE(sheetList(), QStringList());
-    }
-
     void goneAndDamagedWorkbooks_endTheStepCleanly()
     {
         const QString copy = m_dir.filePath(u"copy.xlsx"_s);
@@ -149,25 +111,6 @@ private slots:
         QCOMPARE(messages.messages().size(), 1);
         QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::DataSource));
         QVERIFY(!m_wizard->progress()->isVisible());
-
-        // A workbook of no worksheets says so in the list; Next reads nothing and stays.
-        QVERIFY(TestSupport::makeWorkbook(u"broken"_s, m_dir.path()));
-        chooseWorkbook(m_dir.filePath(u"no_sheets.xlsx"_s));
-        QCOMPARE(source()->cboSheets->currentText(), u"(No Sheets)"_s);
-        m_wizard->CmdNext_Click();
-        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::DataSource));
-        QCOMPARE(messages.messages().size(), 1);
-
-        // A workbook that goes while its map is shown: Next on the map page says so and stays.
-        QVERIFY(QFile::copy(m_xlsx, copy));
-        chooseWorkbook(copy);
-        m_wizard->CmdNext_Click();
-        QVERIFY(QFile::remove(copy));
-        m_wizard->CmdNext_Click();
-        QCOMPARE(messages.messages().size(), 2);
-        QCOMPARE(messages.lastText(), u"File Doesn't Exists"_s);
-        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::FieldMapping));
-        QCOMPARE(m_wizard->contactTable().count(), 0);
     }
 };
 
