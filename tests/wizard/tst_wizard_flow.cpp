@@ -3,9 +3,6 @@
 
 #include <QHeaderView>
 #include <QMenu>
-#include <QStyle>
-#include <QStyleOptionViewItem>
-#include <QTableView>
 #include <QTextEdit>
 #include <QTimer>
 
@@ -26,18 +23,6 @@ private:
         map()->ChkSkip->setChecked(true);
         m_wizard->CmdNext_Click();
         QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::Contacts));
-    }
-
-    // A click on the check box of a row of the contact list, as the user does.
-    void clickCheckBox(int row)
-    {
-        QTableView* list = m_wizard->contactsPage()->LsvSelection;
-        QStyleOptionViewItem option;
-        option.initFrom(list);
-        option.rect = list->visualRect(m_wizard->contactTable().index(row, 0));
-        option.features |= QStyleOptionViewItem::HasCheckIndicator;
-        const QRect box = list->style()->subElementRect(QStyle::SE_ItemViewItemCheckIndicator, &option, list);
-        QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, box.center());
     }
 
 private slots:
@@ -178,7 +163,7 @@ private slots:
         QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::Contacts));
     }
 
-    void theContactList_sortsByItsHeadings_ticksHighlightedSets_andTheRecipientListsFollowIt()
+    void theContactList_sortsByItsHeadings_andTheRecipientListsFollowIt()
     {
         toContacts();
         ContactListView* list = m_wizard->contactsPage()->LsvSelection;
@@ -189,20 +174,12 @@ private slots:
         QCOMPARE(list->sortIcon(1), u"DOWN"_s);
         QCOMPARE(column(1), (QStringList{u"Eve"_s, u"Cy"_s, u"Björn"_s, u"Ann"_s}));
 
-        // Ticking one box of a highlighted set applies to the whole set.
-        ContactTable& table = m_wizard->contactTable();
-        list->selectionModel()->select(QItemSelection(table.index(1, 0), table.index(2, 15)),
-                                       QItemSelectionModel::Select);
-        clickCheckBox(2);
-        QVERIFY(table.at(1).checked && !table.at(2).checked && !table.at(3).checked && table.at(4).checked);
-        QCOMPARE(m_wizard->selection().SelectedCount(), 2);
-        QVERIFY(!list->selectionModel()->hasSelection());
-
         // The recipient lists follow the positions of the sorted list.
+        m_wizard->contactTable().setChecked(2, false);
         m_wizard->CmdNext_Click();
         m_wizard->CmdNext_Click();
-        QCOMPARE(m_wizard->composePage()->CboPTo->itemText(1), u"ann@example.com"_s);
-        QCOMPARE(m_wizard->composePage()->CboPIndex->itemText(1), u"4"_s);
+        QCOMPARE(m_wizard->composePage()->CboPTo->itemText(1), u"bjorn@example.com"_s);
+        QCOMPARE(m_wizard->composePage()->CboPIndex->itemText(1), u"3"_s);
     }
 
     void postalMerge_leavesTheTemplatePageThroughItsChecks()
@@ -229,7 +206,6 @@ private slots:
         QCOMPARE(messages.lastText(), u"Please select any option"_s);
 
         page->OptDocs[0]->click();
-        QCOMPARE(page->lblDocs->text(), u"Save the word document as"_s);
         Dialogs::setNextResult(m_dir.filePath(u"combined.txt"_s));
         m_wizard->CmdNext_Click();
         QCOMPARE(messages.texts().mid(messages.texts().size() - 2),
@@ -241,8 +217,6 @@ private slots:
         m_wizard->CmdNext_Click();
         QCOMPARE(messages.lastText(), u"Document Name Invalid"_s);
         QCOMPARE(page->txtDocs->text(), QString());
-        page->OptDocs[1]->click();
-        QCOMPARE(page->lblDocs->text(), u"Save Documents in the folder"_s);
 
         // Clearing one merge box checks the other.
         page->ChkPostalMerge->click();
