@@ -37,7 +37,7 @@ private slots:
 
     void cleanup() { closeWizard(); }
 
-    void wabAndVcardFiles_fromTheFirstPageToTheContactPage_readOnceUntilAnotherSource()
+    void wabAndVcardFiles_fromTheFirstPageToTheContactPage()
     {
         TestSupport::MessageRecorder messages;
         const QString path = m_dir.filePath(u"friends.wab"_s);
@@ -51,21 +51,6 @@ private slots:
         QVERIFY(m_wizard->contactTable().at(2).checked); // no e-mail address, checked like any other
         QCOMPARE(m_wizard->contactsPage()->LsvSelection->columnWidth(13), 0);
         QVERIFY(messages.messages().isEmpty());
-
-        // Back and Next with the same file do not read it again.
-        QVERIFY(TestSupport::writeFile(path, book({u"new@example.com"_s})));
-        m_wizard->CmdBack_Click();
-        m_wizard->CmdNext_Click();
-        QCOMPARE(column(0).size(), 2);
-
-        // Another source in between empties the mark: the book is read again.
-        m_wizard->CmdBack_Click();
-        source()->LstDataSrc->setCurrentRow(5);
-        m_wizard->CmdNext_Click(); // no comma file chosen: a message, the wizard stays
-        source()->LstDataSrc->setCurrentRow(0);
-        QCOMPARE(source()->txtWabfile->text(), path);
-        m_wizard->CmdNext_Click();
-        QCOMPARE(column(0), QStringList{u"new@example.com"_s});
 
         // A vCard file is an address book too, whatever the case of its ending.
         const QString cards = m_dir.filePath(u"cards.VCF"_s);
