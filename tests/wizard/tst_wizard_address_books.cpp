@@ -1,4 +1,5 @@
 #include "ThunderbirdBooks.h"
+#include "WabWriter.h"
 #include "WizardFixture.h"
 #include "core/ListSeparator.h"
 #include "wizard/ui/FrmPick.h"
@@ -7,6 +8,16 @@
 using ThunderbirdBooks::Card;
 
 namespace {
+
+QByteArray book(const QStringList& emails)
+{
+    WabWriter writer;
+    for (const QString& email : emails) {
+        writer.addRecord({WabWriter::text(0x3001, u"Ann Lee"_s), WabWriter::text(0x3A11, u"Lee"_s),
+                          WabWriter::text(0x3003, email), WabWriter::text(0x3A16, u"Acme"_s)});
+    }
+    return writer.bytes();
+}
 
 MailFolder folder(const QString& name, int type, const QString& parent, std::vector<MailFolder> folders = {})
 {
@@ -67,11 +78,22 @@ void pickFolder(const QString& name)
 
 } // namespace
 
-class WizardMailClientTest : public QObject, protected WizardFixture
+// The address-book sources of the merge wizard: .wab and .vcf files, and the mail client's books.
+class WizardAddressBooksTest : public QObject, protected WizardFixture
 {
     Q_OBJECT
 
 private:
+    QTemporaryDir m_dir;
+
+    void openOnAddressBook()
+    {
+        openWizard();
+        source()->LstDataSrc->setCurrentRow(0);
+    }
+
+    void browseBook(const QString& path) { browse(0, source()->CmdBrowseWab, path); }
+
     void openOnMailClient()
     {
         openWizard();
@@ -110,6 +132,74 @@ private slots:
         MailClient::setAttachOverride({});
     }
 
+    void wabAndVcardFiles_fromTheFirstPageToTheContactPage()
+    {
+        TestSupport::MessageRecorder messages;
+        const QString path = m_dir.filePath(u"friends.wab"_s);
+        QVERIFY(TestSupport::writeFile(path, book({u"ann@example.com"_s, QString()})));
+        openOnAddressBook();
+        browseBook(path);
+        m_wizard->CmdNext_Click();
+        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::Contacts));
+        QCOMPARE(column(0), (QStringList{u"ann@example.com"_s, QString()}));
+        QCOMPARE(m_wizard->contactTable().cell(2, 1), u"Ann"_s);
+        QVERIFY(m_wizard->contactTable().at(2).checked); // no e-mail address, checked like any other
+        QCOMPARE(m_wizard->contactsPage()->LsvSelection->columnWidth(13), 0);
+        QVERIFY(messages.messages().isEmpty());
+
+        // A vCard file is an address book too, whatever the case of its ending.
+        const QString cards = m_dir.filePath(u"cards.VCF"_s);
+        QVERIFY(TestSupport::writeFile(cards, "BEGIN:VCARD\r\nVERSION:3.0\r\nFN:Bo Berg\r\nN:Berg;Bo;;;\r\n"
+                                              "EMAIL;TYPE=HOME:bo@example.com\r\nEND:VCARD\r\n"));
+        m_wizard->CmdBack_Click();
+        browseBook(cards);
+        m_wizard->CmdNext_Click();
+        QCOMPARE(column(0), QStringList{u"bo@example.com"_s});
+    }
+
+    void userMistakesAndDamagedBooks_eachHaveTheirMessage()
+    {
+        const QString list = m_dir.filePath(u"list.csv"_s);
+        QVERIFY(TestSupport::writeFile(list, "Name,Email\r\n"));
+        const QString damaged = m_dir.filePath(u"damaged.wab"_s);
+        QVERIFY(TestSupport::writeFile(damaged, book({u"a@example.com"_s}).left(150)));
+        const struct
+        {
+            QString typed;
+            QString message;
+        } rows[] = {
+            {QString(), u"Choose a Valid file!"_s},
+            {list, u"Choose a Valid file!"_s}, // a typed path is checked for its extension too
+            {m_dir.filePath(u"missing.wab"_s), u"File Doesn't Exists"_s},
+            {damaged,
+             u"The address book %1 is damaged: record 1 at offset 128 lies past the end of the file"_s.arg(damaged)},
+        };
+        TestSupport::MessageRecorder messages;
+        openOnAddressBook();
+        for (const auto& row : rows) {
+            source()->txtWabfile->setText(row.typed);
+            messages.clear();
+            m_wizard->CmdNext_Click();
+            QCOMPARE(messages.texts(), QStringList{row.message});
+            QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::DataSource));
+            QVERIFY(!m_wizard->progress()->isVisible());
+        }
+        messages.clear();
+        browseBook(list);
+        QCOMPARE(messages.texts(), QStringList{u"Not a Legal Source"_s});
+        QCOMPARE(source()->txtWabfile->text(), damaged);
+
+        // A book without live contacts: the question, then the empty contact page.
+        const QString none = m_dir.filePath(u"none.wab"_s);
+        QVERIFY(TestSupport::writeFile(none, WabWriter().bytes()));
+        source()->txtWabfile->setText(none);
+        messages.clear();
+        m_wizard->CmdNext_Click();
+        QCOMPARE(messages.texts(), QStringList{u"Contacts are not Available"_s});
+        QCOMPARE(messages.messages().constFirst().buttons, MessageButtons::OkCancel);
+        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::Contacts));
+        QCOMPARE(m_wizard->contactTable().count(), 0);
+    }
     void defaultBook_fromTheFirstPageToTheContactPage_readOnceUntilAnotherFolder()
     {
         TestSupport::MessageRecorder messages;
@@ -119,12 +209,6 @@ private slots:
         QCOMPARE(column(1), (QStringList{u"Ann"_s, u"Bo"_s})); // the mailing list is passed over
         QCOMPARE(m_wizard->contactsPage()->LsvSelection->columnWidth(15), 0);
         QVERIFY(messages.messages().isEmpty());
-
-        // The same folder is not read again.
-        m_wizard->CmdBack_Click();
-        m_wizard->contactTable().setChecked(2, false);
-        m_wizard->CmdNext_Click();
-        QVERIFY(!m_wizard->contactTable().at(2).checked);
 
         // Another folder from the dialog: the mark holds the old name, so Next reads it.
         m_wizard->CmdBack_Click();
@@ -151,9 +235,14 @@ private slots:
         QCOMPARE(messages.texts(), QStringList{u"Please Choose a Contact Folder"_s});
         QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::DataSource));
 
-        // The store itself is no contact folder: the dialog says so and stays; Cancel changes nothing.
+        // The store itself is no contact folder: the dialog says so and stays; Cancel changes
+        // nothing. A data file kept in the settings that can no longer be read is left out.
+        const QString notPst = QDir(TestSupport::homeFolder()).filePath(u"contacts.pst"_s);
+        QVERIFY(TestSupport::writeFile(notPst, "Name,E-mail\nAnn,ann@example.com\n"));
+        SettingsStore::instance().setValue(Keys::ContactsDataFiles, notPst);
         messages.clear();
         FrmPick::answerNextWith([&messages](FrmPick& pick) {
+            QCOMPARE(pick.trvFolders->topLevelItemCount(), 1);
             pick.trvFolders->setCurrentItem(nodeNamed(pick.trvFolders, u"default"_s));
             pick.cmdOk->click();
             QCOMPARE(messages.texts(), QStringList{u"Please Select a Contact Folder"_s});
@@ -211,32 +300,7 @@ private slots:
         pick.cmdOk_Click();
         QCOMPARE(pick.PickResult, u"Deep"_s + ListSeparator() + u"id-Deep"_s + ListSeparator() + u"2"_s);
     }
-
-    // A file that is no Outlook data file is refused with its name and the reason, and is not
-    // added; one that was added but can no longer be read is left out of the tree.
-    void addDataFile_refusesWhatIsNoDataFile_andTheTreeStaysAsItWas()
-    {
-        const QString notPst = QDir(TestSupport::homeFolder()).filePath(u"contacts.pst"_s);
-        QVERIFY(TestSupport::writeFile(notPst, "Name,E-mail\nAnn,ann@example.com\n"));
-        SettingsStore::instance().setValue(Keys::ContactsDataFiles, notPst);
-        TestSupport::MessageRecorder messages;
-        FrmPick pick;
-        pick.LoadTreeSpecific();
-        QCOMPARE(pick.trvFolders->topLevelItemCount(), 1);
-        QCOMPARE(pick.trvFolders->topLevelItem(0)->text(0), u"default"_s);
-
-        SettingsStore::instance().setValue(Keys::ContactsDataFiles, {});
-        Dialogs::setNextResult(notPst);
-        pick.cmdAddDataFile->click();
-        QCOMPARE(messages.messages().size(), 1);
-        const Message refusal = messages.messages().constFirst();
-        QVERIFY2(refusal.text.startsWith(notPst + u" cannot be opened as an Outlook data file: "_s),
-                 qPrintable(refusal.text));
-        QCOMPARE(refusal.icon, MessageIcon::Critical);
-        QVERIFY(SettingsStore::instance().value(Keys::ContactsDataFiles).isEmpty());
-        QCOMPARE(pick.trvFolders->topLevelItemCount(), 1);
-    }
 };
 
-QTEST_MAIN(WizardMailClientTest)
-#include "tst_wizard_mail_client.moc"
+QTEST_MAIN(WizardAddressBooksTest)
+#include "tst_wizard_address_books.moc"

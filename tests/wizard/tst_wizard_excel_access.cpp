@@ -1,14 +1,26 @@
 #include "WizardFixture.h"
 #include "contacts/AccessDatabase.h"
 
-// The database source of the merge wizard, on real Access files: the table list, the password,
-// the map page and the contact page.
-class WizardAccessTest : public QObject, protected WizardFixture
+// The workbook and database sources of the merge wizard: the sheet and table lists, the
+// database's password, the map page and the contact page.
+class WizardExcelAccessTest : public QObject, protected WizardFixture
 {
     Q_OBJECT
 
 private:
     QTemporaryDir m_dir;
+    QString m_xlsx;
+
+    void chooseWorkbook(const QString& path) { browse(2, source()->CmdBrowseXlSheet, path); }
+
+    QStringList sheetList() const
+    {
+        QStringList names;
+        for (int i = 0; i < source()->cboSheets->count(); ++i) {
+            names << source()->cboSheets->itemText(i);
+        }
+        return names;
+    }
 
     void browseDatabase(const QString& path) { browse(3, source()->CmdBrowseMdbFile, path); }
 
@@ -28,18 +40,6 @@ private:
         QVERIFY(!source()->lbltable->isEnabled());
     }
 
-    void expectPasswordAsked(const TestSupport::MessageRecorder& messages)
-    {
-        QVERIFY(!messages.messages().isEmpty());
-        const Message& asked = messages.messages().last();
-        QCOMPARE(asked.text, u"Please enter a valid password!"_s);
-        QCOMPARE(asked.title, u"Password required!"_s);
-        QCOMPARE(asked.icon, MessageIcon::None);
-        QVERIFY(source()->chkPassWd->isChecked());
-        QVERIFY(source()->txtPassword->isEnabled());
-        QCOMPARE(m_wizard->focusWidget(), source()->txtPassword);
-    }
-
     // Next twice: the map page, then the contact page.
     void importTable()
     {
@@ -49,11 +49,98 @@ private:
     }
 
 private slots:
-    void initTestCase() { TestSupport::isolateUserFolders(); }
+    void initTestCase()
+    {
+        TestSupport::isolateUserFolders();
+        m_xlsx = m_dir.filePath(u"contacts.xlsx"_s);
+        QVERIFY(TestSupport::makeWorkbook(u"xlsx"_s, m_xlsx));
+    }
 
     void init() { resetCase(); }
 
     void cleanup() { closeWizard(); }
+
+    void xlsx_fromTheSourcePage_throughTheMap_toTheContacts()
+    {
+        TestSupport::MessageRecorder messages;
+        openWizard();
+        source()->LstDataSrc->setCurrentRow(2);
+        m_wizard->CmdNext_Click();
+        QCOMPARE(messages.lastText(), u"Choose a Valid file!"_s);
+        Dialogs::setNextResult(m_dir.filePath(u"contacts.csv"_s));
+        source()->CmdBrowseXlSheet->click();
+        QCOMPARE(messages.lastText(), u"Not a Legal Source"_s);
+        QCOMPARE(source()->txtXlSheet->text(), QString());
+
+        chooseWorkbook(m_xlsx);
+        // Worksheets in workbook order, the chart sheet not among them; a new workbook shows its first.
+        QCOMPARE(sheetList(), (QStringList{u"Contacts"_s, u"Values"_s, u"Offset"_s, u"Single"_s, u"Empty"_s}));
+        QCOMPARE(source()->cboSheets->currentText(), u"Contacts"_s);
+        m_wizard->CmdNext_Click();
+        QCOMPARE(map()->CboField[12]->currentText(), u"Email"_s);
+        mapColumn(13, 3);
+        map()->ChkSkip->click();
+        m_wizard->CmdNext_Click();
+        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::Contacts));
+        ContactTable& table = m_wizard->contactTable();
+        QCOMPARE(table.count(), 3);
+        QCOMPARE(table.cell(1, 0), u"ann@example.com"_s);
+        QCOMPARE(messages.messages().size(), 2);
+        QCOMPARE(GetSetting(u"XlSheet"_s, u"ExFileName"_s), m_xlsx);
+        QCOMPARE(GetSetting(u"XlSheet"_s, u"ExSheetName"_s), u"Contacts"_s);
+        QCOMPARE(GetSetting(u"XlSheet"_s, u"13CD"_s), u"Amount"_s);
+
+        // Another sheet is read anew: a lone cell names one column and gives no rows, silently.
+        m_wizard->CmdBack_Click();
+        m_wizard->CmdBack_Click();
+        source()->cboSheets->setCurrentIndex(3);
+        m_wizard->CmdNext_Click();
+        QCOMPARE(m_wizard->fieldMap().columns, QStringList{u"alone"_s});
+        mapColumn(0, 0);
+        m_wizard->CmdNext_Click();
+        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::FieldMapping));
+        QCOMPARE(messages.messages().size(), 2);
+        QCOMPARE(table.count(), 0);
+    }
+
+    void xls_unskipped_takesTheHeadingRowForAContact()
+    {
+        const QString xls = m_dir.filePath(u"people.xls"_s);
+        QVERIFY(TestSupport::makeWorkbook(u"xls"_s, xls));
+        openWizard();
+        chooseWorkbook(xls);
+        QCOMPARE(sheetList(), (QStringList{u"People"_s, u"Second"_s}));
+        m_wizard->CmdNext_Click();
+        m_wizard->CmdNext_Click();
+        QCOMPARE(m_wizard->contactTable().count(), 4);
+        QCOMPARE(m_wizard->contactTable().cell(1, 0), u"Email"_s);
+    }
+
+    void goneAndDamagedWorkbooks_endTheStepCleanly()
+    {
+        const QString copy = m_dir.filePath(u"copy.xlsx"_s);
+        QVERIFY(QFile::copy(m_xlsx, copy));
+        const QString renamed = m_dir.filePath(u"renamed.xls"_s);
+        QVERIFY(TestSupport::writeFile(renamed, "Name,Email\r\nAnn,ann@example.com\r\n"));
+        TestSupport::MessageRecorder messages;
+        openWizard();
+        chooseWorkbook(copy);
+        QVERIFY(QFile::remove(copy));
+        messages.answerNext(MessageAnswer::Cancel);
+        m_wizard->CmdNext_Click();
+        QCOMPARE(messages.texts(), QStringList{u"File Doesn't Exists"_s});
+        QCOMPARE(messages.messages().last().buttons, MessageButtons::OkCancel);
+        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::DataSource));
+
+        // A text renamed to .xls opens as no workbook: the list stays as it was, the step ends
+        // without a word and the wizard stays on its page.
+        chooseWorkbook(renamed);
+        QCOMPARE(sheetList().size(), 5);
+        m_wizard->CmdNext_Click();
+        QCOMPARE(messages.messages().size(), 1);
+        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::DataSource));
+        QVERIFY(!m_wizard->progress()->isVisible());
+    }
 
     void customers_fromTheFirstPage_throughTheMap_toTheContacts()
     {
@@ -77,13 +164,6 @@ private slots:
         QCOMPARE(GetSetting(u"MSAccess"_s, u"TableName"_s), u"Customers"_s);
         QCOMPARE(GetSetting(u"MSAccess"_s, u"12"_s), u"CustomerID"_s);
 
-        // Back to the first page and on again: the same table is not read again.
-        m_wizard->CmdBack_Click();
-        m_wizard->CmdBack_Click();
-        m_wizard->contactTable().setChecked(1, false);
-        importTable();
-        QVERIFY(!table.at(1).checked);
-
         // Another table: its columns replace the map, and the remembered map is not applied to it.
         m_wizard->CmdBack_Click();
         m_wizard->CmdBack_Click();
@@ -104,8 +184,9 @@ private slots:
         openWizard();
         QVERIFY(!source()->txtPassword->isEnabled());
         browseDatabase(locked);
-        expectPasswordAsked(messages);
-        QCOMPARE(messages.messages().size(), 1);
+        QCOMPARE(messages.texts(), QStringList{u"Please enter a valid password!"_s});
+        QCOMPARE(messages.messages().last().title, u"Password required!"_s);
+        QVERIFY(source()->chkPassWd->isChecked() && source()->txtPassword->isEnabled());
         expectNoTables();
         // Nothing to import: Next says nothing and stays.
         m_wizard->CmdNext_Click();
@@ -123,54 +204,10 @@ private slots:
 
         // A stale stored password keeps the first show silent.
         messages.clear();
-        SaveSetting(u"MSAccess"_s, u"TableName"_s, u"Orders"_s);
         SaveSetting(u"MSAccess"_s, u"Password"_s, u"stale"_s);
         openWizard();
         QCOMPARE(messages.messages().size(), 0);
         expectNoTables();
-        closeWizard();
-
-        // With the right one the remembered table is chosen; the stale one typed later is told.
-        SaveSetting(u"MSAccess"_s, u"Password"_s, u"Nörd"_s);
-        openWizard();
-        QCOMPARE(source()->CboTable->currentText(), u"Orders"_s);
-        source()->chkPassWd->click();
-        source()->txtPassword->setText(u"stale"_s);
-        QTest::keyClick(source()->txtPassword, Qt::Key_Return);
-        expectPasswordAsked(messages);
-        closeWizard();
-
-        // A remembered table that is gone leaves the choice empty; Next shows the (empty) map.
-        SaveSetting(u"MSAccess"_s, u"TableName"_s, u"Members"_s);
-        openWizard();
-        QCOMPARE(source()->CboTable->currentIndex(), -1);
-        source()->LstDataSrc->setCurrentRow(3);
-        m_wizard->CmdNext_Click();
-        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::FieldMapping));
-        QCOMPARE(map()->CboField[0]->count(), 0);
-    }
-
-    void rowsThatBreakOff_leaveTheWizardOnTheMapPage()
-    {
-        // A reader that crashes after the first row, as mdbtools can on a damaged database.
-        QB_REQUIRE_ACCESS_FIXTURE(nwind, "nwind.mdb");
-        const QString crashing = TestSupport::writeShellScript(
-            m_dir.filePath(u"rows.sh"_s), "if [ \"$1\" = tables ]; then printf '2:OK1:15:Items3:END'; exit; fi\n"
-                                          "printf '2:OK1:24:Name4:Mail1:33:Ann9:a@b.c.org'\n"
-                                          "kill -SEGV $$\n");
-        AccessEngine::setReaderProgram(crashing, 5000); // it ends by itself at once
-        TestSupport::MessageRecorder messages;
-        openWizard();
-        browseDatabase(nwind);
-        QCOMPARE(source()->CboTable->currentText(), u"Items"_s);
-        m_wizard->CmdNext_Click();
-        QCOMPARE(map()->CboField[0]->currentText(), u"Name"_s);
-        m_wizard->CmdNext_Click();
-        AccessEngine::setReaderProgram({});
-        QCOMPARE(m_wizard->currentPage(), int(FrmMailMerge::FieldMapping));
-        QCOMPARE(m_wizard->contactTable().count(), 0);
-        QCOMPARE(messages.messages().size(), 0);
-        QCOMPARE(GetSetting(u"MSAccess"_s, u"TableName"_s), QString());
     }
 
     void databasesWithoutUserTables_andFilesThatAreNone()
@@ -205,5 +242,5 @@ private slots:
     }
 };
 
-QTEST_MAIN(WizardAccessTest)
-#include "tst_wizard_access.moc"
+QTEST_MAIN(WizardExcelAccessTest)
+#include "tst_wizard_excel_access.moc"
