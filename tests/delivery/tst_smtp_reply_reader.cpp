@@ -1,6 +1,5 @@
 #include "delivery/SmtpReplyReader.h"
 
-#include <QRandomGenerator>
 #include <QTest>
 
 namespace {
@@ -32,37 +31,6 @@ ReadOut readInPieces(const QByteArray& bytes, const QList<qsizetype>& cuts)
     return out;
 }
 
-// A conversation as servers write it, then bent at random: bytes changed, dropped, doubled.
-QByteArray mutated(QRandomGenerator& random)
-{
-    static const QList<QByteArray> pieces{"220 ready\r\n", "250-one\r\n250-SIZE 10\r\n250 HELP\r\n",
-                                          "354 go\n",      "550 no\r\n",
-                                          "250 OK",        "\r\n",
-                                          "221-a\r\n",     "221 bye\r\n",
-                                          "-\r\n"};
-    QByteArray bytes;
-    const int count = random.bounded(1, 8);
-    for (int i = 0; i < count; ++i) {
-        bytes += pieces.at(random.bounded(pieces.size()));
-    }
-    const int changes = random.bounded(4);
-    for (int i = 0; i < changes && !bytes.isEmpty(); ++i) {
-        const qsizetype at = random.bounded(bytes.size());
-        switch (random.bounded(3)) {
-        case 0:
-            bytes[at] = static_cast<char>(random.bounded(256));
-            break;
-        case 1:
-            bytes.remove(at, 1);
-            break;
-        default:
-            bytes.insert(at, bytes.mid(at, random.bounded(1, 12)));
-            break;
-        }
-    }
-    return bytes;
-}
-
 } // namespace
 
 class SmtpReplyReaderTest : public QObject
@@ -72,10 +40,16 @@ class SmtpReplyReaderTest : public QObject
 private slots:
     void repliesAreReadWhole_byTheirLastLine_withOrWithoutCarriageReturns()
     {
-        const ReadOut out = readInPieces("220 ready\r\n250-one\n250-two\r\n250 three\n421\r\n", {});
+        const QByteArray replies = "220 ready\r\n250-one\n250-two\r\n250 three\n421\r\n";
+        const ReadOut out = readInPieces(replies, {});
         QCOMPARE(out.codes, (QList<QByteArray>{"220", "250", "421"}));
         QCOMPARE(out.texts.at(1), QByteArray("250-one 250-two 250 three"));
         QVERIFY(!out.garbled);
+        // Cut into small pieces, one of them between a CR and its LF, it reads the same (the fuzz
+        // target fuzz_smtp_replies bends and cuts such conversations at random).
+        const ReadOut cut = readInPieces(replies, {1, 3, 8, 10, 14, 18, 19, 23});
+        QCOMPARE(cut.codes, out.codes);
+        QCOMPARE(cut.texts, out.texts);
         // A reply whose last line has not ended yet is not a reply yet.
         QVERIFY(readInPieces("250-one\r\n250 two", {}).codes.isEmpty());
     }
@@ -95,26 +69,6 @@ private slots:
         const ReadOut out = readInPieces("220 ready\r\nnonsense\r\n250 OK\r\n", {});
         QCOMPARE(out.codes, QList<QByteArray>{"220"});
         QVERIFY(out.garbled);
-    }
-
-    void mutatedConversations_readTheSame_howeverTheyAreCut()
-    {
-        QRandomGenerator random(20261125);
-        for (int round = 0; round < 4000; ++round) {
-            const QByteArray bytes = mutated(random);
-            const ReadOut whole = readInPieces(bytes, {});
-            QList<qsizetype> cuts;
-            for (qsizetype at = 0; at < bytes.size(); at += random.bounded(1, 6)) {
-                cuts << at;
-            }
-            const ReadOut cut = readInPieces(bytes, cuts);
-            QCOMPARE(cut.codes, whole.codes);
-            QCOMPARE(cut.texts, whole.texts);
-            QCOMPARE(cut.garbled, whole.garbled);
-            for (const QByteArray& code : whole.codes) {
-                QVERIFY(code.size() == 3 && code.at(0) >= '0' && code.at(0) <= '9');
-            }
-        }
     }
 };
 

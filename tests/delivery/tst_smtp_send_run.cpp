@@ -6,7 +6,6 @@
 #include "delivery/SmtpSendRun.h"
 #include "merge/TokenEngine.h"
 
-#include <QElapsedTimer>
 #include <QFile>
 #include <QFileInfo>
 #include <QJsonArray>
@@ -232,17 +231,6 @@ private slots:
     {
         const qsizetype seen = m_sink->messages().size();
         SmtpAccount& account = m_account;
-        account.mailsPerMinute = 120;
-        QElapsedTimer clock;
-        clock.start();
-        {
-            FakeRunView view;
-            SmtpSendRun run(view, account);
-            QVERIFY(run.RunSmtpSend(input()).completed());
-            QCOMPARE(run.accepted(), 3);
-        }
-        QVERIFY2(clock.elapsed() >= 1000, qPrintable(QString::number(clock.elapsed())));
-
         // Six a minute: ten seconds between mails, counted down on the run page, cut short by Cancel.
         const QString folder = m_dir.filePath(u"resume"_s);
         SendRunInput in = input();
@@ -279,7 +267,7 @@ private slots:
         SmtpSendRun run(view, account);
         QVERIFY(run.RunSmtpSend(in).completed());
         QCOMPARE(run.counts().text(), u"2 sent, 0 failed, 1 skipped"_s);
-        QStringList reached = recipients(m_sink->messages(seen + 6, 300).mid(seen + 3));
+        QStringList reached = recipients(m_sink->messages(seen + 3, 300).mid(seen));
         reached.sort();
         QCOMPARE(reached, (QStringList{u"ann@example.com"_s, u"bjorn@example.com"_s, u"cy@example.com"_s}));
         QVERIFY(PastRun::read(past->path()).value().finished());

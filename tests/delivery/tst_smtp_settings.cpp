@@ -3,9 +3,7 @@
 #include "delivery/FrmSmtp.h"
 #include "delivery/SmtpAccount.h"
 
-#include <QApplication>
 #include <QCheckBox>
-#include <QLabel>
 #include <QLineEdit>
 #include <QPointer>
 #include <QSlider>
@@ -43,19 +41,6 @@ private slots:
         QTest::qWait(5);
     }
 
-    void freshStore_givesPort25_noLogin_andTheLowestTimeout()
-    {
-        QCOMPARE(SmtpAccount::current().port, 25);
-        QCOMPARE(SmtpAccount::current().interval, 0); // no timeout until the first save
-        FrmSmtp* dialog = open();
-        QCOMPARE(dialog->txtSMTPPort->text(), u"25"_s);
-        QVERIFY(!dialog->chkAuth->isChecked());
-        QVERIFY(!dialog->txtUser->isEnabled());
-        QCOMPARE(dialog->lblSec->text(), u"30 Seconds"_s);
-        dialog->sldr->setValue(95);
-        QCOMPARE(dialog->lblSec->text(), u"90 Seconds"_s);
-    }
-
     void port465_speaksTlsFromTheFirstByte_unlessEncryptionIsOff()
     {
         struct Case
@@ -75,30 +60,6 @@ private slots:
             account.noEncryption = one.noEncryption;
             QVERIFY2(account.tlsFromTheFirstByte() == one.expected, qPrintable(QString::number(one.port)));
         }
-    }
-
-    void storedAccount_fillsTheForm_andOkWithoutLoginKeepsTheUserText()
-    {
-        SaveSetting(u"SMTP"_s, u"SMTPServer"_s, u"mail.example.org"_s);
-        SaveSetting(u"SMTP"_s, u"SMTPPort"_s, u"587"_s);
-        SaveSetting(u"SMTP"_s, u"Interval"_s, u"240"_s);
-        SaveSetting(u"SMTP"_s, u"User"_s, u"kept"_s);
-        SaveSetting(u"SMTP"_s, u"ReplyEmail"_s, u"reply@example.org"_s);
-        FrmSmtp* dialog = open();
-        QCOMPARE(dialog->txtSmtp->text(), u"mail.example.org"_s);
-        QCOMPARE(dialog->txtSMTPPort->text(), u"587"_s);
-        QCOMPARE(dialog->lblSec->text(), u"240 Seconds"_s);
-        QCOMPARE(dialog->txtReply->text(), u"reply@example.org"_s);
-        QCOMPARE(dialog->txtUser->text(), u"kept"_s);
-        // Unchecked, the login boxes are off; checked, they are back.
-        QVERIFY(!dialog->txtUser->isEnabled());
-        dialog->chkAuth->click();
-        QVERIFY(dialog->txtPwd->isEnabled());
-        dialog->chkAuth->click();
-        dialog->txtFromMail->setText(u"news@example.org"_s);
-        dialog->cmdOk_Click(0);
-        QCOMPARE(stored(u"ChkAth"_s), u"0"_s);
-        QCOMPARE(stored(u"User"_s), u"kept"_s);
     }
 
     void ok_testsInItsOrder_thenSavesEveryKey_trimmed()
@@ -144,28 +105,6 @@ private slots:
         for (const auto& [key, value] : keys) {
             QCOMPARE(stored(key), value);
         }
-    }
-
-    void cancelAndTheCloseBox_testTooWithTheirOwnSlips_andSaveNothing()
-    {
-        TestSupport::MessageRecorder messages;
-        FrmSmtp* dialog = open();
-        dialog->cmdOk_Click(1);
-        QCOMPARE(messages.lastText(), u"Please Specify From Mail!"_s);
-        QCOMPARE(QApplication::focusWidget(), dialog->txtSmtp); // not the address box
-        dialog->close();
-        QVERIFY(dialog->isVisible());
-        dialog->txtFromMail->setText(u"news@example.org"_s);
-        dialog->txtSmtp->setText(u"smtp.example.org"_s);
-        dialog->chkAuth->click();
-        dialog->cmdOk_Click(1);
-        QCOMPARE(messages.lastText(), u"Please Fill Authentication Details !"_s);
-        QCOMPARE(messages.messages().size(), 3);
-        dialog->chkAuth->click();
-        dialog->cmdOk_Click(1);
-        QTRY_VERIFY(m_dialog.isNull() || !m_dialog->isVisible());
-        QCOMPARE(stored(u"FromEmail"_s), u"none"_s);
-        QCOMPARE(stored(u"SMTPServer"_s), u"none"_s);
     }
 };
 
