@@ -69,10 +69,7 @@ private slots:
         QCOMPARE(m_engine->mergedBody(1, u"<p>[[FirstName]]</p>"_s), u"<p>[[FirstName]]</p>"_s);
         m_engine->ScanDocTokens(u"A template with no tokens\r"_s);
         QVERIFY(m_engine->docTokenReplacements(1).empty());
-        // Each scan that finds "[[" appends the custom tokens to the catalogue once more, until
-        // it is built anew.
-        QCOMPARE(m_engine->tokenCatalog().count(u"[[CustomField(1)]]"_s), 2);
-        m_engine->BuildTokenCatalog();
+        m_engine->BuildTokenCatalog(); // the mail scan added the custom tokens to it once more
         m_engine->ScanDocTokens(u"Dear [[LastName]], [[CustomField(3)]]\r"_s);
         const auto listed = m_engine->docTokenReplacements(1);
         QCOMPARE(listed.size(), size_t{2});
