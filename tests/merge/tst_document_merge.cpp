@@ -2,7 +2,6 @@
 #include "TestSupport.h"
 #include "contacts/ContactTable.h"
 #include "core/ListSeparator.h"
-#include "core/SettingsKeys.h"
 #include "merge/DocumentMerge.h"
 #include "merge/TokenEngine.h"
 #include "wordlink/DocumentEngine.h"
@@ -31,12 +30,10 @@ private slots:
         TokenEngine tokens(table);
         tokens.setSourceIndex(5);
 
-        // The scan lists the tokens of the main text and raises the office flag.
-        SettingsStore::instance().setValue(Keys::WordRunning, u"?"_s);
+        // The scan lists the tokens of the main text.
         QVERIFY(DocumentMerge::ScanDocTokens(tokens, letter).ok());
         QCOMPARE(tokens.docTokens().split(ListSeparatorChar, Qt::SkipEmptyParts).join(u' '),
                  u"[[Email1Address]] [[FirstName]] [[LastName]] [[CompanyName]] [[Business-City]] [[WebPage]]"_s);
-        QCOMPARE(SettingsStore::instance().value(Keys::WordRunning), u"N"_s);
         QVERIFY(!DocumentMerge::ScanDocTokens(tokens, dir.filePath(u"gone.docx"_s)).ok());
 
         auto application = wordlink::NewApplication();
