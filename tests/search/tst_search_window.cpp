@@ -148,17 +148,16 @@ private slots:
         QTemporaryDir dir;
         plant(dir, {u"top.docx=budget"_s, u"a/deeper.docx=budget"_s});
         FrmSearch* window = openWindow(dir.path(), u"budget"_s);
-        QStringList during;
+        bool onlyStopEnabled = false;
         // Runs at the walk's first turn of the event loop, before the first folder's files: the
         // controls are locked but Stop, so Enter starts no second run.
         QTimer::singleShot(0, window, [&] {
-            during << (window->CmdFind[0]->isEnabled() ? u"find on"_s : u"find off"_s)
-                   << (window->CmdFind[2]->isEnabled() ? u"stop on"_s : u"stop off"_s);
+            onlyStopEnabled = !window->CmdFind[0]->isEnabled() && window->CmdFind[2]->isEnabled();
             QTest::keyClick(window->txtwords, Qt::Key_Return);
             window->CmdFind[2]->click();
         });
         window->RunSearch();
-        QCOMPARE(during, (QStringList{u"find off"_s, u"stop on"_s}));
+        QVERIFY(onlyStopEnabled);
         QCOMPARE(names(window->lvList), QStringList{u"top.docx"_s});
         QVERIFY(window->CmdFind[0]->isEnabled());
 
