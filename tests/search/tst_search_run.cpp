@@ -119,7 +119,6 @@ private slots:
             QString typed, pattern;
             bool remember;
         } criteria[] = {
-            {u"*.*"_s, u"*.Doc"_s, true},
             {u"*.docx"_s, u"**.docx"_s, true},
             {u"*.txt"_s, QString(), false},
             {u"invoice"_s, u"*invoice*.Doc"_s, true},

