@@ -24,20 +24,18 @@ using namespace wordlink;
 
 namespace {
 
-// The wizard as the session sees it.
+// The wizard as the session sees it, shown, with a tab-separated text file as its source.
 struct Wizard : DocOwner
 {
-    bool visible = true;
     bool mail = true;
     bool postal = false;
-    int source = 4; // a tab-separated text file
     std::array<QString, 3> headings{u"Region"_s, u"Member (since)"_s, u"Notes"_s};
     std::array<QString, 2> templates;
 
-    bool isWizardVisible() const override { return visible; }
+    bool isWizardVisible() const override { return true; }
     bool isMailMergeChecked() const override { return mail; }
     bool isPostalMergeChecked() const override { return postal; }
-    int sourceIndex() const override { return source; }
+    int sourceIndex() const override { return 4; }
     QString columnHeading(int column) const override { return headings.at(column - 14); }
     void setTemplateText(int index, const QString& path) override { templates.at(index) = path; }
 };
