@@ -15,10 +15,10 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-void plant(const QTemporaryDir& dir, const QStringList& names, const QByteArray& bytes = "xxxxxxxxxx")
+void plant(const QTemporaryDir& dir, const QStringList& names)
 {
     for (const QString& name : names) {
-        QVERIFY(TestSupport::writeFile(dir.filePath(name), bytes));
+        QVERIFY(TestSupport::writeFile(dir.filePath(name), "xxxxxxxxxx"));
     }
 }
 
@@ -119,17 +119,14 @@ private slots:
             QString typed, pattern;
             bool remember;
         } criteria[] = {
-            {u"*.*"_s, u"*.Doc"_s, true},       {u"Report.DOC"_s, u"*Report.DOC"_s, true},
-            {u"*.docx"_s, u"**.docx"_s, true},  {u"*.txt"_s, QString(), false},
-            {u"notes.txt"_s, QString(), false}, {u"invoice"_s, u"*invoice*.Doc"_s, true},
-            {u"inv*"_s, u"*inv**.Doc"_s, true},
+            {u"*.docx"_s, u"**.docx"_s, true},
+            {u"*.txt"_s, QString(), false},
+            {u"invoice"_s, u"*invoice*.Doc"_s, true},
         };
         for (const auto& row : criteria) {
             const SearchPattern::Normalized normalized = SearchPattern::NormalizeCriteria(row.typed);
             QVERIFY2(normalized.pattern == row.pattern && normalized.remember == row.remember, qPrintable(row.typed));
         }
-        QVERIFY(SearchPattern::shouldRemember({u"*.Doc"_s}, u"invoice"_s));
-        QVERIFY(!SearchPattern::shouldRemember({u"*.Doc"_s, u"Invoice"_s}, u" INVOICE "_s));
 
         // File names take Windows' rule for three-letter endings; `like` is the pattern matcher.
         const struct
@@ -138,21 +135,13 @@ private slots:
             bool fileName, matches;
         } names[] = {
             {u"Letter.docx"_s, u"*.Doc"_s, true, true},
-            {u"Letter.DOCM"_s, u"*.Doc"_s, true, true},
             {u"Letter.doc.bak"_s, u"*.Doc"_s, true, false},
             {u"my invoice 7.docx"_s, u"*invoice*.Doc"_s, true, true},
             {u"a.docxx"_s, u"**.docx"_s, true, false},
-            {u"a.doc"_s, QString(), true, false},
             {u"A1.DOC"_s, u"[A-C]#.DOC"_s, false, true},
             {u"C1.DOC"_s, u"[A-C]#.DOC"_s, false, true},
             {u"D1.DOC"_s, u"[A-C]#.DOC"_s, false, false},
-            {u"@1.DOC"_s, u"[A-C]#.DOC"_s, false, false},
-            {u"a1.doc"_s, u"[A-C]#.DOC"_s, false, false},
-            {u"AB.DOC"_s, u"[A-C]#.DOC"_s, false, false},
-            {u"X.DOC"_s, u"[!A-C]?DOC"_s, false, true},
             {u"C.DOC"_s, u"[!A-C]?DOC"_s, false, false},
-            {u"B7"_s, u"[XBZ]#"_s, false, true},
-            {u"a.b.doc"_s, u"*.doc"_s, false, true},
             {u"a.docx"_s, u"*.doc"_s, false, false},
             {u"A"_s, u"[A"_s, false, false},
         };
@@ -177,20 +166,8 @@ private slots:
         QCOMPARE(walk(dir.path(), true, u"c.docx"_s).join(u' '), u"a.doc b.docx C.doc c.docx y.doc"_s);
     }
 
-    void theEventLoop_runsEveryFifthFolder_andWhenADocumentKeepsItWaiting()
+    void theEventLoop_runsWhenADocumentKeepsItWaiting()
     {
-        QTemporaryDir dir;
-        for (int i = 0; i < 12; ++i) {
-            plant(dir, {u"f%1/x%1.doc"_s.arg(i, 2, 10, QChar(u'0'))});
-        }
-        int folders = 0;
-        QList<int> pumpedAt;
-        SearchRun whole({[&](const QString&) { ++folders; }, {}, [&] { pumpedAt << folders; }, {}}, nullptr);
-        whole.setPumpInterval(3600000);
-        whole.WalkFolder(dir.path(), u"*.Doc"_s, true, std::nullopt);
-        QCOMPARE(folders, 13);
-        QCOMPARE(pumpedAt, (QList<int>{0, 5, 10})); // before folders 1, 6 and 11
-
         // Documents of 30 ms each, one at a time or side by side on every processor: the loop runs
         // about every 40 ms meanwhile.
         QTemporaryDir slow;
@@ -208,61 +185,10 @@ private slots:
         }
     }
 
-    void documentsSearchedSideBySide_giveTheWalksOrder_andTheWindowLives()
+    void rows_keepTheSizeOfLargeFiles()
     {
-        // The walk's order: a folder's own files, then its subfolders.
-        const QString tree = m_dir.filePath(u"side"_s);
-        const QStringList expected = plantDocuments(tree, numbered({u""_s, u"a/"_s, u"a/deep/"_s, u"b/"_s}, 30));
-        EngineSearcher searcher;
-        QStringList found;
-        QStringList statuses;
-        bool stopAtA = false;
-        const auto search = [&] {
-            found.clear();
-            statuses.clear();
-            SearchRun run({[&](const QString& status) { statuses << status; },
-                           [&](const ResultRow& row) { found << QDir(tree).relativeFilePath(row.path); },
-                           {},
-                           [&] {
-                               return stopAtA && found.contains(u"a/d00.docx"_s);
-                           }},
-                          &searcher);
-            return run.WalkFolder(tree, u"*.Doc"_s, true, wordsOf(u"zebra"_s));
-        };
-        RunOutcome outcome = search();
-        QCOMPARE(found, expected);
-        QCOMPARE(outcome.ending, RunOutcome::Ending::Completed);
-        QCOMPARE(outcome.done, int(expected.size()));
-        // Each document's status comes right after its folder's, in the walk's order.
-        QCOMPARE(statuses.size(), 4 + 120);
-        QCOMPARE(statuses.at(1), u"Processing document: "_s + tree + u"/d00.docx"_s);
-        QCOMPARE(statuses.at(31), QDir::toNativeSeparators(tree + u"/a"_s));
-
-        // Stop pressed at the first hit of folder a: the rows are the walk's first rows.
-        stopAtA = true;
-        outcome = search();
-        QCOMPARE(outcome.ending, RunOutcome::Ending::Cancelled);
-        QVERIFY(found.size() < expected.size());
-        QCOMPARE(found, expected.mid(0, found.size()));
-    }
-
-    void rows_carryFolderDateSizeAndType()
-    {
-        QTemporaryDir dir;
-        plant(dir, {u"a.docx"_s}, QByteArray(1536, 'x'));
-        plant(dir, {u"c.doc"_s}, QByteArray(512, 'x'));
-        QFile file(dir.filePath(u"a.docx"_s));
-        QVERIFY(file.open(QIODevice::ReadWrite));
-        QVERIFY(file.setFileTime(QDateTime(QDate(2024, 3, 5), QTime(14, 7, 9)), QFileDevice::FileModificationTime));
-        file.close();
-        const ResultRow row = ResultRow::fromFile(QFileInfo(file));
-        QCOMPARE(row.name, u"a.docx"_s);
-        QCOMPARE(row.folder, QDir(dir.path()).absolutePath());
-        QCOMPARE(row.modified, u"05/03/2024 02:07:09 PM"_s);
-        QVERIFY(!row.type.isEmpty());
-        QCOMPARE(row.size, u"2 KB"_s);                                                      // 1.5 rounds to the even 2
-        QCOMPARE(ResultRow::fromFile(QFileInfo(dir.filePath(u"c.doc"_s))).size, u"0 KB"_s); // 0.5 to 0
         // 40 MB would overflow a 16-bit count of kilobytes; it keeps its size.
+        QTemporaryDir dir;
         QFile large(dir.filePath(u"large.doc"_s));
         QVERIFY(large.open(QIODevice::WriteOnly) && large.resize(qint64(40) * 1024 * 1024));
         large.close();
@@ -285,13 +211,13 @@ private slots:
         EngineSearcher searcher;
         QStringList found;
         QStringList backups;
-        const auto search = [&](const QString& folder, const QString& words, bool replace) {
+        const auto replace = [&] {
             SearchRun run({{}, [&](const ResultRow& row) { found << row.name; }, {}, {}}, &searcher);
-            run.WalkFolder(folder, u"*.Doc"_s, true, wordsOf(words, replace, words));
+            run.WalkFolder(root, u"*.Doc"_s, true, wordsOf(u"zebra"_s, true, u"zebra"_s));
             backups << run.backupFolder();
         };
-        search(root, u"zebra"_s, true);
-        search(root, u"zebra"_s, true);
+        replace();
+        replace();
         // The copies in the first run's backup folder are no hits of the second run.
         QCOMPARE(found, (QStringList{u"hit.docx"_s, u"hit.docx"_s}));
         QVERIFY(backups.at(0).startsWith(root + u"/Backups/"_s));
@@ -302,52 +228,65 @@ private slots:
         QVERIFY(!QFile::exists(backups.at(0) + u"/miss.docx"_s));
         QCOMPARE(TestSupport::readFile(root + u"/miss.docx"_s), before[1]);
         QCOMPARE(QFileInfo(root + u"/miss.docx"_s).lastModified(), dayBefore);
-
-        // Chosen as the tree itself, the backups are searched; a replace run without a hit keeps no folder.
-        search(root + u"/Backups"_s, u"zebra"_s, false);
-        QCOMPARE(found.size(), 4);
-        search(root, u"nowhere"_s, true);
-        QCOMPARE(backups.last(), QString());
-        QCOMPARE(QDir(root + u"/Backups"_s).entryList(QDir::Dirs | QDir::NoDotAndDotDot).size(), 2);
     }
 
-    void aReplaceRun_readsBesideOthers_andChangesEachHitInItsTurn()
+    void documentsReadSideBySide_giveTheWalksOrder_andAReplaceChangesEachHitInItsTurn()
     {
-        // Every third document holds the word; a link in the last folder names the first hit
-        // again, and is read while that hit may still be unchanged.
-        const QString tree = m_dir.filePath(u"replace"_s);
-        const QStringList names = numbered({u"a/"_s, u"b/"_s}, 12);
-        QStringList hits = plantDocuments(tree, names);
-        QDir().mkpath(tree + u"/c"_s);
-        QVERIFY(QFile::link(tree + u"/a/d00.docx"_s, tree + u"/c/link.docx"_s));
         EngineSearcher searcher;
         QStringList found;
-        bool stopAtFirstRow = false;
-        const auto replace = [&] {
+        QStringList statuses;
+        QString stopAt; // the row after which Stop is pressed
+        const auto search = [&](const QString& tree, bool replace) {
             found.clear();
-            SearchRun run({{},
+            statuses.clear();
+            SearchRun run({[&](const QString& status) { statuses << status; },
                            [&](const ResultRow& row) { found << QDir(tree).relativeFilePath(row.path); },
                            {},
                            [&] {
-                               return stopAtFirstRow && !found.isEmpty();
+                               return !stopAt.isEmpty() && found.contains(stopAt);
                            }},
                           &searcher);
-            return run.WalkFolder(tree, u"*.Doc"_s, true, wordsOf(u"zebra"_s, true));
+            return run.WalkFolder(tree, u"*.Doc"_s, true, wordsOf(u"zebra"_s, replace));
         };
-        QCOMPARE(replace().done, int(hits.size()));
+        // The walk's order: a folder's own files, then its subfolders; each document's status
+        // comes right after its folder's.
+        const QString tree = m_dir.filePath(u"side"_s);
+        const QStringList expected = plantDocuments(tree, numbered({u""_s, u"a/"_s, u"a/deep/"_s, u"b/"_s}, 30));
+        RunOutcome outcome = search(tree, false);
+        QCOMPARE(found, expected);
+        QCOMPARE(outcome.ending, RunOutcome::Ending::Completed);
+        QCOMPARE(outcome.done, int(expected.size()));
+        QCOMPARE(statuses.size(), 4 + 120);
+        QCOMPARE(statuses.at(1), u"Processing document: "_s + tree + u"/d00.docx"_s);
+        QCOMPARE(statuses.at(31), QDir::toNativeSeparators(tree + u"/a"_s));
+        // Stop pressed at the first hit of folder a: the rows are the walk's first rows.
+        stopAt = u"a/d00.docx"_s;
+        outcome = search(tree, false);
+        QCOMPARE(outcome.ending, RunOutcome::Ending::Cancelled);
+        QVERIFY(found.size() < expected.size());
+        QCOMPARE(found, expected.mid(0, found.size()));
+
+        // A replace run. Every third document holds the word; a link in the last folder names the
+        // first hit again, and is read while that hit may still be unchanged.
+        const QString changed = m_dir.filePath(u"replace"_s);
+        const QStringList names = numbered({u"a/"_s, u"b/"_s}, 12);
+        QStringList hits = plantDocuments(changed, names);
+        QDir().mkpath(changed + u"/c"_s);
+        QVERIFY(QFile::link(changed + u"/a/d00.docx"_s, changed + u"/c/link.docx"_s));
+        stopAt.clear();
+        QCOMPARE(search(changed, true).done, int(hits.size()));
         QCOMPARE(found, hits); // the link's document no longer held the word in its turn
         for (const QString& name : std::as_const(hits)) {
-            QCOMPARE(TestSupport::documentText(tree + u'/' + name), u"A horse here\rand a horse there\r"_s);
+            QCOMPARE(TestSupport::documentText(changed + u'/' + name), u"A horse here\rand a horse there\r"_s);
         }
-        QCOMPARE(TestSupport::documentText(tree + u"/a/d01.docx"_s), u"Nothing to see\r"_s);
-
+        QCOMPARE(TestSupport::documentText(changed + u"/a/d01.docx"_s), u"Nothing to see\r"_s);
         // Stop at the first row: the rest of that folder is changed, no later folder.
-        hits = plantDocuments(tree, names);
-        stopAtFirstRow = true;
-        QCOMPARE(replace().ending, RunOutcome::Ending::Cancelled);
+        hits = plantDocuments(changed, names);
+        stopAt = hits.first();
+        QCOMPARE(search(changed, true).ending, RunOutcome::Ending::Cancelled);
         QCOMPARE(found, hits.mid(0, 4));
-        QVERIFY(!TestSupport::documentText(tree + u"/a/d09.docx"_s).contains(u"zebra"_s));
-        QVERIFY(TestSupport::documentText(tree + u"/b/d00.docx"_s).contains(u"zebra"_s));
+        QVERIFY(!TestSupport::documentText(changed + u"/a/d09.docx"_s).contains(u"zebra"_s));
+        QVERIFY(TestSupport::documentText(changed + u"/b/d00.docx"_s).contains(u"zebra"_s));
     }
 };
 

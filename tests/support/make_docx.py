@@ -7,8 +7,6 @@
   make_docx.py plain OUT TEXT one paragraph per "|"-separated piece of TEXT
   make_docx.py pages OUT N    a letter of about N pages with twelve tokens, a table and a picture
   make_docx.py template OUT   the letter saved as a Word template (.dotx)
-  make_docx.py fastest OUT    the letter with every entry compressed at zlib's fastest level, which
-                              no other writer uses, so that an entry compressed anew shows
 """
 import base64
 import io
@@ -97,16 +95,16 @@ def pages(count):
     return document
 
 
-def rezip(document, out, as_template=False, level=None):
-    """The document written again entry by entry: as a template, or at another compression level."""
+def rezip(document, out):
+    """The document written again entry by entry as a template."""
     buffer = io.BytesIO()
     document.save(buffer)
     with zipfile.ZipFile(buffer) as source, zipfile.ZipFile(out, "w", zipfile.ZIP_DEFLATED) as target:
         for item in source.infolist():
             data = source.read(item.filename)
-            if as_template and item.filename == "[Content_Types].xml":
+            if item.filename == "[Content_Types].xml":
                 data = data.replace(b"wordprocessingml.document.main+xml", b"wordprocessingml.template.main+xml")
-            target.writestr(item, data, compresslevel=level)
+            target.writestr(item, data)
 
 
 def main():
@@ -119,8 +117,8 @@ def main():
         document.save(out)
     elif kind in ("letter", "pages"):
         (letter() if kind == "letter" else pages(int(extra[0]))).save(out)
-    elif kind in ("template", "fastest"):
-        rezip(letter(), out, as_template=kind == "template", level=1 if kind == "fastest" else None)
+    elif kind == "template":
+        rezip(letter(), out)
     else:
         raise SystemExit("unknown kind " + kind)
 

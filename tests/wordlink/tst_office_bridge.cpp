@@ -4,9 +4,7 @@
 #include "wordlink/BridgeDocument.h"
 #include "wordlink/DocumentEngine.h"
 #include "wordlink/OfficeBridge.h"
-#include "wordlink/OoxmlPackage.h"
 
-#include <QDir>
 #include <QFile>
 #include <QProcess>
 #include <QRegularExpression>
@@ -81,32 +79,17 @@ private slots:
         QVERIFY(text.contains(u"[[LastName]]\r\a"_s));    // the table's cells belong to the text
         QVERIFY(text.contains(u"club\r\fSecond page"_s)); // the page break as a form feed
         QVERIFY(!text.contains(u"Header for"_s));
-        // Find hands Word's options to the office suite: letter case, whole words, wildcards.
-        QVERIFY(document->Find(u"[[firstname]]"_s, {}).value());
-        QVERIFY(!document->Find(u"[[firstname]]"_s, {true, false, false}).value());
-        QVERIFY(!document->Find(u"clu"_s, {false, true, false}).value());
-        QVERIFY(document->Find(u"<Qu*y>"_s, {false, false, true}).value());
+        QVERIFY(!document->Find(u"[[firstname]]"_s, {true, false, false}).value()); // Word's options reach the suite
 
         QCOMPARE(document->ReplaceAll(u"[[FirstName]]"_s, u"Zoë"_s, {}).value(), 2);
-        QCOMPARE(document->ReplaceAll(u"(Kind) (regards)"_s, u"\\2 \\1"_s, {false, false, true}).value(), 1);
         const QString merged = m_dir.filePath(u"merged.doc"_s);
         QVERIFY(document->SaveAs(merged).ok());
         document->Close();
         QVERIFY(TestSupport::readFile(merged).startsWith("\xD0\xCF\x11\xE0")); // a Word 97-2003 compound file
         const QString again = TestSupport::documentText(merged);
         QVERIFY(again.startsWith(u"Dear Zoë,\r"_s));
-        QVERIFY(again.contains(u"regards Kind"_s));
-        // The header keeps its token: seen by converting back to the open format.
-        const QString back = m_dir.filePath(u"back.docx"_s);
-        QVERIFY(BridgeDocument::convert(merged, back).ok());
-        const Result<OoxmlPackage> backPackage = OoxmlPackage::open(back);
-        QVERIFY(backPackage.ok() &&
-                backPackage->part(u"word/header1.xml"_s).value().contains("Header for [[FirstName]]"));
 
-        // An .rtf is read as well; a .doc template gives a document that pages can be appended to.
-        const QString rtf = m_dir.filePath(u"letter.rtf"_s);
-        QVERIFY(BridgeDocument::convert(m_docx, rtf).ok());
-        QVERIFY(TestSupport::documentText(rtf).contains(u"[[CompanyName]]"_s));
+        // A .doc template gives a document that pages can be appended to.
         std::unique_ptr<Document> fresh = std::move(m_application->Add(m_doc)).value();
         QVERIFY(fresh->AppendPageBreakAndText(u"Appended\rtwo lines"_s).ok());
         const QString combined = m_dir.filePath(u"combined.doc"_s);
@@ -129,13 +112,9 @@ private slots:
         const QString text = TestSupport::documentText(odt);
         QVERIFY(text.contains(u"Acme & Co\tis at [[Business-City]]"_s));
         QVERIFY2(text.startsWith(u"Dear Zoë\tW\vX,\r"_s), qPrintable(text.left(30)));
-        // Saving a native document as .doc goes through the office suite.
-        const QString asDoc = m_dir.filePath(u"native-as.doc"_s);
-        QVERIFY(document->SaveAs(asDoc).ok());
-        QVERIFY(TestSupport::documentText(asDoc).contains(u"Acme & Co"_s));
     }
 
-    void anOfficeCrash_failsTheStep_andTheNextUseStartsAfresh()
+    void anOfficeCrash_failsTheStep_andAKilledHelperTakesItsOfficeSuiteAlong()
     {
         auto document = openDocument(*m_application, m_doc);
         QVERIFY(document);
@@ -145,16 +124,12 @@ private slots:
         QVERIFY(!document->ContentText().ok());
         QTRY_VERIFY_WITH_TIMEOUT(!isRunning(helper), 20000); // the helper ended with its office suite
         QVERIFY(TestSupport::documentText(m_doc).startsWith(u"Dear"_s));
-        QVERIFY(helperAndOffice().first != helper);
-    }
 
-    void aKilledHelper_takesItsOfficeSuiteAlong_andIsStartedAgain()
-    {
-        QVERIFY(openDocument(*m_application, m_doc));
-        const auto [helper, office] = helperAndOffice();
-        QVERIFY(helper > 0 && office > 0);
-        QCOMPARE(::kill(static_cast<pid_t>(helper), SIGKILL), 0);
-        QTRY_VERIFY_WITH_TIMEOUT(!isRunning(office), 10000);
+        // The next use started a fresh helper; killed, it takes its office suite along.
+        const auto [fresh, itsOffice] = helperAndOffice();
+        QVERIFY(fresh > 0 && fresh != helper && itsOffice > 0);
+        QCOMPARE(::kill(static_cast<pid_t>(fresh), SIGKILL), 0);
+        QTRY_VERIFY_WITH_TIMEOUT(!isRunning(itsOffice), 10000);
         // The dead helper is noticed on this call or the next; then a fresh one serves.
         Result<std::unique_ptr<Document>> served = m_application->Open(m_doc, true);
         if (!served.ok()) {
@@ -162,9 +137,6 @@ private slots:
         }
         QVERIFY2(served.ok(), qPrintable(served.error().message));
         QVERIFY(served.value()->ContentText().value().startsWith(u"Dear"_s));
-        QVERIFY(!m_application->Open(m_dir.filePath(u"nowhere.doc"_s), true).ok());
-        // The fresh helper removed the profile the killed one left behind.
-        QCOMPARE(QDir::temp().entryList({u"quillbay-office-%1-*"_s.arg(helper)}, QDir::Dirs), QStringList());
     }
 
     void aMissingOfficeSuite_failsTheStep_untilItIsThere()
