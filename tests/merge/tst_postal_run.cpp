@@ -2,6 +2,7 @@
 #include "FakeRunView.h"
 #include "TestSupport.h"
 #include "contacts/ContactTable.h"
+#include "core/AppPaths.h"
 #include "merge/PostalMergeRun.h"
 #include "merge/RunView.h"
 #include "merge/TokenEngine.h"
@@ -104,6 +105,9 @@ private slots:
             QCOMPARE(run.run(input(m_template, combined), combinedForm ? QString() : letters).done, 10);
             if (combinedForm) { // the letters added before the Cancel are kept
                 QCOMPARE(documentText(combined).count(u"Dear "_s), 10);
+                // Only the last letter stands under the scratch name.
+                const QString scratch = AppPaths::file(PostalMergeRun::scratchName(m_template));
+                QVERIFY(documentText(scratch).startsWith(u"Dear Name10,"_s));
             } else {
                 QCOMPARE(QDir(letters).entryList(QDir::Files).size(), 10);
             }

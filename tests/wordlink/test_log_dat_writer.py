@@ -6,6 +6,7 @@ import os
 import sys
 import tempfile
 import unittest
+import unittest.mock
 
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..", "tools", "log-extension"))
 import log_dat_writer as writer  # noqa: E402
@@ -68,6 +69,26 @@ class LogDatWriterTest(unittest.TestCase):
         finally:
             writer.LOCK_WAIT = waited
         self.assertEqual(len(lines_of(self.folder)), 48)
+
+    def test_anOpenedDocument_isRecordedOnlyWhenItIsAWordDocument(self):
+        class Named:
+            def __init__(self, name, value):
+                self.Name, self.Value = name, value
+
+        class Model:
+            def __init__(self, path):
+                self.path = path
+
+            def getLocation(self):
+                return "file://" + self.path
+
+        with unittest.mock.patch.dict(os.environ, {"QUILLBAY_APP_FOLDER": self.folder}):
+            for name in ("Notes.odt", "Offer.DOCX", "Sheet.xlsx"):
+                path = os.path.join(self.folder, name)
+                open(path, "wb").close()
+                writer.LogDatWriter(None).execute([Named("Environment", [Named("Model", Model(path))])])
+        recorded = [line.split(SEP)[0] for line in lines_of(self.folder)]
+        self.assertEqual(recorded, [os.path.join(self.folder, "Offer.DOCX")])
 
 
 if __name__ == "__main__":
