@@ -56,7 +56,7 @@ RunOutcome SearchRun::WalkFolder(const QString& folder, const QString& pattern, 
     m_root = QDir::cleanPath(folder);
     m_words = words;
     m_sincePump.start();
-    walk(folder, pattern, subfolders, words);
+    walk(folder, pattern, subfolders);
     giveEvents(0);
     if (!m_backupFolder.isEmpty() && !m_backupUsed) {
         QDir().rmdir(m_backupFolder); // reserved for a change that did not come
@@ -109,8 +109,7 @@ void SearchRun::giveEvents(std::size_t waiting)
     }
 }
 
-void SearchRun::walk(const QString& folder, const QString& pattern, bool subfolders,
-                     const std::optional<WordSearch>& words)
+void SearchRun::walk(const QString& folder, const QString& pattern, bool subfolders)
 {
     const QString path = folder.endsWith(u'/') ? folder : folder + u'/';
     const QFileInfo info(path);
@@ -135,7 +134,7 @@ void SearchRun::walk(const QString& folder, const QString& pattern, bool subfold
         inTurn([this, path] { m_events.status(QDir::toNativeSeparators(QDir::cleanPath(path))); });
     }
     const QDir dir(path);
-    if (words && words->replace) {
+    if (m_words && m_words->replace) {
         wordlink::OoxmlPackage::removeUnfinishedSaves(path);
     }
     const QFileInfoList files = dir.entryInfoList(QDir::Files, QDir::Name | QDir::IgnoreCase);
@@ -143,13 +142,13 @@ void SearchRun::walk(const QString& folder, const QString& pattern, bool subfold
         if (!SearchPattern::matchesFileName(file.fileName(), pattern)) {
             continue;
         }
-        if (words && m_searcher != nullptr && m_searcher->searchesBesideOthers(file.absoluteFilePath())) {
-            searchBesideOthers(file.absoluteFilePath(), *words);
+        if (m_words && m_searcher != nullptr && m_searcher->searchesBesideOthers(file.absoluteFilePath())) {
+            searchBesideOthers(file.absoluteFilePath(), *m_words);
             continue;
         }
-        inTurn([this, file, words] {
-            if (words) {
-                SearchDocument(file.absoluteFilePath(), *words);
+        inTurn([this, file] {
+            if (m_words) {
+                SearchDocument(file.absoluteFilePath(), *m_words);
             } else {
                 AddResultRow(file);
             }
@@ -164,7 +163,7 @@ void SearchRun::walk(const QString& folder, const QString& pattern, bool subfold
     for (const QFileInfo& child : children) {
         // A replace run gives this folder's documents their turn before it looks for a stop, so
         // that no document of a later folder is changed after the stop.
-        if (words && words->replace) {
+        if (m_words && m_words->replace) {
             giveEvents(0);
         }
         if (stopRequested()) {
@@ -175,7 +174,7 @@ void SearchRun::walk(const QString& folder, const QString& pattern, bool subfold
         if (child.canonicalFilePath() == m_backupsCanonical) {
             continue;
         }
-        walk(child.absoluteFilePath(), pattern, subfolders, words);
+        walk(child.absoluteFilePath(), pattern, subfolders);
     }
 }
 

@@ -93,7 +93,8 @@ private:
         QString document;
     };
 
-    void walk(const QString& folder, const QString& pattern, bool subfolders, const std::optional<WordSearch>& words);
+    // Walks with the words of the run (`m_words`), or by names alone without them.
+    void walk(const QString& folder, const QString& pattern, bool subfolders);
     void SearchDocument(const QString& path, const WordSearch& words);
     void searchBesideOthers(const QString& path, const WordSearch& words);
     // Starts the search of the batch being filled.
@@ -126,7 +127,7 @@ private:
     QElapsedTimer m_sincePump;
     QSet<QString> m_visited;
     bool m_stopped = false;
-    std::optional<WordSearch> m_words; // a replace run changes each document found in its turn
+    std::optional<WordSearch> m_words; // the words of the run; none when it lists names only
     std::deque<Step> m_steps;
     std::shared_ptr<Batch> m_batch; // being filled
     WorkerPool m_pool;

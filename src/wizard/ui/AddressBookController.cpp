@@ -10,7 +10,6 @@
 #include "contacts/ContactTable.h"
 #include "contacts/WabReader.h"
 #include "core/CommonRoutines.h"
-#include "core/Dialogs.h"
 #include "core/ListSeparator.h"
 #include "core/MessageBoxes.h"
 #include "core/SettingsKeys.h"
@@ -42,15 +41,11 @@ AddressBookController::AddressBookController(FrmMailMerge& wizard, SourceControl
 QString AddressBookController::BrowseAddressBook()
 {
     m_sources.setMapImported(false);
-    const QString chosen =
-        Dialogs::ShowFileDialog(u"Address Books (*.wab;*.vcf)|*.wab;*.vcf|Windows Address Book (*.Wab)|*.wab|"
-                                u"vCard Files (*.vcf)|*.vcf"_s,
-                                TextUtil::trimSpaces(m_source->txtWabfile->text()), &m_wizard);
+    const QString chosen = m_sources.pickSourceFile(
+        u"Address Books (*.wab;*.vcf)|*.wab;*.vcf|Windows Address Book (*.Wab)|*.wab|"
+        u"vCard Files (*.vcf)|*.vcf"_s,
+        TextUtil::trimSpaces(m_source->txtWabfile->text()), AddressBook::hasAddressBookExtension);
     if (chosen.isEmpty()) {
-        return {};
-    }
-    if (!AddressBook::hasAddressBookExtension(chosen)) {
-        MessageBoxes::information(u"Not a Legal Source"_s);
         return {};
     }
     m_source->txtWabfile->setText(chosen);

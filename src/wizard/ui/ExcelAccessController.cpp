@@ -9,7 +9,6 @@
 #include "contacts/ContactTable.h"
 #include "contacts/ExcelImport.h"
 #include "core/CommonRoutines.h"
-#include "core/Dialogs.h"
 #include "core/MessageBoxes.h"
 #include "core/SettingsKeys.h"
 #include "core/SettingsStore.h"
@@ -26,6 +25,17 @@
 using namespace Qt::StringLiterals;
 
 namespace {
+
+// A workbook of the newer kind (.xlsx) passes beside the .xls.
+bool isWorkbookName(const QString& name)
+{
+    return name.right(3).toUpper() == u"XLS"_s || name.right(4).toUpper() == u"XLSX"_s;
+}
+
+bool isDatabaseName(const QString& name)
+{
+    return name.right(3).toUpper() == u"MDB"_s || name.right(5).toUpper() == u"ACCDB"_s;
+}
 
 const QString ExcelTag = u"XlSheet"_s;
 const QString FileGone = u"File Doesn't Exists"_s;
@@ -75,14 +85,9 @@ void ExcelAccessController::ListRememberedSources()
 
 void ExcelAccessController::CmdBrowseXlSheet_Click()
 {
-    const QString chosen = Dialogs::ShowFileDialog(u"Microsoft Excel Files (*.xls;*.xlsx)|*.xls;*.xlsx"_s,
-                                                   TextUtil::trimSpaces(m_source->txtXlSheet->text()), &m_wizard);
+    const QString chosen = m_sources.pickSourceFile(u"Microsoft Excel Files (*.xls;*.xlsx)|*.xls;*.xlsx"_s,
+                                                    TextUtil::trimSpaces(m_source->txtXlSheet->text()), isWorkbookName);
     if (chosen.isEmpty()) {
-        return;
-    }
-    // A workbook of the newer kind (.xlsx) passes beside the .xls.
-    if (chosen.right(3).toUpper() != u"XLS"_s && chosen.right(4).toUpper() != u"XLSX"_s) {
-        MessageBoxes::information(u"Not a Legal Source"_s);
         return;
     }
     m_source->txtXlSheet->setText(chosen);
@@ -250,12 +255,8 @@ void ExcelAccessController::connectAccessPanel()
 void ExcelAccessController::CmdBrowseMdbFile_Click()
 {
     const QString chosen =
-        Dialogs::ShowFileDialog(u"Microsoft Access MDBs (*.mdb;*.accdb)|*.mdb;*.accdb"_s, QString(), &m_wizard);
+        m_sources.pickSourceFile(u"Microsoft Access MDBs (*.mdb;*.accdb)|*.mdb;*.accdb"_s, QString(), isDatabaseName);
     if (chosen.isEmpty()) {
-        return;
-    }
-    if (chosen.right(3).toUpper() != u"MDB"_s && chosen.right(5).toUpper() != u"ACCDB"_s) {
-        MessageBoxes::information(u"Not a Legal Source"_s);
         return;
     }
     m_source->txtMdbFile->setText(chosen);

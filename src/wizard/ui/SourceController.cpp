@@ -30,6 +30,17 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
+// A tab-separated list is a .txt file; a comma-separated one a .csv or a .txt.
+bool isTabFileName(const QString& name)
+{
+    return name.right(3).toUpper() == u"TXT"_s;
+}
+
+bool isCommaFileName(const QString& name)
+{
+    return isTabFileName(name) || name.right(3).toUpper() == u"CSV"_s;
+}
+
 // The address book and the two text kinds share one file panel, which keeps a path for each.
 bool usesFileBox(int sourceIndex)
 {
@@ -225,20 +236,25 @@ void SourceController::CmdBrowseWab_Click()
     const bool tab = m_fileBoxKind == SourceKind::TabText;
     const QString filter = tab ? u"Text Documents (*.txt)|*.txt"_s
                                : u"Comma Separated Values (*.csv)|*.csv|Text Documents (*.txt)|*.txt"_s;
-    const QString chosen =
-        Dialogs::ShowFileDialog(filter, TextUtil::trimSpaces(m_source->txtWabfile->text()), &m_wizard);
+    const QString chosen = pickSourceFile(filter, TextUtil::trimSpaces(m_source->txtWabfile->text()),
+                                          tab ? isTabFileName : isCommaFileName);
     if (chosen.isEmpty()) {
-        return;
-    }
-    const QString ending = chosen.right(3).toUpper();
-    if (ending != u"TXT"_s && (tab || ending != u"CSV"_s)) {
-        MessageBoxes::information(u"Not a Legal Source"_s);
         return;
     }
     fileOf(m_fileBoxKind) = chosen;
     m_source->txtWabfile->setText(chosen);
     m_openedSource.reset();
     m_mapImported = false;
+}
+
+QString SourceController::pickSourceFile(const QString& filter, const QString& start, bool (*isLegal)(const QString&))
+{
+    const QString chosen = Dialogs::ShowFileDialog(filter, start, &m_wizard);
+    if (chosen.isEmpty() || isLegal(chosen)) {
+        return chosen;
+    }
+    MessageBoxes::information(u"Not a Legal Source"_s);
+    return {};
 }
 
 bool SourceController::hasFileName(QLineEdit* box)

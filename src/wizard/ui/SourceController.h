@@ -72,6 +72,9 @@ public:
     [[nodiscard]] QScopedValueRollback<bool> markImporting();
     // Next on a file source with an empty file box: "Choose a Valid file!" and the focus to the box.
     bool hasFileName(QLineEdit* box);
+    // The source file the user picks in the file dialog, or "" for a cancelled dialog or, after
+    // "Not a Legal Source", for a name `isLegal` refuses.
+    QString pickSourceFile(const QString& filter, const QString& start, bool (*isLegal)(const QString&));
     // After each row read, the progress advances and every 200th row the pending events are let
     // through; the rows read go into the contact table (false, the step ended, when there are
     // none); the step's end hides the progress and counts the rows as selected.
